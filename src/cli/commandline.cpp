@@ -1,0 +1,84 @@
+#include "commandline.h"
+
+#include "terminal.h"
+
+namespace Cli {
+
+const QList<Command>& commands()
+{
+    static const QList<Command> list {
+        { QStringLiteral("scan"), QStringLiteral("scan PATH [--json]"),
+            QStringLiteral("Scan a folder: totals, branch and languages; --json prints the whole tree"), 1,
+            { QStringLiteral("--json") }, {}, scan },
+    };
+    return list;
+}
+
+namespace {
+
+    QString usage()
+    {
+        QString text
+            = QStringLiteral("Usage: korvane COMMAND [ARGUMENTS]\n"
+                             "       korvane --help | --version\n\n"
+                             "Korvane draws a folder or Git repository as a city, a tree, a replay of its\n"
+                             "history or a graph of its imports. Its commands run without a window:\n\n");
+        for (const Command& command : commands())
+            text += QStringLiteral("  korvane ") + command.synopsis.leftJustified(28) + u' ' + command.summary
+                + u'\n';
+        return text;
+    }
+
+    int usageError(const QString& problem)
+    {
+        Terminal::err(QStringLiteral("korvane: ") + problem + QStringLiteral("\n\n") + usage());
+        return 2;
+    }
+
+} // namespace
+
+int run(const QStringList& arguments)
+{
+    if (arguments.isEmpty())
+        return usageError(QStringLiteral("no command given"));
+    const QString& first = arguments.first();
+    if (first == u"--help" || first == u"-h" || first == u"help") {
+        Terminal::out(usage());
+        return 0;
+    }
+    if (first == u"--version") {
+        Terminal::out(QStringLiteral("korvane " KORVANE_VERSION "\n"));
+        return 0;
+    }
+    const auto command = std::find_if(
+        commands().begin(), commands().end(), [&](const Command& c) { return c.name == first; });
+    if (command == commands().end())
+        return usageError(QStringLiteral("unknown command \"") + first + u'"');
+
+    Arguments parsed;
+    for (qsizetype i = 1; i < arguments.size(); ++i) {
+        const QString& word = arguments[i];
+        if (word == u"--help" || word == u"-h") {
+            Terminal::out(QStringLiteral("Usage: korvane ") + command->synopsis + QStringLiteral("\n\n")
+                + command->summary + u'\n');
+            return 0;
+        }
+        if (command->flags.contains(word)) {
+            parsed.flags.insert(word);
+        } else if (command->options.contains(word)) {
+            if (++i == arguments.size())
+                return usageError(word + QStringLiteral(" needs a value"));
+            parsed.options.insert(word, arguments[i]);
+        } else if (word.startsWith(u"--")) {
+            return usageError(
+                QStringLiteral("unknown option ") + word + QStringLiteral(" for ") + command->name);
+        } else {
+            parsed.positional.append(word);
+        }
+    }
+    if (parsed.positional.size() != command->positionalCount)
+        return usageError(QStringLiteral("usage: korvane ") + command->synopsis);
+    return command->run(parsed);
+}
+
+} // namespace Cli

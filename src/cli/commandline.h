@@ -1,0 +1,35 @@
+#pragma once
+
+#include <QHash>
+#include <QSet>
+#include <QStringList>
+
+#include <functional>
+
+namespace Cli {
+
+// The words after the command name, sorted into positional arguments, flags and valued options.
+struct Arguments {
+    QStringList positional;
+    QSet<QString> flags;
+    QHash<QString, QString> options;
+};
+
+struct Command {
+    QString name;
+    QString synopsis; // "scan PATH [--json]"
+    QString summary;
+    int positionalCount;
+    QStringList flags; // "--json"
+    QStringList options; // take a value: "--mode"
+    std::function<int(const Arguments&)> run;
+};
+
+const QList<Command>& commands();
+
+// Runs the headless command line; returns the exit status (0 done, 1 failed, 2 wrong usage).
+int run(const QStringList& arguments);
+
+int scan(const Arguments& arguments);
+
+} // namespace Cli

@@ -1,0 +1,30 @@
+#pragma once
+
+#include <QString>
+
+#include <mutex>
+
+// Writing to the terminal: numbers for people, and a progress line on standard error that is
+// drawn only when standard error is a terminal. update() may be called from any thread.
+namespace Terminal {
+
+QString grouped(qint64 number); // 1234567 -> "1,234,567"
+QString bytes(qint64 size); // 1536 -> "1.5 KiB"
+
+void out(const QString& text);
+void err(const QString& text);
+
+class Progress {
+public:
+    Progress();
+    ~Progress();
+    void update(const QString& phase, qint64 done, qint64 total);
+    void finish();
+
+private:
+    std::mutex m_lock;
+    bool m_enabled;
+    bool m_drawn = false;
+};
+
+} // namespace Terminal

@@ -1,0 +1,260 @@
+#include "git.h"
+
+#include <QFileInfo>
+#include <QProcess>
+#include <QProcessEnvironment>
+#include <QSet>
+
+#include <mutex>
+
+namespace {
+
+// Configuration keys whose values are programs (or switch on programs) that git may start.
+constexpr auto programKeys = "^(core\\.fsmonitor|core\\.pager|core\\.editor|core\\.sshcommand|core\\.askpass"
+                             "|core\\.gitproxy|diff\\.external|log\\.showsignature|gpg\\..*|filter\\..*"
+                             "|diff\\..*\\.(textconv|command)|merge\\..*\\.driver|credential\\..*"
+                             "|remote\\..*\\.(uploadpack|receivepack)|uploadpack\\..*)$";
+
+// Variables that would point git at another repository than the folder asked about.
+constexpr const char* repositoryVariables[]
+    = { "GIT_DIR", "GIT_WORK_TREE", "GIT_INDEX_FILE", "GIT_OBJECT_DIRECTORY",
+          "GIT_ALTERNATE_OBJECT_DIRECTORIES", "GIT_COMMON_DIR", "GIT_NAMESPACE", "GIT_PREFIX" };
+
+QString decode(QByteArrayView bytes)
+{
+    return QString::fromUtf8(bytes);
+}
+
+} // namespace
+
+// The "-c" arguments that take back, for this folder, every program-naming value set by the
+// repository's own configuration: the user's global or system values are put back in order, and
+// a key only the repository sets becomes empty (which git reads as false or as "no program").
+struct Git::Guard {
+    std::once_flag once;
+    bool ok = false;
+    QStringList arguments;
+};
+
+Git::Git(QString folder, std::function<bool()> stopRequested)
+    : m_folder(std::move(folder))
+    , m_stopRequested(std::move(stopRequested))
+    , m_guard(std::make_shared<Guard>())
+{
+}
+
+QString Git::executable()
+{
+    return QStringLiteral("/usr/bin/git");
+}
+
+const Git::Guard& Git::guard() const
+{
+    std::call_once(m_guard->once, [this] {
+        const auto output = start({ QStringLiteral("config"), QStringLiteral("--show-scope"),
+            QStringLiteral("-z"), QStringLiteral("--get-regexp"), QString::fromLatin1(programKeys) });
+        if (!output) {
+            // git config exits 1 when no key matches; anything else leaves git unusable here.
+            return;
+        }
+        QList<QString> keys;
+        QHash<QString, QStringList> userValues;
+        const QList<QByteArray> pieces = output->split('\0');
+        for (qsizetype i = 0; i + 1 < pieces.size(); i += 2) {
+            const QByteArray& scope = pieces[i];
+            const QByteArray& entry = pieces[i + 1];
+            const qsizetype newline = entry.indexOf('\n');
+            const QString key = decode(entry.left(newline < 0 ? entry.size() : newline));
+            if (scope == "local" || scope == "worktree") {
+                if (!keys.contains(key))
+                    keys.append(key);
+            } else {
+                userValues[key].append(newline < 0 ? QStringLiteral("true") : decode(entry.mid(newline + 1)));
+            }
+        }
+        for (const QString& key : std::as_const(keys)) {
+            m_guard->arguments << QStringLiteral("-c") << key + u'=';
+            for (const QString& value : userValues.value(key))
+                m_guard->arguments << QStringLiteral("-c") << key + u'=' + value;
+        }
+        m_guard->ok = true;
+    });
+    return *m_guard;
+}
+
+std::optional<QByteArray> Git::start(const QStringList& arguments) const
+{
+    if (!QFileInfo(executable()).isExecutable())
+        return std::nullopt;
+    QProcess process;
+    process.setProgram(executable());
+    process.setArguments(arguments);
+    process.setWorkingDirectory(m_folder);
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    for (const char* name : repositoryVariables)
+        environment.remove(QString::fromLatin1(name));
+    environment.insert(QStringLiteral("GIT_OPTIONAL_LOCKS"), QStringLiteral("0"));
+    environment.insert(QStringLiteral("GIT_TERMINAL_PROMPT"), QStringLiteral("0"));
+    process.setProcessEnvironment(environment);
+    process.setStandardInputFile(QProcess::nullDevice());
+    process.setStandardErrorFile(QProcess::nullDevice());
+    process.start(QIODevice::ReadOnly);
+    if (!process.waitForStarted(-1))
+        return std::nullopt;
+    QByteArray output;
+    while (!process.waitForFinished(m_stopRequested ? 50 : -1)) {
+        if (process.state() == QProcess::NotRunning)
+            break;
+        output += process.readAllStandardOutput();
+        if (m_stopRequested && m_stopRequested()) {
+            process.kill();
+            process.waitForFinished(-1);
+            return std::nullopt;
+        }
+    }
+    output += process.readAllStandardOutput();
+    if (process.exitStatus() != QProcess::NormalExit || process.exitCode() != 0)
+        return std::nullopt;
+    return output;
+}
+
+std::optional<QByteArray> Git::run(const QStringList& arguments) const
+{
+    const Guard& g = guard();
+    if (!g.ok)
+        return std::nullopt;
+    return start(QStringList { QStringLiteral("-c"), QStringLiteral("core.quotePath=false") } + g.arguments
+        + arguments);
+}
+
+std::optional<QString> Git::string(const QStringList& arguments) const
+{
+    const auto bytes = run(arguments);
+    if (!bytes)
+        return std::nullopt;
+    return decode(*bytes).trimmed();
+}
+
+bool Git::isInsideWorkTree() const
+{
+    return string({ QStringLiteral("rev-parse"), QStringLiteral("--is-inside-work-tree") })
+        == QStringLiteral("true");
+}
+
+std::optional<QString> Git::branch() const
+{
+    const auto name
+        = string({ QStringLiteral("rev-parse"), QStringLiteral("--abbrev-ref"), QStringLiteral("HEAD") });
+    if (!name || name->isEmpty())
+        return std::nullopt;
+    if (*name == u"HEAD")
+        return string({ QStringLiteral("rev-parse"), QStringLiteral("--short"), QStringLiteral("HEAD") });
+    return name;
+}
+
+std::optional<QList<QByteArray>> Git::listFiles() const
+{
+    const auto output = run({ QStringLiteral("ls-files"), QStringLiteral("-z"), QStringLiteral("--cached"),
+        QStringLiteral("--others"), QStringLiteral("--exclude-standard") });
+    if (!output)
+        return std::nullopt;
+    return parseFileList(*output);
+}
+
+QList<QByteArray> Git::parseFileList(const QByteArray& output)
+{
+    QList<QByteArray> paths;
+    QSet<QByteArrayView> seen;
+    for (qsizetype start = 0; start < output.size();) {
+        qsizetype end = output.indexOf('\0', start);
+        if (end < 0)
+            end = output.size();
+        const QByteArrayView piece(output.constData() + start, end - start);
+        // A conflicted file comes once per stage, always in a row.
+        if (!piece.isEmpty() && !seen.contains(piece)) {
+            seen.insert(piece);
+            paths.append(piece.toByteArray());
+        }
+        start = end + 1;
+    }
+    return paths;
+}
+
+QHash<QString, GitFileStatus> Git::status() const
+{
+    const QString prefix
+        = string({ QStringLiteral("rev-parse"), QStringLiteral("--show-prefix") }).value_or(QString());
+    const auto output
+        = run({ QStringLiteral("status"), QStringLiteral("--porcelain=v1"), QStringLiteral("-z"),
+            QStringLiteral("--untracked-files=all"), QStringLiteral("--"), QStringLiteral(".") });
+    if (!output)
+        return {};
+    return parseStatus(*output, prefix);
+}
+
+QHash<QString, GitFileStatus> Git::parseStatus(const QByteArray& output, const QString& prefix)
+{
+    QHash<QString, GitFileStatus> statuses;
+    const QList<QByteArray> pieces = output.split('\0');
+    for (qsizetype i = 0; i < pieces.size();) {
+        const QString piece = decode(pieces[i]);
+        if (piece.size() < 4) {
+            ++i;
+            continue;
+        }
+        const QStringView code = QStringView(piece).left(2);
+        QString path = piece.mid(3);
+        // A rename or copy names its old path in the next piece; the old path gets no status.
+        i += code.contains(u'R') || code.contains(u'C') ? 2 : 1;
+        if (!prefix.isEmpty()) {
+            if (!path.startsWith(prefix))
+                continue;
+            path.remove(0, prefix.size());
+        }
+        statuses.insert(path, gitFileStatusFromCode(code));
+    }
+    return statuses;
+}
+
+Git::History Git::history(int maxCommits) const
+{
+    const auto output = run({ QStringLiteral("log"), QStringLiteral("--relative"),
+        QStringLiteral("--no-renames"), QStringLiteral("--format=%x01%ct"), QStringLiteral("--name-only"),
+        QStringLiteral("-n"), QString::number(maxCommits), QStringLiteral("--"), QStringLiteral(".") });
+    if (!output)
+        return {};
+    return parseHistory(*output);
+}
+
+Git::History Git::parseHistory(const QByteArray& output)
+{
+    History history;
+    std::optional<qint64> date;
+    for (qsizetype start = 0; start < output.size();) {
+        qsizetype end = output.indexOf('\n', start);
+        if (end < 0)
+            end = output.size();
+        const QByteArrayView line(output.constData() + start, end - start);
+        start = end + 1;
+        if (line.isEmpty())
+            continue;
+        if (line.front() == '\x01') {
+            const QByteArrayView number = line.sliced(1);
+            bool ok = false;
+            const qint64 seconds = number.toLongLong(&ok);
+            date = ok && !number.isEmpty() && !QChar::isSpace(uchar(number.front())) ? std::optional(seconds)
+                                                                                     : std::nullopt;
+            continue;
+        }
+        const QString path = decode(line);
+        ++history.commits[path];
+        if (date) {
+            auto it = history.last.find(path);
+            if (it == history.last.end())
+                history.last.insert(path, *date);
+            else if (*it < *date)
+                *it = *date;
+        }
+    }
+    return history;
+}

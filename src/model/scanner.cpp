@@ -1,0 +1,304 @@
+#include "scanner.h"
+
+#include "git.h"
+
+#include <QDir>
+#include <QElapsedTimer>
+#include <QFile>
+#include <QFileInfo>
+#include <QHash>
+#include <QThread>
+#include <QtConcurrent/QtConcurrentMap>
+
+#include <algorithm>
+#include <cstring>
+#include <deque>
+#include <future>
+#include <mutex>
+
+#include <dirent.h>
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace {
+
+QString phaseListing()
+{
+    return QStringLiteral("Listing files");
+}
+QString phaseCounting()
+{
+    return QStringLiteral("Counting lines");
+}
+QString phaseHistory()
+{
+    return QStringLiteral("Reading git history");
+}
+
+struct GitData {
+    QHash<QString, GitFileStatus> statuses;
+    Git::History history;
+    std::optional<QString> branch;
+};
+
+// Joins an absolute folder path and a relative one without doubling the slash at "/".
+QByteArray joinPath(const QByteArray& folder, const QByteArray& relative)
+{
+    if (folder.endsWith('/'))
+        return folder + relative;
+    return folder + '/' + relative;
+}
+
+struct Entry {
+    QByteArray name;
+    unsigned char type;
+};
+
+} // namespace
+
+QString ScanError::description() const
+{
+    switch (kind) {
+    case Kind::notADirectory: return path + QStringLiteral(" is not a folder.");
+    case Kind::cancelled: return QStringLiteral("Scan cancelled.");
+    }
+    return {};
+}
+
+Scanner::Scanner(QString rootPath, CancelFlagPtr cancel, int maxFiles)
+    : m_rootPath(QDir::cleanPath(QFileInfo(rootPath).absoluteFilePath()))
+    , m_cancel(std::move(cancel))
+    , m_maxFiles(maxFiles)
+{
+}
+
+const QList<QByteArray>& Scanner::skippedDirectories()
+{
+    static const QList<QByteArray> names { ".git", "node_modules", ".build", "DerivedData", "Pods", ".svn",
+        ".hg", "__pycache__", ".venv", "venv", ".gradle", ".idea", ".next", ".nuxt", "dist", "target",
+        ".cache", ".Trash", "Library", ".swiftpm" };
+    return names;
+}
+
+const QList<QByteArray>& Scanner::hiddenAllowed()
+{
+    static const QList<QByteArray> names { ".github", ".gitignore", ".gitattributes", ".editorconfig",
+        ".env.example" };
+    return names;
+}
+
+QList<QByteArray> Scanner::walk() const
+{
+    const QByteArray root = QFile::encodeName(m_rootPath);
+    const bool rootIsHome = m_rootPath == QDir::cleanPath(QDir::homePath());
+    QList<QByteArray> files;
+    std::deque<std::pair<QByteArray, QByteArray>> queue { { root, QByteArray() } };
+    std::vector<Entry> entries;
+    while (!queue.empty() && files.size() <= m_maxFiles && !cancelled()) {
+        const auto [folder, relative] = std::move(queue.front());
+        queue.pop_front();
+        DIR* dir = opendir(folder.constData());
+        if (!dir)
+            continue;
+        entries.clear();
+        while (const dirent* entry = readdir(dir)) {
+            if (std::strcmp(entry->d_name, ".") != 0 && std::strcmp(entry->d_name, "..") != 0)
+                entries.push_back({ QByteArray(entry->d_name), entry->d_type });
+        }
+        closedir(dir);
+        std::sort(
+            entries.begin(), entries.end(), [](const Entry& a, const Entry& b) { return a.name < b.name; });
+        for (const Entry& entry : entries) {
+            if (entry.name == ".DS_Store"
+                || (entry.name.startsWith('.') && !hiddenAllowed().contains(entry.name)))
+                continue;
+            const QByteArray path = relative.isEmpty() ? entry.name : relative + '/' + entry.name;
+            bool isFolder = entry.type == DT_DIR;
+            if (entry.type == DT_UNKNOWN) {
+                struct stat info;
+                isFolder = lstat(joinPath(root, path).constData(), &info) == 0 && S_ISDIR(info.st_mode);
+            }
+            if (!isFolder) {
+                files.append(path); // a link to a folder is never entered: it is a file here
+                continue;
+            }
+            if (skippedDirectories().contains(entry.name) && !(entry.name == "Library" && !rootIsHome))
+                continue;
+            queue.emplace_back(joinPath(root, path), path);
+        }
+    }
+    return files;
+}
+
+LineCount Scanner::countLines(const QByteArray& path, qint64 size)
+{
+    if (size <= 0)
+        return {};
+    const int fd = open(path.constData(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW);
+    if (fd < 0)
+        return {};
+    constexpr qint64 chunk = 64 * 1024;
+    thread_local std::unique_ptr<char[]> buffer(new char[chunk]);
+    qint64 read = 0;
+    qint64 lines = 0;
+    char last = '\n';
+    while (read < readCap) {
+        const ssize_t n = ::read(fd, buffer.get(), std::min(chunk, readCap - read));
+        if (n < 0 && errno == EINTR)
+            continue;
+        if (n <= 0)
+            break;
+        if (read == 0 && std::memchr(buffer.get(), 0, std::min<qint64>(n, binaryProbeBytes))) {
+            close(fd);
+            return { 0, true };
+        }
+        lines += std::count(buffer.get(), buffer.get() + n, '\n');
+        last = buffer[n - 1];
+        read += n;
+    }
+    close(fd);
+    if (last != '\n')
+        ++lines;
+    if (read > 0 && read < size)
+        lines = qint64(double(size) * double(lines) / double(read));
+    return { lines, false };
+}
+
+std::variant<ScanResult, ScanError> Scanner::scan(const ProgressCallback& progress) const
+{
+    const auto report = [&](const QString& phase, qint64 done, qint64 total) {
+        if (progress)
+            progress({ phase, done, total });
+    };
+    if (!QFileInfo(m_rootPath).isDir())
+        return ScanError { ScanError::Kind::notADirectory, m_rootPath };
+    report(phaseListing(), 0, 0);
+
+    const Git git(m_rootPath, [cancel = m_cancel] { return cancel && cancel->isCancelled(); });
+    ScanResult result;
+    result.isGit = git.isInsideWorkTree();
+    QList<QByteArray> paths;
+    if (result.isGit)
+        paths = git.listFiles().value_or(QList<QByteArray>());
+    if (paths.isEmpty())
+        paths = walk();
+    if (paths.size() > m_maxFiles) {
+        paths.resize(m_maxFiles);
+        result.truncated = true;
+    }
+    if (cancelled())
+        return ScanError { ScanError::Kind::cancelled, m_rootPath };
+
+    // git is mostly waiting on its own process: a thread of its own keeps the pool for measuring.
+    std::future<GitData> gitData;
+    if (result.isGit) {
+        gitData = std::async(std::launch::async, [git] {
+            GitData data;
+            data.branch = git.branch();
+            data.statuses = git.status();
+            data.history = git.history(historyCommits);
+            return data;
+        });
+    }
+
+    // Build the tree from the relative paths; folders are made as the paths name them.
+    const QString rootName = QFileInfo(m_rootPath).fileName();
+    result.root = std::make_shared<FileNode>(
+        m_rootPath, rootName.isEmpty() ? m_rootPath : rootName, QString(), true, nullptr);
+    const QByteArray rootBytes = QFile::encodeName(m_rootPath);
+    const QString urlPrefix = m_rootPath.endsWith(u'/') ? m_rootPath : m_rootPath + u'/';
+    QHash<QByteArray, FileNode*> folders { { QByteArray(), result.root.get() } };
+    const std::function<FileNode*(const QByteArray&)> folderFor = [&](const QByteArray& path) -> FileNode* {
+        if (FileNode* known = folders.value(path))
+            return known;
+        const qsizetype slash = path.lastIndexOf('/');
+        FileNode* parent = folderFor(slash < 0 ? QByteArray() : path.left(slash));
+        const QString relative = QString::fromUtf8(path);
+        auto node = std::make_unique<FileNode>(
+            urlPrefix + relative, QString::fromUtf8(path.mid(slash + 1)), relative, true, parent);
+        return folders[path] = parent->addChild(std::move(node));
+    };
+    std::vector<FileNode*> files;
+    files.reserve(paths.size());
+    for (const QByteArray& path : std::as_const(paths)) {
+        const qsizetype slash = path.lastIndexOf('/');
+        FileNode* folder = folderFor(slash < 0 ? QByteArray() : path.left(slash));
+        const QString relative = QString::fromUtf8(path);
+        const QString name = QString::fromUtf8(path.mid(slash + 1));
+        auto node = std::make_unique<FileNode>(urlPrefix + relative, name, relative, false, folder);
+        node->language = &Languages::languageFor(name);
+        files.push_back(folder->addChild(std::move(node)));
+    }
+
+    // Measure in parallel chunks; each worker writes only its own nodes.
+    const qint64 count = qint64(files.size());
+    const int chunkCount = std::max(1, 6 * QThread::idealThreadCount());
+    const qint64 chunkSize = std::max<qint64>(1, (count + chunkCount - 1) / chunkCount);
+    std::mutex progressLock;
+    qint64 done = 0;
+    QElapsedTimer sinceReport;
+    sinceReport.start();
+    std::vector<int> chunks(chunkCount);
+    std::iota(chunks.begin(), chunks.end(), 0);
+    QtConcurrent::blockingMap(chunks, [&](int chunk) {
+        const qint64 end = std::min((chunk + 1) * chunkSize, count);
+        for (qint64 index = chunk * chunkSize; index < end; ++index) {
+            if (cancelled())
+                return;
+            FileNode& file = *files[size_t(index)];
+            const QByteArray path = joinPath(rootBytes, paths[index]);
+            struct stat info;
+            if (lstat(path.constData(), &info) != 0 || S_ISDIR(info.st_mode)) {
+                file.excluded = true;
+            } else {
+                file.size = info.st_size;
+                file.modified = qint64(info.st_mtim.tv_sec);
+                if (S_ISREG(info.st_mode) && !file.language->isBinary) {
+                    const LineCount measured = countLines(path, file.size);
+                    file.lines = measured.lines;
+                    file.isBinary = measured.isBinary;
+                    if (file.isBinary && *file.language == Languages::other())
+                        file.language = &Languages::binary();
+                }
+            }
+            if (index % 64 == 0) {
+                bool due = false;
+                qint64 reached = 0;
+                {
+                    std::lock_guard lock(progressLock);
+                    done += 64;
+                    if (sinceReport.elapsed() > 80) {
+                        sinceReport.restart();
+                        due = true;
+                        reached = std::min(done, count);
+                    }
+                }
+                if (due)
+                    report(phaseCounting(), reached, count);
+            }
+        }
+    });
+
+    if (gitData.valid()) {
+        report(phaseHistory(), count, count);
+        const GitData data = gitData.get();
+        result.branch = data.branch;
+        for (FileNode* file : files) {
+            file->commits = data.history.commits.value(file->relativePath);
+            const auto last = data.history.last.constFind(file->relativePath);
+            if (last != data.history.last.cend())
+                file->lastCommit = *last;
+            const auto status = data.statuses.constFind(file->relativePath);
+            if (status != data.statuses.cend())
+                file->gitStatus = *status;
+        }
+        for (const int commits : data.history.commits)
+            result.peakCommits = std::max<qint64>(result.peakCommits, commits);
+    }
+    if (cancelled())
+        return ScanError { ScanError::Kind::cancelled, m_rootPath };
+
+    result.root->finalize(0);
+    return result;
+}
