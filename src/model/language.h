@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QHashFunctions>
+#include <QList>
 #include <QString>
 
 #include <cstdint>

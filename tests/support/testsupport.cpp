@@ -1,0 +1,74 @@
+#include "testsupport.h"
+
+#include <gtest/gtest.h>
+
+#include <QDir>
+#include <QDirIterator>
+#include <QFile>
+#include <QFileInfo>
+#include <QProcess>
+
+#include <sys/time.h>
+
+TempFolder::TempFolder() { EXPECT_TRUE(m_dir.isValid()); }
+
+QString TempFolder::write(const QString& relative, const QByteArray& content) const
+{
+    const QString file = path(relative);
+    QDir().mkpath(QFileInfo(file).absolutePath());
+    QFile out(file);
+    EXPECT_TRUE(out.open(QIODevice::WriteOnly | QIODevice::Truncate)) << file.toStdString();
+    out.write(content);
+    return file;
+}
+
+void TempFolder::makeFolder(const QString& relative) const { QDir().mkpath(path(relative)); }
+
+void TempFolder::touchAll(qint64 seconds) const
+{
+    const timeval times[2] = { { seconds, 0 }, { seconds, 0 } };
+    QDirIterator it(path(), QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot | QDir::System,
+        QDirIterator::Subdirectories);
+    while (it.hasNext())
+        lutimes(QFile::encodeName(it.next()).constData(), times);
+}
+
+GitRepo::GitRepo() { git({ QStringLiteral("init"), QStringLiteral("-q"), QStringLiteral("-b"), QStringLiteral("main") }); }
+
+QByteArray GitRepo::git(const QStringList& arguments, bool allowFailure, qint64 time) const
+{
+    QProcess process;
+    process.setWorkingDirectory(path());
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    environment.insert(QStringLiteral("GIT_CONFIG_NOSYSTEM"), QStringLiteral("1"));
+    environment.insert(QStringLiteral("GIT_AUTHOR_NAME"), QStringLiteral("Test"));
+    environment.insert(QStringLiteral("GIT_AUTHOR_EMAIL"), QStringLiteral("test@example.com"));
+    environment.insert(QStringLiteral("GIT_COMMITTER_NAME"), QStringLiteral("Test"));
+    environment.insert(QStringLiteral("GIT_COMMITTER_EMAIL"), QStringLiteral("test@example.com"));
+    const QString date = QStringLiteral("@%1 +0000").arg(time);
+    environment.insert(QStringLiteral("GIT_AUTHOR_DATE"), date);
+    environment.insert(QStringLiteral("GIT_COMMITTER_DATE"), date);
+    process.setProcessEnvironment(environment);
+    process.start(QStringLiteral("/usr/bin/git"), arguments);
+    process.waitForFinished(-1);
+    const bool ok = process.exitStatus() == QProcess::NormalExit && process.exitCode() == 0;
+    if (!allowFailure) {
+        EXPECT_TRUE(ok) << "git " << arguments.join(u' ').toStdString() << ": "
+                        << process.readAllStandardError().toStdString();
+    }
+    return process.readAllStandardOutput();
+}
+
+void GitRepo::commitAll(const QString& message, qint64 time) const
+{
+    git({ QStringLiteral("add"), QStringLiteral("-A") });
+    git({ QStringLiteral("commit"), QStringLiteral("-q"), QStringLiteral("--allow-empty"), QStringLiteral("-m"),
+            message },
+        false, time);
+}
+
+QByteArray readFile(const QString& path)
+{
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+}

@@ -1,0 +1,36 @@
+#pragma once
+
+#include <QByteArray>
+#include <QString>
+#include <QStringList>
+#include <QTemporaryDir>
+
+// Real folders and real repositories for the tests: a temporary folder that files are written
+// into, and git run on it as a user would run it.
+class TempFolder {
+public:
+    TempFolder();
+    QString path() const { return m_dir.path(); }
+    QString path(const QString& relative) const { return m_dir.filePath(relative); }
+
+    // Writes a file, making its folders; returns its absolute path.
+    QString write(const QString& relative, const QByteArray& content = {}) const;
+    void makeFolder(const QString& relative) const;
+    // Sets the modification time of every file and folder below to the given second.
+    void touchAll(qint64 seconds) const;
+
+private:
+    QTemporaryDir m_dir;
+};
+
+class GitRepo : public TempFolder {
+public:
+    GitRepo(); // git init on branch "main"
+    // Runs git in the folder (or a subfolder); fails the test when git fails unless allowFailure.
+    // Commits it makes carry the given time, in seconds since 1970, as author and committer time.
+    QByteArray git(const QStringList& arguments, bool allowFailure = false, qint64 time = 1700000000) const;
+    // Stages everything and commits at the given time.
+    void commitAll(const QString& message, qint64 time = 1700000000) const;
+};
+
+QByteArray readFile(const QString& path);
