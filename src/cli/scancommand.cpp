@@ -61,7 +61,9 @@ namespace {
             + row(QStringLiteral("Folders"), Terminal::grouped(folderCount(root)))
             + row(QStringLiteral("Lines"), Terminal::grouped(root.lines))
             + row(QStringLiteral("Bytes"),
-                Terminal::grouped(root.size) + QStringLiteral(" (") + Terminal::bytes(root.size) + u')')
+                root.size < 1024
+                    ? Terminal::grouped(root.size)
+                    : Terminal::grouped(root.size) + QStringLiteral(" (") + Terminal::bytes(root.size) + u')')
             + row(QStringLiteral("Truncated"),
                 result.truncated ? QStringLiteral("yes, the first ")
                         + Terminal::grouped(Scanner::defaultMaxFiles) + QStringLiteral(" files were read")

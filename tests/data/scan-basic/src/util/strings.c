@@ -1,0 +1,1 @@
+char *upper(char *s) { return s; }

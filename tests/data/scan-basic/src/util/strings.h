@@ -1,0 +1,2 @@
+#pragma once
+char *upper(char *s);
