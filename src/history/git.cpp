@@ -3,6 +3,7 @@
 #include <QFileInfo>
 #include <QProcess>
 #include <QProcessEnvironment>
+#include <QRegularExpression>
 #include <QSet>
 
 #include <mutex>
@@ -51,12 +52,13 @@ QString Git::executable()
 const Git::Guard& Git::guard() const
 {
     std::call_once(m_guard->once, [this] {
+        // All keys, filtered here: git config --get-regexp exits 1 when no key matches, which
+        // start() cannot tell apart from a failure.
         const auto output = start({ QStringLiteral("config"), QStringLiteral("--show-scope"),
-            QStringLiteral("-z"), QStringLiteral("--get-regexp"), QString::fromLatin1(programKeys) });
-        if (!output) {
-            // git config exits 1 when no key matches; anything else leaves git unusable here.
+            QStringLiteral("-z"), QStringLiteral("--list") });
+        if (!output)
             return;
-        }
+        static const QRegularExpression programKey(QString::fromLatin1(programKeys));
         QList<QString> keys;
         QHash<QString, QStringList> userValues;
         const QList<QByteArray> pieces = output->split('\0');
@@ -65,6 +67,8 @@ const Git::Guard& Git::guard() const
             const QByteArray& entry = pieces[i + 1];
             const qsizetype newline = entry.indexOf('\n');
             const QString key = decode(entry.left(newline < 0 ? entry.size() : newline));
+            if (!programKey.match(key).hasMatch())
+                continue;
             if (scope == "local" || scope == "worktree") {
                 if (!keys.contains(key))
                     keys.append(key);
@@ -84,7 +88,7 @@ const Git::Guard& Git::guard() const
 
 std::optional<QByteArray> Git::start(const QStringList& arguments) const
 {
-    if (!QFileInfo(executable()).isExecutable())
+    if (!QFileInfo(executable()).isExecutable() || (m_stopRequested && m_stopRequested()))
         return std::nullopt;
     QProcess process;
     process.setProgram(executable());
@@ -113,6 +117,9 @@ std::optional<QByteArray> Git::start(const QStringList& arguments) const
         }
     }
     output += process.readAllStandardOutput();
+    // git may finish before the first poll; a stop asked for meanwhile still yields none.
+    if (m_stopRequested && m_stopRequested())
+        return std::nullopt;
     if (process.exitStatus() != QProcess::NormalExit || process.exitCode() != 0)
         return std::nullopt;
     return output;
@@ -184,9 +191,11 @@ QHash<QString, GitFileStatus> Git::status() const
 {
     const QString prefix
         = string({ QStringLiteral("rev-parse"), QStringLiteral("--show-prefix") }).value_or(QString());
-    const auto output
-        = run({ QStringLiteral("status"), QStringLiteral("--porcelain=v1"), QStringLiteral("-z"),
-            QStringLiteral("--untracked-files=all"), QStringLiteral("--"), QStringLiteral(".") });
+    const auto output = run({ QStringLiteral("status"), QStringLiteral("--porcelain=v1"),
+        QStringLiteral("-z"), QStringLiteral("--untracked-files=all"),
+        // Looking inside a submodule's work tree runs git there, under the submodule's own
+        // configuration, which the guard above does not cover.
+        QStringLiteral("--ignore-submodules=dirty"), QStringLiteral("--"), QStringLiteral(".") });
     if (!output)
         return {};
     return parseStatus(*output, prefix);

@@ -8,13 +8,14 @@
 #include <QFileInfo>
 #include <QHash>
 #include <QThread>
-#include <QtConcurrent/QtConcurrentMap>
 
 #include <algorithm>
+#include <atomic>
 #include <cstring>
 #include <deque>
 #include <future>
 #include <mutex>
+#include <thread>
 
 #include <dirent.h>
 #include <fcntl.h>
@@ -48,6 +49,20 @@ QByteArray joinPath(const QByteArray& folder, const QByteArray& relative)
     if (folder.endsWith('/'))
         return folder + relative;
     return folder + '/' + relative;
+}
+
+// Runs body(0) .. body(count - 1) on the given number of threads, the calling one among them.
+void parallelFor(int count, int threads, const std::function<void(int)>& body)
+{
+    std::atomic<int> next = 0;
+    const auto work = [&] {
+        for (int i = next++; i < count; i = next++)
+            body(i);
+    };
+    std::vector<std::jthread> helpers;
+    for (int i = 1; i < threads; ++i)
+        helpers.emplace_back(work);
+    work();
 }
 
 struct Entry {
@@ -178,6 +193,21 @@ std::variant<ScanResult, ScanError> Scanner::scan(const ProgressCallback& progre
     const Git git(m_rootPath, [cancel = m_cancel] { return cancel && cancel->isCancelled(); });
     ScanResult result;
     result.isGit = git.isInsideWorkTree();
+
+    // git mostly waits on its own processes: threads of their own keep the pool for measuring, and
+    // the history, git's slowest answer, starts first and runs beside everything else.
+    std::future<Git::History> history;
+    std::future<GitData> gitData;
+    if (result.isGit) {
+        history = std::async(std::launch::async, [git] { return git.history(historyCommits); });
+        gitData = std::async(std::launch::async, [git] {
+            GitData data;
+            data.branch = git.branch();
+            data.statuses = git.status();
+            return data;
+        });
+    }
+
     QList<QByteArray> paths;
     if (result.isGit)
         paths = git.listFiles().value_or(QList<QByteArray>());
@@ -189,18 +219,6 @@ std::variant<ScanResult, ScanError> Scanner::scan(const ProgressCallback& progre
     }
     if (cancelled())
         return ScanError { ScanError::Kind::cancelled, m_rootPath };
-
-    // git is mostly waiting on its own process: a thread of its own keeps the pool for measuring.
-    std::future<GitData> gitData;
-    if (result.isGit) {
-        gitData = std::async(std::launch::async, [git] {
-            GitData data;
-            data.branch = git.branch();
-            data.statuses = git.status();
-            data.history = git.history(historyCommits);
-            return data;
-        });
-    }
 
     // Build the tree from the relative paths; folders are made as the paths name them.
     const QString rootName = QFileInfo(m_rootPath).fileName();
@@ -239,9 +257,9 @@ std::variant<ScanResult, ScanError> Scanner::scan(const ProgressCallback& progre
     qint64 done = 0;
     QElapsedTimer sinceReport;
     sinceReport.start();
-    std::vector<int> chunks(chunkCount);
-    std::iota(chunks.begin(), chunks.end(), 0);
-    QtConcurrent::blockingMap(chunks, [&](int chunk) {
+    // While git reads the history it keeps one core busy; leave that core to it.
+    const int workers = std::max(1, QThread::idealThreadCount() - (history.valid() ? 1 : 0));
+    parallelFor(chunkCount, workers, [&](int chunk) {
         const qint64 end = std::min((chunk + 1) * chunkSize, count);
         for (qint64 index = chunk * chunkSize; index < end; ++index) {
             if (cancelled())
@@ -282,7 +300,8 @@ std::variant<ScanResult, ScanError> Scanner::scan(const ProgressCallback& progre
 
     if (gitData.valid()) {
         report(phaseHistory(), count, count);
-        const GitData data = gitData.get();
+        GitData data = gitData.get();
+        data.history = history.get();
         result.branch = data.branch;
         for (FileNode* file : files) {
             file->commits = data.history.commits.value(file->relativePath);

@@ -27,7 +27,10 @@ Outcome korvane(const QStringList& arguments)
         process.readAllStandardOutput(), process.readAllStandardError() };
 }
 
-QString dataPath(const QString& name) { return QStringLiteral(KORVANE_TEST_DATA "/") + name; }
+QString dataPath(const QString& name)
+{
+    return QStringLiteral(KORVANE_TEST_DATA "/") + name;
+}
 
 // Copies a checked-in case folder into a temporary folder of the same name, with fixed times.
 QString copyCase(const TempFolder& temp, const QString& name)
@@ -62,7 +65,8 @@ void expectGolden(const QByteArray& actual, const QString& expected)
     QProcess diff;
     diff.start(QStringLiteral("diff"), { QStringLiteral("-u"), path, path + QStringLiteral(".actual") });
     diff.waitForFinished(-1);
-    ADD_FAILURE() << "output differs from " << expected.toStdString() << " (KORVANE_UPDATE_GOLDEN=1 rewrites it)\n"
+    ADD_FAILURE() << "output differs from " << expected.toStdString()
+                  << " (KORVANE_UPDATE_GOLDEN=1 rewrites it)\n"
                   << diff.readAllStandardOutput().toStdString();
 }
 
@@ -72,6 +76,8 @@ struct GoldenCase {
     const char* flags;
     const char* expected;
 };
+
+void PrintTo(const GoldenCase& row, std::ostream* out) { *out << row.name; }
 
 } // namespace
 
@@ -103,6 +109,8 @@ struct UsageCase {
     const char* err; // expected start of standard error
 };
 
+void PrintTo(const UsageCase& row, std::ostream* out) { *out << row.name; }
+
 class CommandLineUsage : public testing::TestWithParam<UsageCase> { };
 
 TEST_P(CommandLineUsage, AnswersWithOneClearMessageAndTheRightStatus)
@@ -117,9 +125,8 @@ TEST_P(CommandLineUsage, AnswersWithOneClearMessageAndTheRightStatus)
 }
 
 INSTANTIATE_TEST_SUITE_P(Table, CommandLineUsage,
-    testing::Values(
-        UsageCase { "missingFolder", { QStringLiteral("scan"), QStringLiteral("/no/such") }, 1, "",
-            "/no/such is not a folder.\n" },
+    testing::Values(UsageCase { "missingFolder", { QStringLiteral("scan"), QStringLiteral("/no/such") }, 1,
+                        "", "/no/such is not a folder.\n" },
         UsageCase { "jsonOfMissingFolder",
             { QStringLiteral("scan"), QStringLiteral("--json"), QStringLiteral("/no/such") }, 1, "",
             "/no/such is not a folder.\n" },
@@ -128,8 +135,9 @@ INSTANTIATE_TEST_SUITE_P(Table, CommandLineUsage,
         UsageCase { "noPath", { QStringLiteral("scan") }, 2, "", "korvane: usage: korvane scan PATH" },
         UsageCase { "twoPaths", { QStringLiteral("scan"), QStringLiteral("a"), QStringLiteral("b") }, 2, "",
             "korvane: usage: korvane scan PATH" },
-        UsageCase { "unknownOption", { QStringLiteral("scan"), QStringLiteral("."), QStringLiteral("--bogus") }, 2,
-            "", "korvane: unknown option --bogus for scan" },
+        UsageCase { "unknownOption",
+            { QStringLiteral("scan"), QStringLiteral("."), QStringLiteral("--bogus") }, 2, "",
+            "korvane: unknown option --bogus for scan" },
         UsageCase { "unknownCommand", { QStringLiteral("frobnicate") }, 2, "",
             "korvane: unknown command \"frobnicate\"" },
         UsageCase { "nothing", {}, 2, "", "korvane: no command given" },

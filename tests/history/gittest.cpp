@@ -1,0 +1,463 @@
+#include "git.h"
+#include "testsupport.h"
+
+#include <gtest/gtest.h>
+
+#include <QDateTime>
+#include <QFile>
+#include <QFileInfo>
+
+#include <functional>
+#include <map>
+#include <string>
+#include <vector>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+using Statuses = std::map<std::string, std::string>;
+// path -> (commits naming it, newest commit time or -1 when it has none)
+using Counts = std::map<std::string, std::pair<int, qint64>>;
+
+Statuses named(const QHash<QString, GitFileStatus>& statuses)
+{
+    Statuses out;
+    for (auto it = statuses.begin(); it != statuses.end(); ++it)
+        out[it.key().toStdString()] = gitFileStatusName(it.value()).toStdString();
+    return out;
+}
+
+Counts counted(const Git::History& history)
+{
+    Counts out;
+    for (auto it = history.commits.begin(); it != history.commits.end(); ++it)
+        out[it.key().toStdString()] = { it.value(), -1 };
+    for (auto it = history.last.begin(); it != history.last.end(); ++it)
+        out[it.key().toStdString()] = { history.commits.value(it.key()), it.value() };
+    return out;
+}
+
+std::string text(const std::optional<QString>& value)
+{
+    return value ? value->toStdString() : "<none>";
+}
+
+// A command line that creates the marker file and passes its input through, as a filter must.
+QString touching(const QString& marker)
+{
+    return u"sh -c 'touch \"" + marker + u"\"; cat'";
+}
+
+// Two branches change the same line of the file; the merge stops with the file conflicted.
+void conflict(const GitRepo& repo, const QString& file)
+{
+    repo.git({ u"checkout"_s, u"-q"_s, u"-b"_s, u"other"_s });
+    repo.write(file, "other\n");
+    repo.commitAll(u"other"_s);
+    repo.git({ u"checkout"_s, u"-q"_s, u"main"_s });
+    repo.write(file, "main\n");
+    repo.commitAll(u"main"_s);
+    repo.git({ u"merge"_s, u"other"_s }, true);
+}
+
+// Sets an environment variable for the life of the object, then puts back what was there.
+class ScopedEnv {
+public:
+    ScopedEnv(const char* name, const QByteArray& value)
+        : m_name(name)
+        , m_had(qEnvironmentVariableIsSet(name))
+        , m_old(qgetenv(name))
+    {
+        qputenv(name, value);
+    }
+    ~ScopedEnv() { m_had ? qputenv(m_name, m_old) : qunsetenv(m_name); }
+
+private:
+    const char* m_name;
+    bool m_had;
+    QByteArray m_old;
+};
+
+// Every test sees only the git configuration it writes: no system file and an empty global file,
+// so that by default no configuration anywhere names a program.
+class GitTest : public testing::Test {
+protected:
+    TempFolder home;
+    QString globalConfig = home.write(u"gitconfig"_s);
+    ScopedEnv noSystem { "GIT_CONFIG_NOSYSTEM", "1" };
+    ScopedEnv global { "GIT_CONFIG_GLOBAL", QFile::encodeName(globalConfig) };
+};
+
+// --- status ------------------------------------------------------------------------------------
+
+struct StatusRecords {
+    const char* name;
+    std::vector<const char*> pieces; // joined with NUL, as git status -z writes them
+    const char* prefix;
+    Statuses expected;
+};
+
+class ParseStatus : public testing::TestWithParam<StatusRecords> { };
+
+TEST_P(ParseStatus, ClassifiesEachRecord)
+{
+    QByteArray output;
+    for (const char* piece : GetParam().pieces)
+        output.append(piece).append('\0');
+    EXPECT_EQ(named(Git::parseStatus(output, QString::fromUtf8(GetParam().prefix))), GetParam().expected);
+}
+
+INSTANTIATE_TEST_SUITE_P(Records, ParseStatus,
+    testing::Values(StatusRecords { "Untracked", { "?? u.txt" }, "", { { "u.txt", "untracked" } } },
+        StatusRecords { "Conflicted", { "UU a", "AU b", "UD c", "DU d", "UA e", "AA f", "DD g" }, "",
+            { { "a", "conflicted" }, { "b", "conflicted" }, { "c", "conflicted" }, { "d", "conflicted" },
+                { "e", "conflicted" }, { "f", "conflicted" }, { "g", "conflicted" } } },
+        StatusRecords {
+            "AddedEvenWhenEditedLater", { "A  a", "AM b" }, "", { { "a", "added" }, { "b", "added" } } },
+        StatusRecords { "Deleted", { " D a", "D  b" }, "", { { "a", "deleted" }, { "b", "deleted" } } },
+        StatusRecords { "Modified", { " M a", "M  b", "MM c" }, "",
+            { { "a", "modified" }, { "b", "modified" }, { "c", "modified" } } },
+        StatusRecords { "RenameNamesOnlyTheNewPath", { "R  new.txt", "old.txt", " M z.txt" }, "",
+            { { "new.txt", "renamed" }, { "z.txt", "modified" } } },
+        StatusRecords { "OldPathIsNeverReadAsARecord",
+            { "RM new", "?? old looking like a record", "A  next" }, "",
+            { { "new", "renamed" }, { "next", "added" } } },
+        StatusRecords { "ShortPiecesAreSkipped", { "", "M", "?? ", " M a" }, "", { { "a", "modified" } } },
+        StatusRecords { "PrefixIsStrippedAndOutsidePathsDropped",
+            { "?? src/a.c", " M lib/b.c", "R  src/n.c", "lib/o.c", " M src/x/y.c", " M srcfoo.c" }, "src/",
+            { { "a.c", "untracked" }, { "n.c", "renamed" }, { "x/y.c", "modified" } } },
+        StatusRecords { "RenameOutOfThePrefixLeavesNothing", { "R  lib/n.c", "src/o.c", " M src/z.c" },
+            "src/", { { "z.c", "modified" } } },
+        StatusRecords { "NonAsciiPath", { "?? naïve café.txt" }, "", { { "naïve café.txt", "untracked" } } }),
+    [](const auto& info) { return std::string(info.param.name); });
+
+struct RepoState {
+    const char* name;
+    std::function<void(const GitRepo&)> make; // starts from a repository with a.txt committed
+    const char* folder; // the scanned folder, relative to the repository
+    Statuses expected;
+};
+
+void PrintTo(const RepoState& state, std::ostream* out)
+{
+    *out << state.name;
+}
+
+class StatusOfRepository : public GitTest, public testing::WithParamInterface<RepoState> { };
+
+TEST_P(StatusOfRepository, MatchesTheWorkTree)
+{
+    GitRepo repo;
+    repo.write(u"a.txt"_s, "a\n");
+    repo.commitAll(u"first"_s);
+    GetParam().make(repo);
+    EXPECT_EQ(named(Git(repo.path(QString::fromUtf8(GetParam().folder))).status()), GetParam().expected);
+}
+
+INSTANTIATE_TEST_SUITE_P(States, StatusOfRepository,
+    testing::Values(RepoState { "Clean", [](const GitRepo&) {}, "", {} },
+        RepoState { "UntrackedFilesOneByOne",
+            [](const GitRepo& repo) {
+                repo.write(u"new.txt"_s);
+                repo.write(u"dir/deep.txt"_s);
+            },
+            "", { { "new.txt", "untracked" }, { "dir/deep.txt", "untracked" } } },
+        RepoState { "ModifiedInWorkTreeIndexOrBoth",
+            [](const GitRepo& repo) {
+                repo.write(u"b.txt"_s, "b\n");
+                repo.write(u"c.txt"_s, "c\n");
+                repo.commitAll(u"more"_s);
+                repo.write(u"a.txt"_s, "a2\n");
+                repo.write(u"b.txt"_s, "b2\n");
+                repo.write(u"c.txt"_s, "c2\n");
+                repo.git({ u"add"_s, u"b.txt"_s, u"c.txt"_s });
+                repo.write(u"c.txt"_s, "c3\n");
+            },
+            "", { { "a.txt", "modified" }, { "b.txt", "modified" }, { "c.txt", "modified" } } },
+        RepoState { "StagedAdditionEditedLater",
+            [](const GitRepo& repo) {
+                repo.write(u"n.txt"_s, "n\n");
+                repo.git({ u"add"_s, u"n.txt"_s });
+                repo.write(u"n.txt"_s, "n2\n");
+            },
+            "", { { "n.txt", "added" } } },
+        RepoState { "DeletedInWorkTree", [](const GitRepo& repo) { QFile::remove(repo.path(u"a.txt"_s)); },
+            "", { { "a.txt", "deleted" } } },
+        RepoState { "RenameStagedWithGitMv",
+            [](const GitRepo& repo) {
+                repo.write(u"z.txt"_s, "z\n");
+                repo.commitAll(u"z"_s);
+                repo.git({ u"mv"_s, u"a.txt"_s, u"m.txt"_s });
+                repo.write(u"z.txt"_s, "z2\n");
+            },
+            "", { { "m.txt", "renamed" }, { "z.txt", "modified" } } },
+        RepoState { "MergeConflict", [](const GitRepo& repo) { conflict(repo, u"a.txt"_s); }, "",
+            { { "a.txt", "conflicted" } } },
+        RepoState { "SubfolderPathsAreRelativeToIt",
+            [](const GitRepo& repo) {
+                repo.write(u"src/a.c"_s, "a\n");
+                repo.write(u"src/lib/b.c"_s, "b\n");
+                repo.commitAll(u"src"_s);
+                repo.write(u"src/a.c"_s, "a2\n");
+                repo.write(u"src/new.c"_s);
+                repo.write(u"a.txt"_s, "outside\n");
+                repo.write(u"srcfoo.c"_s);
+            },
+            "src", { { "a.c", "modified" }, { "new.c", "untracked" } } },
+        RepoState { "NonAsciiNamesArriveUnquoted",
+            [](const GitRepo& repo) {
+                repo.write(u"ü.txt"_s, "u\n");
+                repo.commitAll(u"u"_s);
+                repo.write(u"ü.txt"_s, "u2\n");
+                repo.write(u"naïve café.txt"_s);
+            },
+            "", { { "ü.txt", "modified" }, { "naïve café.txt", "untracked" } } }),
+    [](const auto& info) { return std::string(info.param.name); });
+
+// --- branch, files, history ---------------------------------------------------------------------
+
+TEST_F(GitTest, BranchNamesTheBranchOrTheDetachedCommit)
+{
+    GitRepo repo;
+    repo.write(u"a.txt"_s);
+    repo.commitAll(u"first"_s);
+    const Git git(repo.path());
+    EXPECT_EQ(text(git.branch()), "main");
+    repo.git({ u"checkout"_s, u"-q"_s, u"-b"_s, u"feature/x"_s });
+    EXPECT_EQ(text(git.branch()), "feature/x");
+    repo.git({ u"checkout"_s, u"-q"_s, u"--detach"_s });
+    const QByteArray hash = repo.git({ u"rev-parse"_s, u"--short"_s, u"HEAD"_s });
+    ASSERT_FALSE(hash.trimmed().isEmpty());
+    EXPECT_EQ(text(git.branch()), hash.trimmed().toStdString());
+}
+
+TEST_F(GitTest, ListFilesGivesTrackedAndUntrackedOnceEachInGitsOrder)
+{
+    GitRepo repo;
+    repo.write(u".gitignore"_s, "*.log\n");
+    repo.write(u"b/c.txt"_s);
+    repo.write(u"f.txt"_s, "base\n");
+    repo.write(u"z.txt"_s);
+    repo.commitAll(u"first"_s);
+    conflict(repo, u"f.txt"_s);
+    repo.write(u"a_untracked.txt"_s);
+    repo.write(u"naïve café.txt"_s);
+    repo.write(u"x.log"_s);
+
+    const auto files = Git(repo.path()).listFiles();
+    ASSERT_TRUE(files);
+    std::vector<std::string> paths;
+    for (const QByteArray& path : *files)
+        paths.push_back(path.toStdString());
+    // git lists untracked files before tracked ones; the conflicted f.txt sits in three stages.
+    EXPECT_EQ(paths,
+        (std::vector<std::string> {
+            "a_untracked.txt", "naïve café.txt", ".gitignore", "b/c.txt", "f.txt", "z.txt" }));
+}
+
+TEST_F(GitTest, HistoryCountsCommitsPerPathAndKeepsTheNewestTime)
+{
+    GitRepo repo;
+    repo.write(u"a.txt"_s, "1\n");
+    repo.write(u"b.txt"_s, "b\n");
+    repo.write(u"src/s.c"_s, "1\n");
+    repo.commitAll(u"one"_s, 1000);
+    repo.write(u"a.txt"_s, "2\n");
+    repo.git({ u"mv"_s, u"b.txt"_s, u"ç.txt"_s });
+    repo.commitAll(u"two"_s, 2000);
+    repo.write(u"a.txt"_s, "3\n");
+    repo.write(u"src/s.c"_s, "3\n");
+    repo.commitAll(u"three"_s, 3000);
+
+    struct Row {
+        const char* folder;
+        int maxCommits;
+        Counts expected;
+    };
+    const Row rows[] = {
+        // The rename counts as b.txt deleted and ç.txt added; names arrive unquoted.
+        { "", 10,
+            { { "a.txt", { 3, 3000 } }, { "b.txt", { 2, 2000 } }, { "ç.txt", { 1, 2000 } },
+                { "src/s.c", { 2, 3000 } } } },
+        { "", 2,
+            { { "a.txt", { 2, 3000 } }, { "b.txt", { 1, 2000 } }, { "ç.txt", { 1, 2000 } },
+                { "src/s.c", { 1, 3000 } } } },
+        { "src", 10, { { "s.c", { 2, 3000 } } } },
+    };
+    for (const Row& row : rows) {
+        SCOPED_TRACE(std::string("folder '") + row.folder + "', at most " + std::to_string(row.maxCommits));
+        EXPECT_EQ(
+            counted(Git(repo.path(QString::fromUtf8(row.folder))).history(row.maxCommits)), row.expected);
+    }
+}
+
+// In the rows "@" stands for the \x01 that starts each commit's date line.
+TEST(ParseHistory, CountsEveryCommitButDatesOnlyWellFormedOnes)
+{
+    const std::pair<QByteArray, Counts> rows[] = {
+        { "@300\n\na\nb\n@200\n\na\nc\n", { { "a", { 2, 300 } }, { "b", { 1, 300 } }, { "c", { 1, 200 } } } },
+        { "@100\n\na\n@300\n\na\n", { { "a", { 2, 300 } } } },
+        { "@abc\n\nx\n", { { "x", { 1, -1 } } } },
+        { "@ 100\n\ny\n", { { "y", { 1, -1 } } } },
+        { "@\n\nz\n", { { "z", { 1, -1 } } } },
+        { "@12x\n\nr\n", { { "r", { 1, -1 } } } },
+        { "@200\n\np\n@bad\n\np\nq\n", { { "p", { 2, 200 } }, { "q", { 1, -1 } } } },
+        { "@5\n\nlast", { { "last", { 1, 5 } } } },
+    };
+    for (const auto& [row, expected] : rows) {
+        SCOPED_TRACE(row.toStdString());
+        EXPECT_EQ(counted(Git::parseHistory(QByteArray(row).replace('@', '\x01'))), expected);
+    }
+}
+
+TEST_F(GitTest, OutsideARepositoryThereIsNothing)
+{
+    TempFolder folder;
+    folder.write(u"a.txt"_s, "a\n");
+    const Git git(folder.path());
+    EXPECT_FALSE(git.isInsideWorkTree());
+    EXPECT_EQ(text(git.branch()), "<none>");
+    EXPECT_FALSE(git.listFiles());
+    EXPECT_TRUE(git.status().isEmpty());
+    EXPECT_TRUE(counted(git.history(10)).empty());
+}
+
+// With no configuration naming any program, not even the user's, the repository is still read.
+TEST_F(GitTest, ReadsARepositoryWhenNoConfigurationNamesAProgram)
+{
+    GitRepo repo;
+    repo.write(u"a.txt"_s, "a\n");
+    repo.commitAll(u"first"_s);
+    repo.write(u"a.txt"_s, "b\n");
+    const Git git(repo.path());
+    EXPECT_TRUE(git.isInsideWorkTree());
+    EXPECT_EQ(named(git.status()), (Statuses { { "a.txt", "modified" } }));
+}
+
+// --- safety ---------------------------------------------------------------------------------------
+
+struct Hostile {
+    const char* name;
+    std::function<void(const GitRepo&, const QString& marker)> configure;
+};
+
+void PrintTo(const Hostile& hostile, std::ostream* out)
+{
+    *out << hostile.name;
+}
+
+class HostileRepository : public GitTest, public testing::WithParamInterface<Hostile> { };
+
+// a.txt keeps its size so that git must hash it again, which runs a clean filter.
+TEST_P(HostileRepository, NeverRunsTheProgramItNames)
+{
+    TempFolder outside;
+    const QString marker = outside.path(u"marker"_s);
+    GitRepo repo;
+    repo.write(u".gitattributes"_s, "*.txt filter=x\n");
+    repo.write(u"a.txt"_s, "one\n");
+    repo.commitAll(u"first"_s);
+    GetParam().configure(repo, marker);
+    repo.write(u"a.txt"_s, "two\n");
+    repo.touchAll(1600000000);
+
+    const Git git(repo.path());
+    EXPECT_EQ(named(git.status()), (Statuses { { "a.txt", "modified" } }));
+    EXPECT_TRUE(git.listFiles());
+    EXPECT_TRUE(git.history(10).commits.contains(u"a.txt"_s));
+    EXPECT_EQ(text(git.branch()), "main");
+    EXPECT_FALSE(QFile::exists(marker));
+
+    repo.git({ u"status"_s });
+    EXPECT_TRUE(QFile::exists(marker)) << "plain git status does run it";
+}
+
+INSTANTIATE_TEST_SUITE_P(Configurations, HostileRepository,
+    testing::Values(Hostile { "Fsmonitor",
+                        [](const GitRepo& repo, const QString& marker) {
+                            repo.git({ u"config"_s, u"core.fsmonitor"_s, u"touch \"" + marker + u"\"; :" });
+                        } },
+        Hostile { "CleanFilter",
+            [](const GitRepo& repo, const QString& marker) {
+                repo.git({ u"config"_s, u"filter.x.clean"_s, touching(marker) });
+            } },
+        Hostile { "RequiredCleanFilter",
+            [](const GitRepo& repo, const QString& marker) {
+                repo.git({ u"config"_s, u"filter.x.clean"_s, touching(marker) });
+                repo.git({ u"config"_s, u"filter.x.required"_s, u"true"_s });
+            } },
+        Hostile { "SubmoduleFsmonitor",
+            [](const GitRepo& repo, const QString& marker) {
+                GitRepo inner;
+                inner.write(u"i"_s);
+                inner.commitAll(u"inner"_s);
+                repo.git({ u"-c"_s, u"protocol.file.allow=always"_s, u"submodule"_s, u"add"_s, u"-q"_s,
+                    inner.path(), u"sub"_s });
+                repo.commitAll(u"submodule"_s);
+                repo.git(
+                    { u"-C"_s, u"sub"_s, u"config"_s, u"core.fsmonitor"_s, u"touch \"" + marker + u"\"; :" });
+            } }),
+    [](const auto& info) { return std::string(info.param.name); });
+
+TEST_F(GitTest, UserFiltersStillRunAndOutrankTheRepository)
+{
+    TempFolder outside;
+    const QString userMarker = outside.path(u"user"_s);
+    const QString repoMarker = outside.path(u"repo"_s);
+    GitRepo repo;
+    repo.git({ u"config"_s, u"--file"_s, globalConfig, u"filter.y.clean"_s, touching(userMarker) });
+    repo.write(u".gitattributes"_s, "*.txt filter=y\n");
+    repo.write(u"a.txt"_s, "one\n");
+    repo.commitAll(u"first"_s);
+
+    for (const bool overridden : { false, true }) {
+        SCOPED_TRACE(overridden ? "repository overrides the filter" : "only the user sets the filter");
+        if (overridden)
+            repo.git({ u"config"_s, u"filter.y.clean"_s, touching(repoMarker) });
+        repo.write(u"a.txt"_s, overridden ? "tri\n" : "two\n");
+        repo.touchAll(overridden ? 1600000000 : 1500000000);
+        QFile::remove(userMarker);
+        EXPECT_EQ(named(Git(repo.path()).status()), (Statuses { { "a.txt", "modified" } }));
+        EXPECT_TRUE(QFile::exists(userMarker));
+        EXPECT_FALSE(QFile::exists(repoMarker));
+    }
+    repo.git({ u"status"_s });
+    EXPECT_TRUE(QFile::exists(repoMarker)) << "plain git status runs the repository's filter";
+}
+
+TEST_F(GitTest, StatusLeavesTheIndexUntouched)
+{
+    GitRepo repo;
+    repo.write(u"a.txt"_s, "a\n");
+    repo.write(u"b.txt"_s, "b\n");
+    repo.commitAll(u"first"_s);
+    repo.write(u"b.txt"_s, "B\n");
+    repo.touchAll(1600000000); // a.txt is unchanged but its recorded time no longer matches
+    const QString index = repo.path(u".git/index"_s);
+    const QByteArray before = readFile(index);
+    const QDateTime modified = QFileInfo(index).lastModified();
+
+    EXPECT_EQ(named(Git(repo.path()).status()), (Statuses { { "b.txt", "modified" } }));
+    EXPECT_EQ(readFile(index), before);
+    EXPECT_EQ(QFileInfo(index).lastModified(), modified);
+
+    repo.git({ u"status"_s });
+    EXPECT_NE(readFile(index), before) << "plain git status refreshes the index";
+}
+
+TEST_F(GitTest, StopRequestYieldsNothing)
+{
+    GitRepo repo;
+    repo.write(u"a.txt"_s, "a\n");
+    repo.commitAll(u"first"_s);
+    repo.write(u"a.txt"_s, "b\n");
+    for (const bool stop : { false, true }) {
+        SCOPED_TRACE(stop ? "stop requested" : "no stop requested");
+        const Git git(repo.path(), [stop] { return stop; });
+        EXPECT_EQ(git.run({ u"rev-parse"_s, u"HEAD"_s }).has_value(), !stop);
+        EXPECT_EQ(git.status().isEmpty(), stop);
+    }
+}
+
+} // namespace

@@ -10,7 +10,8 @@ namespace {
 class Tree {
 public:
     Tree()
-        : root(std::make_unique<FileNode>(QStringLiteral("/r"), QStringLiteral("r"), QString(), true, nullptr))
+        : root(
+            std::make_unique<FileNode>(QStringLiteral("/r"), QStringLiteral("r"), QString(), true, nullptr))
     {
     }
 
@@ -33,7 +34,8 @@ public:
         const qsizetype slash = path.lastIndexOf(u'/');
         FileNode& parent = folder(slash < 0 ? QString() : path.left(slash));
         const QString name = path.mid(slash + 1);
-        FileNode* node = parent.addChild(std::make_unique<FileNode>(u"/r/" + path, name, path, false, &parent));
+        FileNode* node
+            = parent.addChild(std::make_unique<FileNode>(u"/r/" + path, name, path, false, &parent));
         node->language = &Languages::languageFor(name);
         node->lines = lines;
         node->size = size;

@@ -16,7 +16,8 @@ ScanResult scanOk(const QString& path, int maxFiles = Scanner::defaultMaxFiles)
 {
     auto outcome = Scanner(path, std::make_shared<CancelFlag>(), maxFiles).scan();
     EXPECT_TRUE(std::holds_alternative<ScanResult>(outcome));
-    return std::holds_alternative<ScanResult>(outcome) ? std::get<ScanResult>(std::move(outcome)) : ScanResult {};
+    return std::holds_alternative<ScanResult>(outcome) ? std::get<ScanResult>(std::move(outcome))
+                                                       : ScanResult {};
 }
 
 QStringList filePaths(const ScanResult& result)
@@ -54,6 +55,8 @@ struct LineCase {
     bool binary;
 };
 
+void PrintTo(const LineCase& row, std::ostream* out) { *out << row.name; }
+
 QByteArray zeroAt(qsizetype offset)
 {
     QByteArray text(9000, 'x');
@@ -80,7 +83,8 @@ INSTANTIATE_TEST_SUITE_P(Table, CountLines,
     testing::Values(LineCase { "empty", "", 0, false }, LineCase { "twoLines", "a\nb", 2, false },
         LineCase { "twoLinesTerminated", "a\nb\n", 2, false }, LineCase { "oneNewline", "\n", 1, false },
         LineCase { "noNewline", "abc", 1, false }, LineCase { "blankLines", "\n\n\n", 3, false },
-        LineCase { "crlf", "a\r\nb\r\n", 2, false }, LineCase { "zeroAtStart", QByteArray("\0abc", 4), 0, true },
+        LineCase { "crlf", "a\r\nb\r\n", 2, false },
+        LineCase { "zeroAtStart", QByteArray("\0abc", 4), 0, true },
         LineCase { "zeroAt7999", zeroAt(7999), 0, true }, LineCase { "zeroAt8000", zeroAt(8000), 90, false }),
     [](const auto& info) { return std::string(info.param.name); });
 
@@ -111,7 +115,8 @@ TEST(Scanner, WalkKeepsOnlyAllowedHiddenNamesAndSkipsToolFolders)
         folder.write(QString::fromLatin1(name), "x\n");
     EXPECT_EQ(filePaths(scanOk(folder.path())),
         QStringList({ QStringLiteral(".env.example"), QStringLiteral(".github/workflows/ci.yml"),
-            QStringLiteral(".gitignore"), QStringLiteral("Library/kept.txt"), QStringLiteral("src/main.c") }));
+            QStringLiteral(".gitignore"), QStringLiteral("Library/kept.txt"),
+            QStringLiteral("src/main.c") }));
 }
 
 TEST(Scanner, LibraryIsSkippedOnlyWhenTheHomeFolderIsScanned)
@@ -131,7 +136,8 @@ TEST(Scanner, ALinkToAFolderIsAFileWithTheLinksOwnSize)
     TempFolder folder;
     folder.write(QStringLiteral("real/a.txt"), "a\nb\n");
     const QByteArray target = QFile::encodeName(folder.path(QStringLiteral("real")));
-    ASSERT_EQ(symlink(target.constData(), QFile::encodeName(folder.path(QStringLiteral("link"))).constData()), 0);
+    ASSERT_EQ(
+        symlink(target.constData(), QFile::encodeName(folder.path(QStringLiteral("link"))).constData()), 0);
     const ScanResult result = scanOk(folder.path());
     EXPECT_EQ(filePaths(result), QStringList({ QStringLiteral("link"), QStringLiteral("real/a.txt") }));
     const FileNode* link = result.root->find(u"link");
@@ -304,7 +310,8 @@ TEST(Scanner, AConflictedFileIsListedOnce)
     GitRepo repo;
     repo.write(QStringLiteral("c.txt"), "base\n");
     repo.commitAll(QStringLiteral("base"));
-    repo.git({ QStringLiteral("checkout"), QStringLiteral("-q"), QStringLiteral("-b"), QStringLiteral("side") });
+    repo.git(
+        { QStringLiteral("checkout"), QStringLiteral("-q"), QStringLiteral("-b"), QStringLiteral("side") });
     repo.write(QStringLiteral("c.txt"), "side\n");
     repo.commitAll(QStringLiteral("side"));
     repo.git({ QStringLiteral("checkout"), QStringLiteral("-q"), QStringLiteral("main") });
@@ -322,8 +329,9 @@ TEST(Scanner, ADetachedHeadIsNamedByItsShortHash)
     repo.write(QStringLiteral("a.txt"), "a\n");
     repo.commitAll(QStringLiteral("one"));
     repo.git({ QStringLiteral("checkout"), QStringLiteral("-q"), QStringLiteral("--detach") });
-    const QString hash = QString::fromUtf8(repo.git({ QStringLiteral("rev-parse"), QStringLiteral("--short"),
-        QStringLiteral("HEAD") }).trimmed());
+    const QString hash = QString::fromUtf8(
+        repo.git({ QStringLiteral("rev-parse"), QStringLiteral("--short"), QStringLiteral("HEAD") })
+            .trimmed());
     EXPECT_EQ(scanOk(repo.path()).branch, hash);
 }
 
@@ -335,13 +343,15 @@ TEST(Scanner, ProgressPhasesComeInOrder)
     repo.commitAll(QStringLiteral("one"));
     QStringList phases;
     std::mutex lock;
-    const auto outcome = Scanner(repo.path(), std::make_shared<CancelFlag>()).scan([&](const ScanProgress& p) {
-        std::lock_guard guard(lock);
-        if (phases.isEmpty() || phases.last() != p.phase)
-            phases << p.phase;
-        EXPECT_LE(p.done, p.total);
-    });
+    const auto outcome
+        = Scanner(repo.path(), std::make_shared<CancelFlag>()).scan([&](const ScanProgress& p) {
+              std::lock_guard guard(lock);
+              if (phases.isEmpty() || phases.last() != p.phase)
+                  phases << p.phase;
+              EXPECT_LE(p.done, p.total);
+          });
     ASSERT_TRUE(std::holds_alternative<ScanResult>(outcome));
     phases.removeAll(QStringLiteral("Counting lines"));
-    EXPECT_EQ(phases, QStringList({ QStringLiteral("Listing files"), QStringLiteral("Reading git history") }));
+    EXPECT_EQ(
+        phases, QStringList({ QStringLiteral("Listing files"), QStringLiteral("Reading git history") }));
 }

@@ -10,7 +10,10 @@
 
 #include <sys/time.h>
 
-TempFolder::TempFolder() { EXPECT_TRUE(m_dir.isValid()); }
+TempFolder::TempFolder()
+{
+    EXPECT_TRUE(m_dir.isValid());
+}
 
 QString TempFolder::write(const QString& relative, const QByteArray& content) const
 {
@@ -22,7 +25,10 @@ QString TempFolder::write(const QString& relative, const QByteArray& content) co
     return file;
 }
 
-void TempFolder::makeFolder(const QString& relative) const { QDir().mkpath(path(relative)); }
+void TempFolder::makeFolder(const QString& relative) const
+{
+    QDir().mkpath(path(relative));
+}
 
 void TempFolder::touchAll(qint64 seconds) const
 {
@@ -33,7 +39,10 @@ void TempFolder::touchAll(qint64 seconds) const
         lutimes(QFile::encodeName(it.next()).constData(), times);
 }
 
-GitRepo::GitRepo() { git({ QStringLiteral("init"), QStringLiteral("-q"), QStringLiteral("-b"), QStringLiteral("main") }); }
+GitRepo::GitRepo()
+{
+    git({ QStringLiteral("init"), QStringLiteral("-q"), QStringLiteral("-b"), QStringLiteral("main") });
+}
 
 QByteArray GitRepo::git(const QStringList& arguments, bool allowFailure, qint64 time) const
 {
@@ -62,8 +71,8 @@ QByteArray GitRepo::git(const QStringList& arguments, bool allowFailure, qint64 
 void GitRepo::commitAll(const QString& message, qint64 time) const
 {
     git({ QStringLiteral("add"), QStringLiteral("-A") });
-    git({ QStringLiteral("commit"), QStringLiteral("-q"), QStringLiteral("--allow-empty"), QStringLiteral("-m"),
-            message },
+    git({ QStringLiteral("commit"), QStringLiteral("-q"), QStringLiteral("--allow-empty"),
+            QStringLiteral("-m"), message },
         false, time);
 }
 
