@@ -82,6 +82,19 @@ void FileNode::finalize(int newDepth)
     });
 }
 
+void FileNode::sumCommits()
+{
+    if (!isDirectory)
+        return;
+    commits = 0;
+    lastCommit.reset();
+    for (const auto& child : children) {
+        child->sumCommits();
+        commits += child->commits;
+        takeLater(lastCommit, child->lastCommit);
+    }
+}
+
 void FileNode::forEach(const std::function<void(FileNode&)>& visit)
 {
     for (const auto& child : children) {

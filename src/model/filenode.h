@@ -52,6 +52,10 @@ public:
     // dominant language and sorts children (folders first, natural order). Called once, on the root.
     void finalize(int depth = 0);
 
+    // Sums commits and takes the latest lastCommit again for every folder below, for commit counts
+    // that arrive after finalize.
+    void sumCommits();
+
     // Visits every file below this node, depth first in children order; folders are passed through.
     void forEach(const std::function<void(FileNode&)>& visit);
     void forEach(const std::function<void(const FileNode&)>& visit) const;

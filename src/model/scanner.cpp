@@ -39,7 +39,6 @@ QString phaseHistory()
 
 struct GitData {
     QHash<QString, GitFileStatus> statuses;
-    Git::History history;
     std::optional<QString> branch;
 };
 
@@ -299,25 +298,34 @@ std::variant<ScanResult, ScanError> Scanner::scan(const ProgressCallback& progre
     });
 
     if (gitData.valid()) {
-        report(phaseHistory(), count, count);
-        GitData data = gitData.get();
-        data.history = history.get();
+        const GitData data = gitData.get();
         result.branch = data.branch;
         for (FileNode* file : files) {
-            file->commits = data.history.commits.value(file->relativePath);
-            const auto last = data.history.last.constFind(file->relativePath);
-            if (last != data.history.last.cend())
-                file->lastCommit = *last;
             const auto status = data.statuses.constFind(file->relativePath);
             if (status != data.statuses.cend())
                 file->gitStatus = *status;
         }
-        for (const int commits : data.history.commits)
-            result.peakCommits = std::max<qint64>(result.peakCommits, commits);
     }
     if (cancelled())
         return ScanError { ScanError::Kind::cancelled, m_rootPath };
-
     result.root->finalize(0);
+
+    // The history is git's slowest answer: the tree is finished while it comes, then takes its
+    // two measures.
+    if (history.valid()) {
+        report(phaseHistory(), count, count);
+        const Git::History commits = history.get();
+        result.root->forEach([&](FileNode& file) {
+            file.commits = commits.commits.value(file.relativePath);
+            const auto last = commits.last.constFind(file.relativePath);
+            if (last != commits.last.cend())
+                file.lastCommit = *last;
+        });
+        result.root->sumCommits();
+        for (const int count : commits.commits)
+            result.peakCommits = std::max<qint64>(result.peakCommits, count);
+        if (cancelled())
+            return ScanError { ScanError::Kind::cancelled, m_rootPath };
+    }
     return result;
 }
