@@ -99,6 +99,8 @@ std::optional<QByteArray> Git::start(const QStringList& arguments) const
         environment.remove(QString::fromLatin1(name));
     environment.insert(QStringLiteral("GIT_OPTIONAL_LOCKS"), QStringLiteral("0"));
     environment.insert(QStringLiteral("GIT_TERMINAL_PROMPT"), QStringLiteral("0"));
+    // Into a pipe git flushes after every record (every commit of a log), waking us each time.
+    environment.insert(QStringLiteral("GIT_FLUSH"), QStringLiteral("0"));
     process.setProcessEnvironment(environment);
     process.setStandardInputFile(QProcess::nullDevice());
     process.setStandardErrorFile(QProcess::nullDevice());

@@ -179,6 +179,87 @@ LineCount Scanner::countLines(const QByteArray& path, qint64 size)
     return { lines, false };
 }
 
+std::vector<FileNode*> Scanner::buildTree(FileNode& root, const QList<QByteArray>& paths) const
+{
+    // Folders are made as the paths name them, keyed by their relative path.
+    const QString urlPrefix = m_rootPath.endsWith(u'/') ? m_rootPath : m_rootPath + u'/';
+    QHash<QByteArray, FileNode*> folders { { QByteArray(), &root } };
+    const std::function<FileNode*(const QByteArray&)> folderFor = [&](const QByteArray& path) -> FileNode* {
+        if (FileNode* known = folders.value(path))
+            return known;
+        const qsizetype slash = path.lastIndexOf('/');
+        FileNode* parent = folderFor(slash < 0 ? QByteArray() : path.left(slash));
+        const QString relative = QString::fromUtf8(path);
+        auto node = std::make_unique<FileNode>(
+            urlPrefix + relative, QString::fromUtf8(path.mid(slash + 1)), relative, true, parent);
+        return folders[path] = parent->addChild(std::move(node));
+    };
+    std::vector<FileNode*> files;
+    files.reserve(paths.size());
+    for (const QByteArray& path : paths) {
+        const qsizetype slash = path.lastIndexOf('/');
+        FileNode* folder = folderFor(slash < 0 ? QByteArray() : path.left(slash));
+        const QString relative = QString::fromUtf8(path);
+        const QString name = QString::fromUtf8(path.mid(slash + 1));
+        auto node = std::make_unique<FileNode>(urlPrefix + relative, name, relative, false, folder);
+        node->language = &Languages::languageFor(name);
+        files.push_back(folder->addChild(std::move(node)));
+    }
+    return files;
+}
+
+void Scanner::measure(const std::vector<FileNode*>& files, const QList<QByteArray>& paths, int workers,
+    const std::function<void(qint64, qint64)>& report) const
+{
+    const QByteArray root = QFile::encodeName(m_rootPath);
+    const qint64 count = qint64(files.size());
+    const int chunkCount = std::max(1, 6 * QThread::idealThreadCount());
+    const qint64 chunkSize = std::max<qint64>(1, (count + chunkCount - 1) / chunkCount);
+    std::mutex progressLock;
+    qint64 done = 0;
+    QElapsedTimer sinceReport;
+    sinceReport.start();
+    parallelFor(chunkCount, workers, [&](int chunk) {
+        const qint64 end = std::min((chunk + 1) * chunkSize, count);
+        for (qint64 index = chunk * chunkSize; index < end; ++index) {
+            if (cancelled())
+                return;
+            measureFile(*files[size_t(index)], joinPath(root, paths[index]));
+            if (index % 64 != 0)
+                continue;
+            qint64 reached = -1;
+            {
+                std::lock_guard lock(progressLock);
+                done += 64;
+                if (sinceReport.elapsed() > 80) {
+                    sinceReport.restart();
+                    reached = std::min(done, count);
+                }
+            }
+            if (reached >= 0)
+                report(reached, count);
+        }
+    });
+}
+
+void Scanner::measureFile(FileNode& file, const QByteArray& path)
+{
+    struct stat info;
+    if (lstat(path.constData(), &info) != 0 || S_ISDIR(info.st_mode)) {
+        file.excluded = true;
+        return;
+    }
+    file.size = info.st_size;
+    file.modified = qint64(info.st_mtim.tv_sec);
+    if (!S_ISREG(info.st_mode) || file.language->isBinary)
+        return; // a link, a device or a picture is never read
+    const LineCount measured = countLines(path, file.size);
+    file.lines = measured.lines;
+    file.isBinary = measured.isBinary;
+    if (file.isBinary && *file.language == Languages::other())
+        file.language = &Languages::binary();
+}
+
 std::variant<ScanResult, ScanError> Scanner::scan(const ProgressCallback& progress) const
 {
     const auto report = [&](const QString& phase, qint64 done, qint64 total) {
@@ -193,8 +274,8 @@ std::variant<ScanResult, ScanError> Scanner::scan(const ProgressCallback& progre
     ScanResult result;
     result.isGit = git.isInsideWorkTree();
 
-    // git mostly waits on its own processes: threads of their own keep the pool for measuring, and
-    // the history, git's slowest answer, starts first and runs beside everything else.
+    // git mostly waits on its own processes, each on a thread of its own; the history, git's slowest
+    // answer, starts first and runs beside everything else.
     std::future<Git::History> history;
     std::future<GitData> gitData;
     if (result.isGit) {
@@ -219,83 +300,14 @@ std::variant<ScanResult, ScanError> Scanner::scan(const ProgressCallback& progre
     if (cancelled())
         return ScanError { ScanError::Kind::cancelled, m_rootPath };
 
-    // Build the tree from the relative paths; folders are made as the paths name them.
     const QString rootName = QFileInfo(m_rootPath).fileName();
     result.root = std::make_shared<FileNode>(
         m_rootPath, rootName.isEmpty() ? m_rootPath : rootName, QString(), true, nullptr);
-    const QByteArray rootBytes = QFile::encodeName(m_rootPath);
-    const QString urlPrefix = m_rootPath.endsWith(u'/') ? m_rootPath : m_rootPath + u'/';
-    QHash<QByteArray, FileNode*> folders { { QByteArray(), result.root.get() } };
-    const std::function<FileNode*(const QByteArray&)> folderFor = [&](const QByteArray& path) -> FileNode* {
-        if (FileNode* known = folders.value(path))
-            return known;
-        const qsizetype slash = path.lastIndexOf('/');
-        FileNode* parent = folderFor(slash < 0 ? QByteArray() : path.left(slash));
-        const QString relative = QString::fromUtf8(path);
-        auto node = std::make_unique<FileNode>(
-            urlPrefix + relative, QString::fromUtf8(path.mid(slash + 1)), relative, true, parent);
-        return folders[path] = parent->addChild(std::move(node));
-    };
-    std::vector<FileNode*> files;
-    files.reserve(paths.size());
-    for (const QByteArray& path : std::as_const(paths)) {
-        const qsizetype slash = path.lastIndexOf('/');
-        FileNode* folder = folderFor(slash < 0 ? QByteArray() : path.left(slash));
-        const QString relative = QString::fromUtf8(path);
-        const QString name = QString::fromUtf8(path.mid(slash + 1));
-        auto node = std::make_unique<FileNode>(urlPrefix + relative, name, relative, false, folder);
-        node->language = &Languages::languageFor(name);
-        files.push_back(folder->addChild(std::move(node)));
-    }
+    const std::vector<FileNode*> files = buildTree(*result.root, paths);
 
-    // Measure in parallel chunks; each worker writes only its own nodes.
-    const qint64 count = qint64(files.size());
-    const int chunkCount = std::max(1, 6 * QThread::idealThreadCount());
-    const qint64 chunkSize = std::max<qint64>(1, (count + chunkCount - 1) / chunkCount);
-    std::mutex progressLock;
-    qint64 done = 0;
-    QElapsedTimer sinceReport;
-    sinceReport.start();
     // While git reads the history it keeps one core busy; leave that core to it.
     const int workers = std::max(1, QThread::idealThreadCount() - (history.valid() ? 1 : 0));
-    parallelFor(chunkCount, workers, [&](int chunk) {
-        const qint64 end = std::min((chunk + 1) * chunkSize, count);
-        for (qint64 index = chunk * chunkSize; index < end; ++index) {
-            if (cancelled())
-                return;
-            FileNode& file = *files[size_t(index)];
-            const QByteArray path = joinPath(rootBytes, paths[index]);
-            struct stat info;
-            if (lstat(path.constData(), &info) != 0 || S_ISDIR(info.st_mode)) {
-                file.excluded = true;
-            } else {
-                file.size = info.st_size;
-                file.modified = qint64(info.st_mtim.tv_sec);
-                if (S_ISREG(info.st_mode) && !file.language->isBinary) {
-                    const LineCount measured = countLines(path, file.size);
-                    file.lines = measured.lines;
-                    file.isBinary = measured.isBinary;
-                    if (file.isBinary && *file.language == Languages::other())
-                        file.language = &Languages::binary();
-                }
-            }
-            if (index % 64 == 0) {
-                bool due = false;
-                qint64 reached = 0;
-                {
-                    std::lock_guard lock(progressLock);
-                    done += 64;
-                    if (sinceReport.elapsed() > 80) {
-                        sinceReport.restart();
-                        due = true;
-                        reached = std::min(done, count);
-                    }
-                }
-                if (due)
-                    report(phaseCounting(), reached, count);
-            }
-        }
-    });
+    measure(files, paths, workers, [&](qint64 done, qint64 total) { report(phaseCounting(), done, total); });
 
     if (gitData.valid()) {
         const GitData data = gitData.get();
@@ -313,7 +325,7 @@ std::variant<ScanResult, ScanError> Scanner::scan(const ProgressCallback& progre
     // The history is git's slowest answer: the tree is finished while it comes, then takes its
     // two measures.
     if (history.valid()) {
-        report(phaseHistory(), count, count);
+        report(phaseHistory(), qint64(files.size()), qint64(files.size()));
         const Git::History commits = history.get();
         result.root->forEach([&](FileNode& file) {
             file.commits = commits.commits.value(file.relativePath);
@@ -322,8 +334,8 @@ std::variant<ScanResult, ScanError> Scanner::scan(const ProgressCallback& progre
                 file.lastCommit = *last;
         });
         result.root->sumCommits();
-        for (const int count : commits.commits)
-            result.peakCommits = std::max<qint64>(result.peakCommits, count);
+        for (const int touched : commits.commits)
+            result.peakCommits = std::max<qint64>(result.peakCommits, touched);
         if (cancelled())
             return ScanError { ScanError::Kind::cancelled, m_rootPath };
     }

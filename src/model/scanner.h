@@ -10,6 +10,7 @@
 #include <memory>
 #include <optional>
 #include <variant>
+#include <vector>
 
 struct ScanProgress {
     QString phase;
@@ -65,6 +66,10 @@ public:
 
 private:
     QList<QByteArray> walk() const;
+    std::vector<FileNode*> buildTree(FileNode& root, const QList<QByteArray>& paths) const;
+    void measure(const std::vector<FileNode*>& files, const QList<QByteArray>& paths, int workers,
+        const std::function<void(qint64 done, qint64 total)>& report) const;
+    static void measureFile(FileNode& file, const QByteArray& path);
     bool cancelled() const { return m_cancel && m_cancel->isCancelled(); }
 
     QString m_rootPath;

@@ -285,6 +285,9 @@ TEST(Scanner, ReadsGitStateWithoutWritingIntoTheRepository)
     EXPECT_EQ(result.peakCommits, 2);
     EXPECT_EQ(root.changedCount, 3);
     EXPECT_EQ(root.lastCommit, 1700000500);
+    EXPECT_EQ(root.commits, 5);
+    EXPECT_EQ(root.find(u"dist")->commits, 1);
+    EXPECT_EQ(root.find(u"dist")->lastCommit, 1700000000);
 }
 
 TEST(Scanner, ASubfolderOfARepositoryIsScannedRelativeToItself)
