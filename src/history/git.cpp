@@ -28,13 +28,15 @@ QString decode(QByteArrayView bytes)
 
 } // namespace
 
-// The "-c" arguments that take back, for this folder, every program-naming value set by the
+// The settings that take back, for this folder, every program-naming value set by the
 // repository's own configuration: the user's global or system values are put back in order, and
 // a key only the repository sets becomes empty (which git reads as false or as "no program").
+// They reach git through GIT_CONFIG_KEY_n and GIT_CONFIG_VALUE_n, which outrank the repository's
+// files and, unlike "-c key=value", keep a name such as filter."a=b".clean whole.
 struct Git::Guard {
     std::once_flag once;
     bool ok = false;
-    QStringList arguments;
+    Settings settings;
 };
 
 Git::Git(QString folder, std::function<bool()> stopRequested)
@@ -77,16 +79,16 @@ const Git::Guard& Git::guard() const
             }
         }
         for (const QString& key : std::as_const(keys)) {
-            m_guard->arguments << QStringLiteral("-c") << key + u'=';
+            m_guard->settings.append({ key, QString() });
             for (const QString& value : userValues.value(key))
-                m_guard->arguments << QStringLiteral("-c") << key + u'=' + value;
+                m_guard->settings.append({ key, value });
         }
         m_guard->ok = true;
     });
     return *m_guard;
 }
 
-std::optional<QByteArray> Git::start(const QStringList& arguments) const
+std::optional<QByteArray> Git::start(const QStringList& arguments, const Settings& settings) const
 {
     if (!QFileInfo(executable()).isExecutable() || (m_stopRequested && m_stopRequested()))
         return std::nullopt;
@@ -99,6 +101,14 @@ std::optional<QByteArray> Git::start(const QStringList& arguments) const
         environment.remove(QString::fromLatin1(name));
     environment.insert(QStringLiteral("GIT_OPTIONAL_LOCKS"), QStringLiteral("0"));
     environment.insert(QStringLiteral("GIT_TERMINAL_PROMPT"), QStringLiteral("0"));
+    // Settings the user's environment already passes come first; ours outrank them.
+    const int given = environment.value(QStringLiteral("GIT_CONFIG_COUNT")).toInt();
+    for (qsizetype i = 0; i < settings.size(); ++i) {
+        environment.insert(QStringLiteral("GIT_CONFIG_KEY_%1").arg(given + i), settings[i].first);
+        environment.insert(QStringLiteral("GIT_CONFIG_VALUE_%1").arg(given + i), settings[i].second);
+    }
+    if (!settings.isEmpty())
+        environment.insert(QStringLiteral("GIT_CONFIG_COUNT"), QString::number(given + settings.size()));
     // Into a pipe git flushes after every record (every commit of a log), waking us each time.
     environment.insert(QStringLiteral("GIT_FLUSH"), QStringLiteral("0"));
     process.setProcessEnvironment(environment);
@@ -132,8 +142,8 @@ std::optional<QByteArray> Git::run(const QStringList& arguments) const
     const Guard& g = guard();
     if (!g.ok)
         return std::nullopt;
-    return start(QStringList { QStringLiteral("-c"), QStringLiteral("core.quotePath=false") } + g.arguments
-        + arguments);
+    return start(
+        QStringList { QStringLiteral("-c"), QStringLiteral("core.quotePath=false") } + arguments, g.settings);
 }
 
 std::optional<QString> Git::string(const QStringList& arguments) const

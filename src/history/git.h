@@ -46,7 +46,8 @@ public:
 
 private:
     struct Guard;
-    std::optional<QByteArray> start(const QStringList& arguments) const;
+    using Settings = QList<std::pair<QString, QString>>;
+    std::optional<QByteArray> start(const QStringList& arguments, const Settings& settings = {}) const;
     const Guard& guard() const;
 
     QString m_folder;

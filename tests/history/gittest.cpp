@@ -387,6 +387,22 @@ INSTANTIATE_TEST_SUITE_P(Configurations, HostileRepository,
                 repo.git({ u"config"_s, u"filter.x.clean"_s, touching(marker) });
                 repo.git({ u"config"_s, u"filter.x.required"_s, u"true"_s });
             } },
+        Hostile { "FilterNamedWithAnEqualsSign",
+            [](const GitRepo& repo, const QString& marker) {
+                repo.write(u".gitattributes"_s, "*.txt filter=x=y\n");
+                repo.commitAll(u"attributes"_s);
+                repo.git({ u"config"_s, u"filter.x=y.clean"_s, touching(marker) });
+            } },
+        Hostile { "TextconvAndPagers",
+            [](const GitRepo& repo, const QString& marker) {
+                repo.write(u".gitattributes"_s, "*.txt filter=x diff=z\n");
+                repo.commitAll(u"attributes"_s);
+                repo.git({ u"config"_s, u"filter.x.clean"_s, touching(marker) });
+                repo.git({ u"config"_s, u"diff.z.textconv"_s, touching(marker) });
+                repo.git({ u"config"_s, u"core.pager"_s, touching(marker) });
+                repo.git({ u"config"_s, u"log.showSignature"_s, u"true"_s });
+                repo.git({ u"config"_s, u"gpg.program"_s, touching(marker) });
+            } },
         Hostile { "SubmoduleFsmonitor",
             [](const GitRepo& repo, const QString& marker) {
                 GitRepo inner;
