@@ -56,14 +56,15 @@ const Git::Guard& Git::guard() const
     std::call_once(m_guard->once, [this] {
         // All keys, filtered here: git config --get-regexp exits 1 when no key matches, which
         // start() cannot tell apart from a failure.
-        const auto output = start({ QStringLiteral("config"), QStringLiteral("--show-scope"),
-            QStringLiteral("-z"), QStringLiteral("--list") });
-        if (!output)
+        QByteArray output;
+        if (!start({ QStringLiteral("config"), QStringLiteral("--show-scope"), QStringLiteral("-z"),
+                       QStringLiteral("--list") },
+                {}, [&](const QByteArray& chunk) { output += chunk; }))
             return;
         static const QRegularExpression programKey(QString::fromLatin1(programKeys));
         QList<QString> keys;
         QHash<QString, QStringList> userValues;
-        const QList<QByteArray> pieces = output->split('\0');
+        const QList<QByteArray> pieces = output.split('\0');
         for (qsizetype i = 0; i + 1 < pieces.size(); i += 2) {
             const QByteArray& scope = pieces[i];
             const QByteArray& entry = pieces[i + 1];
@@ -88,10 +89,10 @@ const Git::Guard& Git::guard() const
     return *m_guard;
 }
 
-std::optional<QByteArray> Git::start(const QStringList& arguments, const Settings& settings) const
+bool Git::start(const QStringList& arguments, const Settings& settings, const Sink& sink) const
 {
-    if (!QFileInfo(executable()).isExecutable() || (m_stopRequested && m_stopRequested()))
-        return std::nullopt;
+    if (!QFileInfo(executable()).isExecutable() || stopped())
+        return false;
     QProcess process;
     process.setProgram(executable());
     process.setArguments(arguments);
@@ -116,34 +117,44 @@ std::optional<QByteArray> Git::start(const QStringList& arguments, const Setting
     process.setStandardErrorFile(QProcess::nullDevice());
     process.start(QIODevice::ReadOnly);
     if (!process.waitForStarted(-1))
-        return std::nullopt;
-    QByteArray output;
-    while (!process.waitForFinished(m_stopRequested ? 50 : -1)) {
-        if (process.state() == QProcess::NotRunning)
-            break;
-        output += process.readAllStandardOutput();
-        if (m_stopRequested && m_stopRequested()) {
+        return false;
+    // Output is handed on as it comes, and a stop is looked for at least every 100 ms.
+    while (process.state() != QProcess::NotRunning) {
+        if (!process.waitForReadyRead(50))
+            process.waitForFinished(50);
+        if (const QByteArray chunk = process.readAllStandardOutput(); !chunk.isEmpty())
+            sink(chunk);
+        if (stopped()) {
             process.kill();
             process.waitForFinished(-1);
-            return std::nullopt;
+            return false;
         }
     }
-    output += process.readAllStandardOutput();
-    // git may finish before the first poll; a stop asked for meanwhile still yields none.
-    if (m_stopRequested && m_stopRequested())
-        return std::nullopt;
-    if (process.exitStatus() != QProcess::NormalExit || process.exitCode() != 0)
-        return std::nullopt;
-    return output;
+    if (const QByteArray chunk = process.readAllStandardOutput(); !chunk.isEmpty())
+        sink(chunk);
+    // git may finish before the first look; a stop asked for meanwhile still yields nothing.
+    return !stopped() && process.exitStatus() == QProcess::NormalExit && process.exitCode() == 0;
+}
+
+bool Git::stopped() const
+{
+    return m_stopRequested && m_stopRequested();
+}
+
+bool Git::stream(const QStringList& arguments, const Sink& sink) const
+{
+    const Guard& g = guard();
+    return g.ok
+        && start(QStringList { QStringLiteral("-c"), QStringLiteral("core.quotePath=false") } + arguments,
+            g.settings, sink);
 }
 
 std::optional<QByteArray> Git::run(const QStringList& arguments) const
 {
-    const Guard& g = guard();
-    if (!g.ok)
+    QByteArray output;
+    if (!stream(arguments, [&](const QByteArray& chunk) { output += chunk; }))
         return std::nullopt;
-    return start(
-        QStringList { QStringLiteral("-c"), QStringLiteral("core.quotePath=false") } + arguments, g.settings);
+    return output;
 }
 
 std::optional<QString> Git::string(const QStringList& arguments) const
@@ -240,54 +251,89 @@ QHash<QString, GitFileStatus> Git::parseStatus(const QByteArray& output, const Q
     return statuses;
 }
 
-Git::History Git::history(int maxCommits) const
-{
-    const auto output = run({ QStringLiteral("log"), QStringLiteral("--relative"),
-        QStringLiteral("--no-renames"), QStringLiteral("--format=%x01%ct"), QStringLiteral("--name-only"),
-        QStringLiteral("-n"), QString::number(maxCommits), QStringLiteral("--"), QStringLiteral(".") });
-    if (!output)
-        return {};
-    return parseHistory(*output);
-}
+namespace {
 
-Git::History Git::parseHistory(const QByteArray& output)
-{
-    // Counted on views into the output first: a path named by many commits is decoded once.
-    struct Seen {
-        int commits = 0;
-        std::optional<qint64> last;
-    };
-    QHash<QByteArrayView, Seen> seen;
-    std::optional<qint64> date;
-    for (qsizetype start = 0; start < output.size();) {
-        qsizetype end = output.indexOf('\n', start);
-        if (end < 0)
-            end = output.size();
-        const QByteArrayView line(output.constData() + start, end - start);
-        start = end + 1;
-        if (line.isEmpty())
-            continue;
-        if (line.front() == '\x01') {
-            const QByteArrayView number = line.sliced(1);
+// Reads the log's output as it arrives: a line opening with 0x01 starts a commit and holds its
+// time, every other line is a path the commit touched, counted on a view into the kept output.
+class LogParser {
+public:
+    void feed(const QByteArray& chunk)
+    {
+        qsizetype start = 0;
+        if (!m_pending.isEmpty()) {
+            const qsizetype end = chunk.indexOf('\n');
+            m_pending += chunk.left(end < 0 ? chunk.size() : end);
+            if (end < 0)
+                return;
+            keepAndRead(std::exchange(m_pending, {}));
+            start = end + 1;
+        }
+        const qsizetype last = chunk.lastIndexOf('\n');
+        if (last >= start) {
+            m_history.output.append(chunk);
+            for (qsizetype end; start <= last; start = end + 1) {
+                end = chunk.indexOf('\n', start);
+                line(QByteArrayView(chunk.constData() + start, end - start));
+            }
+        }
+        m_pending = chunk.mid(start);
+    }
+
+    Git::History finish()
+    {
+        if (!m_pending.isEmpty())
+            keepAndRead(std::exchange(m_pending, {}));
+        return std::move(m_history);
+    }
+
+private:
+    void keepAndRead(const QByteArray& wholeLine)
+    {
+        m_history.output.append(wholeLine);
+        line(wholeLine);
+    }
+
+    void line(QByteArrayView text)
+    {
+        if (text.isEmpty())
+            return;
+        if (text.front() == '\x01') {
+            const QByteArrayView number = text.sliced(1);
             bool ok = false;
             const qint64 seconds = number.toLongLong(&ok);
-            date = ok && !number.isEmpty() && !QChar::isSpace(uchar(number.front())) ? std::optional(seconds)
-                                                                                     : std::nullopt;
-            continue;
+            m_date = ok && !number.isEmpty() && !QChar::isSpace(uchar(number.front()))
+                ? std::optional(seconds)
+                : std::nullopt;
+            return;
         }
-        Seen& path = seen[line];
+        Git::History::Touches& path = m_history.paths[text];
         ++path.commits;
-        if (date && (!path.last || *path.last < *date))
-            path.last = date;
+        if (m_date && (!path.last || *path.last < *m_date))
+            path.last = m_date;
     }
-    History history;
-    history.commits.reserve(seen.size());
-    history.last.reserve(seen.size());
-    for (auto it = seen.cbegin(); it != seen.cend(); ++it) {
-        const QString path = decode(it.key());
-        history.commits.insert(path, it->commits);
-        if (it->last)
-            history.last.insert(path, *it->last);
-    }
-    return history;
+
+    Git::History m_history;
+    QByteArray m_pending;
+    std::optional<qint64> m_date;
+};
+
+} // namespace
+
+Git::History Git::history(int maxCommits) const
+{
+    LogParser parser;
+    const bool ok
+        = stream({ QStringLiteral("log"), QStringLiteral("--relative"), QStringLiteral("--no-renames"),
+                     QStringLiteral("--format=%x01%ct"), QStringLiteral("--name-only"), QStringLiteral("-n"),
+                     QString::number(maxCommits), QStringLiteral("--"), QStringLiteral(".") },
+            [&](const QByteArray& chunk) { parser.feed(chunk); });
+    return ok ? parser.finish() : History {};
+}
+
+Git::History Git::parseHistory(const QByteArrayList& chunks)
+{
+    LogParser parser;
+    for (const QByteArray& chunk : chunks)
+        parser.feed(chunk);
+    return parser.finish();
 }

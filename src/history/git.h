@@ -17,9 +17,16 @@
 // configuration names is ever run.
 class Git {
 public:
+    // What the newest commits did to each path. Paths are the UTF-8 bytes git printed, viewed in
+    // place in the log's own output, which the value keeps: a large history is neither copied nor
+    // decoded.
     struct History {
-        QHash<QString, int> commits; // path -> number of commits naming it
-        QHash<QString, qint64> last; // path -> newest commit time, seconds since 1970
+        struct Touches {
+            int commits = 0; // commits naming the path
+            std::optional<qint64> last; // newest of their times, seconds since 1970
+        };
+        QHash<QByteArrayView, Touches> paths;
+        QByteArrayList output;
     };
 
     // stopRequested, when given, is polled while git runs; a true answer kills git and yields none.
@@ -42,12 +49,17 @@ public:
     // The parsers behind listFiles, status and history, kept apart from the process.
     static QList<QByteArray> parseFileList(const QByteArray& output);
     static QHash<QString, GitFileStatus> parseStatus(const QByteArray& output, const QString& prefix);
-    static History parseHistory(const QByteArray& output);
+    static History parseHistory(const QByteArrayList& chunks); // the log, in pieces as it came
 
 private:
     struct Guard;
     using Settings = QList<std::pair<QString, QString>>;
-    std::optional<QByteArray> start(const QStringList& arguments, const Settings& settings = {}) const;
+    using Sink = std::function<void(const QByteArray& chunk)>;
+    // Starts git with the given settings; sink takes its output as it comes. True when git exited 0.
+    bool start(const QStringList& arguments, const Settings& settings, const Sink& sink) const;
+    // Starts git as every operation does: quoting off, this folder's guard in force.
+    bool stream(const QStringList& arguments, const Sink& sink) const;
+    bool stopped() const;
     const Guard& guard() const;
 
     QString m_folder;

@@ -326,16 +326,15 @@ std::variant<ScanResult, ScanError> Scanner::scan(const ProgressCallback& progre
     // two measures.
     if (history.valid()) {
         report(phaseHistory(), qint64(files.size()), qint64(files.size()));
-        const Git::History commits = history.get();
+        const Git::History touched = history.get();
         result.root->forEach([&](FileNode& file) {
-            file.commits = commits.commits.value(file.relativePath);
-            const auto last = commits.last.constFind(file.relativePath);
-            if (last != commits.last.cend())
-                file.lastCommit = *last;
+            const Git::History::Touches touches = touched.paths.value(file.relativePath.toUtf8());
+            file.commits = touches.commits;
+            file.lastCommit = touches.last;
         });
         result.root->sumCommits();
-        for (const int touched : commits.commits)
-            result.peakCommits = std::max<qint64>(result.peakCommits, touched);
+        for (const Git::History::Touches& touches : touched.paths)
+            result.peakCommits = std::max<qint64>(result.peakCommits, touches.commits);
         if (cancelled())
             return ScanError { ScanError::Kind::cancelled, m_rootPath };
     }

@@ -77,7 +77,10 @@ struct GoldenCase {
     const char* expected;
 };
 
-void PrintTo(const GoldenCase& row, std::ostream* out) { *out << row.name; }
+void PrintTo(const GoldenCase& row, std::ostream* out)
+{
+    *out << row.name;
+}
 
 } // namespace
 
@@ -109,7 +112,10 @@ struct UsageCase {
     const char* err; // expected start of standard error
 };
 
-void PrintTo(const UsageCase& row, std::ostream* out) { *out << row.name; }
+void PrintTo(const UsageCase& row, std::ostream* out)
+{
+    *out << row.name;
+}
 
 class CommandLineUsage : public testing::TestWithParam<UsageCase> { };
 
