@@ -4,54 +4,39 @@
 
 #include <QHash>
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
-// A hand-built tree, as the scan would leave it before finalize.
-class Tree {
-public:
-    Tree()
-        : root(
-            std::make_unique<FileNode>(QStringLiteral("/r"), QStringLiteral("r"), QString(), true, nullptr))
-    {
-    }
+// A hand-built tree, as the scan leaves it before finalize: folders appear as paths name them.
+struct Tree {
+    std::unique_ptr<FileNode> root = std::make_unique<FileNode>(u"/r"_s, u"r"_s, QString(), true, nullptr);
+    QHash<QString, FileNode*> folders { { QString(), root.get() } };
 
-    FileNode& folder(const QString& path)
-    {
-        if (path.isEmpty())
-            return *root;
-        if (FileNode* known = folders.value(path))
-            return *known;
-        const qsizetype slash = path.lastIndexOf(u'/');
-        FileNode& parent = folder(slash < 0 ? QString() : path.left(slash));
-        FileNode* node = parent.addChild(
-            std::make_unique<FileNode>(u"/r/" + path, path.mid(slash + 1), path, true, &parent));
-        folders.insert(path, node);
-        return *node;
-    }
-
-    FileNode& file(const QString& path, qint64 lines = 1, qint64 size = 10)
+    FileNode& add(const QString& path, bool isDirectory = false, qint64 lines = 1)
     {
         const qsizetype slash = path.lastIndexOf(u'/');
-        FileNode& parent = folder(slash < 0 ? QString() : path.left(slash));
+        const QString parentPath = slash < 0 ? QString() : path.left(slash);
+        FileNode* parent = folders.contains(parentPath) ? folders[parentPath] : &add(parentPath, true);
         const QString name = path.mid(slash + 1);
         FileNode* node
-            = parent.addChild(std::make_unique<FileNode>(u"/r/" + path, name, path, false, &parent));
-        node->language = &Languages::languageFor(name);
+            = parent->addChild(std::make_unique<FileNode>(u"/r/" + path, name, path, isDirectory, parent));
+        if (isDirectory)
+            folders.insert(path, node);
+        else
+            node->language = &Languages::languageFor(name);
         node->lines = lines;
-        node->size = size;
+        node->size = 10 * lines;
         return *node;
     }
 
-    QStringList childNames(const QString& path = {})
+    QString childNames(const QString& path = {}) const
     {
         QStringList names;
-        for (const auto& child : (path.isEmpty() ? *root : *root->find(path)).children)
+        for (const auto& child : root->find(path)->children)
             names << child->name;
-        return names;
+        return names.join(u' ');
     }
-
-    std::unique_ptr<FileNode> root;
-    QHash<QString, FileNode*> folders;
 };
 
 } // namespace
@@ -59,9 +44,9 @@ public:
 TEST(FileNode, FinalizeSumsFolderMeasuresAndTakesTheLatestTimes)
 {
     Tree tree;
-    FileNode& a = tree.file(QStringLiteral("src/a.c"), 10, 100);
-    FileNode& b = tree.file(QStringLiteral("src/deep/b.c"), 5, 50);
-    tree.file(QStringLiteral("top.md"), 2, 7);
+    FileNode& a = tree.add(u"src/a.c"_s, false, 10);
+    FileNode& b = tree.add(u"src/deep/b.c"_s, false, 5);
+    tree.add(u"top.md"_s, false, 2);
     a.modified = 300;
     b.modified = 500;
     a.commits = 3;
@@ -83,25 +68,31 @@ TEST(FileNode, FinalizeSumsFolderMeasuresAndTakesTheLatestTimes)
     EXPECT_EQ(src.depth, 1);
     EXPECT_EQ(tree.root->find(u"src/deep/b.c")->depth, 3);
     EXPECT_EQ(tree.root->fileCount, 3);
-    EXPECT_EQ(tree.root->lines, 17);
     EXPECT_EQ(tree.root->changedCount, 2);
     EXPECT_FALSE(tree.root->find(u"top.md")->modified.has_value());
+
+    // Commit counts that come later are summed again.
+    b.commits = 10;
+    b.lastCommit = 1000;
+    tree.root->sumCommits();
+    EXPECT_EQ(src.commits, 13);
+    EXPECT_EQ(tree.root->lastCommit, 1000);
 }
 
 TEST(FileNode, FinalizeDropsExcludedEntriesAndFoldersLeftWithoutFiles)
 {
     Tree tree;
-    tree.file(QStringLiteral("gone/x.c")).excluded = true;
-    tree.folder(QStringLiteral("empty/emptier"));
-    tree.file(QStringLiteral("kept/zero.txt"), 0, 0);
-    tree.file(QStringLiteral("kept/broken.txt")).excluded = true;
+    tree.add(u"gone/x.c"_s).excluded = true;
+    tree.add(u"empty/emptier"_s, true);
+    tree.add(u"kept/zero.txt"_s, false, 0);
+    tree.add(u"kept/broken.txt"_s).excluded = true;
     tree.root->finalize(0);
-    EXPECT_EQ(tree.childNames(), QStringList { QStringLiteral("kept") });
-    EXPECT_EQ(tree.childNames(QStringLiteral("kept")), QStringList { QStringLiteral("zero.txt") });
+    EXPECT_EQ(tree.childNames(), u"kept");
+    EXPECT_EQ(tree.childNames(u"kept"_s), u"zero.txt");
     EXPECT_EQ(tree.root->fileCount, 1);
 
     Tree bare; // the root stays, even without a file
-    bare.folder(QStringLiteral("a/b"));
+    bare.add(u"a/b"_s, true);
     bare.root->finalize(0);
     EXPECT_TRUE(bare.root->children.empty());
     EXPECT_EQ(bare.root->fileCount, 0);
@@ -111,9 +102,9 @@ TEST(FileNode, DominantLanguageWeighsFilesNotLines)
 {
     Tree tree;
     for (int i = 0; i < 40; ++i)
-        tree.file(QStringLiteral("lib/c%1.c").arg(i), 1000);
+        tree.add(u"lib/c%1.c"_s.arg(i), false, 1000);
     for (int i = 0; i < 50; ++i)
-        tree.file(QStringLiteral("m%1.md").arg(i), 1);
+        tree.add(u"m%1.md"_s.arg(i));
     tree.root->finalize(0);
     EXPECT_EQ(tree.root->language->name, u"Markdown");
     EXPECT_EQ(tree.root->find(u"lib")->language->name, u"C");
@@ -122,38 +113,31 @@ TEST(FileNode, DominantLanguageWeighsFilesNotLines)
 TEST(FileNode, ChildrenComeFoldersFirstThenInNaturalOrderIgnoringCase)
 {
     Tree tree;
-    for (const char* name : { "b", "a10", "A2", "file10", "file2", "Zeta.txt" })
-        tree.file(QString::fromLatin1(name));
-    tree.folder(QStringLiteral("z"));
-    tree.file(QStringLiteral("z/inner"));
-    tree.folder(QStringLiteral("Y"));
-    tree.file(QStringLiteral("Y/inner"));
+    for (const QString& name :
+        { u"b"_s, u"a10"_s, u"A2"_s, u"file10"_s, u"file2"_s, u"Zeta.txt"_s, u"z/in"_s, u"Y/in"_s })
+        tree.add(name);
     tree.root->finalize(0);
-    EXPECT_EQ(tree.childNames().join(u' '), u"Y z A2 a10 b file2 file10 Zeta.txt");
+    EXPECT_EQ(tree.childNames(), u"Y z A2 a10 b file2 file10 Zeta.txt");
 }
 
 TEST(FileNode, FindNeedsTheSlashAfterAFolderPrefix)
 {
     Tree tree;
-    tree.file(QStringLiteral("src/application/main.c"));
-    tree.file(QStringLiteral("src/app/main.c"));
-    tree.file(QStringLiteral("src/app.c"));
+    tree.add(u"src/application/main.c"_s);
+    tree.add(u"src/app/main.c"_s);
+    tree.add(u"src/app.c"_s);
     tree.root->finalize(0);
-    EXPECT_EQ(tree.root->find(u"src/app")->relativePath, u"src/app");
-    EXPECT_EQ(tree.root->find(u"src/app/main.c")->relativePath, u"src/app/main.c");
-    EXPECT_EQ(tree.root->find(u"src/app.c")->relativePath, u"src/app.c");
-    EXPECT_EQ(tree.root->find(u""), tree.root.get());
-    EXPECT_EQ(tree.root->find(u"src/App"), nullptr);
-    EXPECT_EQ(tree.root->find(u"src/app/missing.c"), nullptr);
-    EXPECT_EQ(tree.root->find(u"src/"), nullptr);
+    for (const QString& path : { u"src/app"_s, u"src/app/main.c"_s, u"src/app.c"_s, QString() })
+        EXPECT_EQ(tree.root->find(path)->relativePath, path);
+    for (const QString& path : { u"src/App"_s, u"src/app/missing.c"_s, u"src/"_s })
+        EXPECT_EQ(tree.root->find(path), nullptr) << path.toStdString();
 }
 
 TEST(FileNode, ForEachVisitsFilesDepthFirstInDisplayOrder)
 {
     Tree tree;
-    tree.file(QStringLiteral("b.txt"));
-    tree.file(QStringLiteral("a/z.txt"));
-    tree.file(QStringLiteral("a/y/x.txt"));
+    for (const QString& path : { u"b.txt"_s, u"a/z.txt"_s, u"a/y/x.txt"_s })
+        tree.add(path);
     tree.root->finalize(0);
     QStringList seen;
     for (const FileNode* file : tree.root->allFiles())
@@ -164,16 +148,13 @@ TEST(FileNode, ForEachVisitsFilesDepthFirstInDisplayOrder)
 TEST(FileNode, LanguageBreakdownSortsByFilesThenLines)
 {
     Tree tree;
-    tree.file(QStringLiteral("a.py"), 10);
-    tree.file(QStringLiteral("b.pyi"), 10);
-    tree.file(QStringLiteral("c.go"), 500);
-    tree.file(QStringLiteral("d.rs"), 700);
-    tree.file(QStringLiteral("e.js"), 5);
-    tree.file(QStringLiteral("f.js"), 5);
-    tree.file(QStringLiteral("g.js"), 5);
+    const std::pair<QString, qint64> files[] = { { u"a.py"_s, 10 }, { u"b.pyi"_s, 10 }, { u"c.go"_s, 500 },
+        { u"d.rs"_s, 700 }, { u"e.js"_s, 5 }, { u"f.js"_s, 5 }, { u"g.js"_s, 5 } };
+    for (const auto& [name, lines] : files)
+        tree.add(name, false, lines);
     tree.root->finalize(0);
     QStringList rows;
     for (const LanguageShare& share : tree.root->languageBreakdown())
-        rows << QStringLiteral("%1:%2:%3").arg(share.language->name).arg(share.files).arg(share.lines);
+        rows << u"%1:%2:%3"_s.arg(share.language->name).arg(share.files).arg(share.lines);
     EXPECT_EQ(rows.join(u' '), u"JavaScript:3:15 Python:2:20 Rust:1:700 Go:1:500");
 }
