@@ -37,11 +37,6 @@ QString phaseHistory()
     return QStringLiteral("Reading git history");
 }
 
-struct GitData {
-    QHash<QString, GitFileStatus> statuses;
-    std::optional<QString> branch;
-};
-
 // Joins an absolute folder path and a relative one without doubling the slash at "/".
 QByteArray joinPath(const QByteArray& folder, const QByteArray& relative)
 {
@@ -274,19 +269,11 @@ std::variant<ScanResult, ScanError> Scanner::scan(const ProgressCallback& progre
     ScanResult result;
     result.isGit = git.isInsideWorkTree();
 
-    // git mostly waits on its own processes, each on a thread of its own; the history, git's slowest
-    // answer, starts first and runs beside everything else.
+    // The history is git's slowest answer: it starts first, on a thread of its own, and the rest of
+    // the scan (listing, measuring, the status, finishing the tree) keeps to the other cores.
     std::future<Git::History> history;
-    std::future<GitData> gitData;
-    if (result.isGit) {
+    if (result.isGit)
         history = std::async(std::launch::async, [git] { return git.history(historyCommits); });
-        gitData = std::async(std::launch::async, [git] {
-            GitData data;
-            data.branch = git.branch();
-            data.statuses = git.status();
-            return data;
-        });
-    }
 
     QList<QByteArray> paths;
     if (result.isGit)
@@ -309,12 +296,12 @@ std::variant<ScanResult, ScanError> Scanner::scan(const ProgressCallback& progre
     const int workers = std::max(1, QThread::idealThreadCount() - (history.valid() ? 1 : 0));
     measure(files, paths, workers, [&](qint64 done, qint64 total) { report(phaseCounting(), done, total); });
 
-    if (gitData.valid()) {
-        const GitData data = gitData.get();
-        result.branch = data.branch;
+    if (result.isGit) {
+        result.branch = git.branch();
+        const QHash<QString, GitFileStatus> statuses = git.status();
         for (FileNode* file : files) {
-            const auto status = data.statuses.constFind(file->relativePath);
-            if (status != data.statuses.cend())
+            const auto status = statuses.constFind(file->relativePath);
+            if (status != statuses.cend())
                 file->gitStatus = *status;
         }
     }
@@ -322,16 +309,18 @@ std::variant<ScanResult, ScanError> Scanner::scan(const ProgressCallback& progre
         return ScanError { ScanError::Kind::cancelled, m_rootPath };
     result.root->finalize(0);
 
-    // The history is git's slowest answer: the tree is finished while it comes, then takes its
-    // two measures.
     if (history.valid()) {
+        // The lookups are readied while the history is still coming.
+        std::vector<std::pair<FileNode*, QByteArray>> keyed;
+        keyed.reserve(size_t(result.root->fileCount));
+        result.root->forEach([&](FileNode& file) { keyed.emplace_back(&file, file.relativePath.toUtf8()); });
         report(phaseHistory(), qint64(files.size()), qint64(files.size()));
         const Git::History touched = history.get();
-        result.root->forEach([&](FileNode& file) {
-            const Git::History::Touches touches = touched.paths.value(file.relativePath.toUtf8());
-            file.commits = touches.commits;
-            file.lastCommit = touches.last;
-        });
+        for (const auto& [file, path] : keyed) {
+            const Git::History::Touches touches = touched.paths.value(path);
+            file->commits = touches.commits;
+            file->lastCommit = touches.last;
+        }
         result.root->sumCommits();
         for (const Git::History::Touches& touches : touched.paths)
             result.peakCommits = std::max<qint64>(result.peakCommits, touches.commits);
