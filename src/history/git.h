@@ -34,8 +34,6 @@ public:
 
     static QString executable();
 
-    const QString& folder() const { return m_folder; }
-
     std::optional<QByteArray> run(const QStringList& arguments) const;
     std::optional<QString> string(const QStringList& arguments) const;
 
