@@ -1,10 +1,10 @@
 #!/usr/bin/env bash
-# Installs the Debian packages Korvane builds and tests with, when any is missing.
-# Quick when everything is there: one dpkg query, no network.
+# scripts/setup.sh [PACKAGE...]: installs the Debian packages Korvane builds and tests with, and
+# any named, when one is missing. Quick when everything is there: dpkg queries, no network.
 set -euo pipefail
 
 packages=(build-essential cmake ninja-build git qt6-base-dev libqt6opengl6-dev libgl-dev libgtest-dev
-          xvfb xauth libgl1-mesa-dri)
+          xvfb xauth libgl1-mesa-dri "$@")
 
 missing=()
 for package in "${packages[@]}"; do
