@@ -24,19 +24,6 @@
 
 namespace {
 
-QString phaseListing()
-{
-    return QStringLiteral("Listing files");
-}
-QString phaseCounting()
-{
-    return QStringLiteral("Counting lines");
-}
-QString phaseHistory()
-{
-    return QStringLiteral("Reading git history");
-}
-
 // Joins an absolute folder path and a relative one without doubling the slash at "/".
 QByteArray joinPath(const QByteArray& folder, const QByteArray& relative)
 {
@@ -263,7 +250,7 @@ std::variant<ScanResult, ScanError> Scanner::scan(const ProgressCallback& progre
     };
     if (!QFileInfo(m_rootPath).isDir())
         return ScanError { ScanError::Kind::notADirectory, m_rootPath };
-    report(phaseListing(), 0, 0);
+    report(QStringLiteral("Listing files"), 0, 0);
 
     const Git git(m_rootPath, [cancel = m_cancel] { return cancel && cancel->isCancelled(); });
     ScanResult result;
@@ -294,7 +281,8 @@ std::variant<ScanResult, ScanError> Scanner::scan(const ProgressCallback& progre
 
     // While git reads the history it keeps one core busy; leave that core to it.
     const int workers = std::max(1, QThread::idealThreadCount() - (history.valid() ? 1 : 0));
-    measure(files, paths, workers, [&](qint64 done, qint64 total) { report(phaseCounting(), done, total); });
+    measure(files, paths, workers,
+        [&](qint64 done, qint64 total) { report(QStringLiteral("Counting lines"), done, total); });
 
     if (result.isGit) {
         result.branch = git.branch();
@@ -314,7 +302,7 @@ std::variant<ScanResult, ScanError> Scanner::scan(const ProgressCallback& progre
         std::vector<std::pair<FileNode*, QByteArray>> keyed;
         keyed.reserve(size_t(result.root->fileCount));
         result.root->forEach([&](FileNode& file) { keyed.emplace_back(&file, file.relativePath.toUtf8()); });
-        report(phaseHistory(), qint64(files.size()), qint64(files.size()));
+        report(QStringLiteral("Reading git history"), qint64(files.size()), qint64(files.size()));
         const Git::History touched = history.get();
         for (const auto& [file, path] : keyed) {
             const Git::History::Touches touches = touched.paths.value(path);
