@@ -34,44 +34,11 @@ Counts counted(const Git::History& history)
     return out;
 }
 
-std::string text(const std::optional<QString>& value)
-{
-    return value ? value->toStdString() : "<none>";
-}
-
 // A command line that creates the marker file and passes its input through, as a filter must.
 QString touching(const QString& marker)
 {
     return u"sh -c 'touch \"" + marker + u"\"; cat'";
 }
-
-// Sets an environment variable for the life of the object, then puts back what was there.
-class ScopedEnv {
-public:
-    ScopedEnv(const char* name, const QByteArray& value)
-        : m_name(name)
-        , m_had(qEnvironmentVariableIsSet(name))
-        , m_old(qgetenv(name))
-    {
-        qputenv(name, value);
-    }
-    ~ScopedEnv() { m_had ? qputenv(m_name, m_old) : qunsetenv(m_name); }
-
-private:
-    const char* m_name;
-    bool m_had;
-    QByteArray m_old;
-};
-
-// Every test sees only the git configuration it writes: no system file and an empty global file,
-// so that by default no configuration anywhere names a program.
-class GitTest : public testing::Test {
-protected:
-    TempFolder home;
-    QString globalConfig = home.write(u"gitconfig"_s);
-    ScopedEnv noSystem { "GIT_CONFIG_NOSYSTEM", "1" };
-    ScopedEnv global { "GIT_CONFIG_GLOBAL", QFile::encodeName(globalConfig) };
-};
 
 // --- status ------------------------------------------------------------------------------------
 
@@ -118,7 +85,7 @@ INSTANTIATE_TEST_SUITE_P(Records, ParseStatus,
 
 // --- history ------------------------------------------------------------------------------------
 
-TEST_F(GitTest, HistoryCountsCommitsPerPathAndKeepsTheNewestTime)
+TEST(Git, HistoryCountsCommitsPerPathAndKeepsTheNewestTime)
 {
     GitRepo repo;
     repo.write(u"a.txt"_s, "1\n");
@@ -181,17 +148,6 @@ TEST(ParseHistory, CountsEveryCommitButDatesOnlyWellFormedOnes)
     }
 }
 
-TEST_F(GitTest, ReadsARepositoryWhenNoConfigurationNamesAProgram)
-{
-    GitRepo repo;
-    repo.write(u"a.txt"_s, "a\n");
-    repo.commitAll(u"first"_s);
-    repo.write(u"a.txt"_s, "b\n");
-    const Git git(repo.path());
-    EXPECT_TRUE(git.isInsideWorkTree());
-    EXPECT_EQ(named(git.status()), (Statuses { { "a.txt", "modified" } }));
-}
-
 // --- safety ---------------------------------------------------------------------------------------
 
 struct Hostile {
@@ -204,7 +160,7 @@ void PrintTo(const Hostile& hostile, std::ostream* out)
     *out << hostile.name;
 }
 
-class HostileRepository : public GitTest, public testing::WithParamInterface<Hostile> { };
+class HostileRepository : public testing::TestWithParam<Hostile> { };
 
 // a.txt keeps its size so that git must hash it again, which runs a clean filter.
 TEST_P(HostileRepository, NeverRunsTheProgramItNames)
@@ -223,7 +179,7 @@ TEST_P(HostileRepository, NeverRunsTheProgramItNames)
     EXPECT_EQ(named(git.status()), (Statuses { { "a.txt", "modified" } }));
     EXPECT_TRUE(git.listFiles());
     EXPECT_EQ(git.history(10).paths.value("a.txt").commits, 1);
-    EXPECT_EQ(text(git.branch()), "main");
+    EXPECT_EQ(git.branch(), u"main");
     EXPECT_FALSE(QFile::exists(marker));
 
     repo.git({ u"status"_s });
@@ -269,13 +225,15 @@ INSTANTIATE_TEST_SUITE_P(Configurations, HostileRepository,
             } }),
     [](const auto& info) { return std::string(info.param.name); });
 
-TEST_F(GitTest, UserFiltersStillRunAndOutrankTheRepository)
+TEST(Git, UserFiltersStillRunAndOutrankTheRepository)
 {
     TempFolder outside;
     const QString userMarker = outside.path(u"user"_s);
     const QString repoMarker = outside.path(u"repo"_s);
+    const QByteArray savedGlobal = qgetenv("GIT_CONFIG_GLOBAL");
+    qputenv("GIT_CONFIG_GLOBAL", QFile::encodeName(outside.path(u"gitconfig"_s)));
     GitRepo repo;
-    repo.git({ u"config"_s, u"--file"_s, globalConfig, u"filter.y.clean"_s, touching(userMarker) });
+    repo.git({ u"config"_s, u"--global"_s, u"filter.y.clean"_s, touching(userMarker) });
     repo.write(u".gitattributes"_s, "*.txt filter=y\n");
     repo.write(u"a.txt"_s, "one\n");
     repo.commitAll(u"first"_s);
@@ -293,9 +251,10 @@ TEST_F(GitTest, UserFiltersStillRunAndOutrankTheRepository)
     }
     repo.git({ u"status"_s });
     EXPECT_TRUE(QFile::exists(repoMarker)) << "plain git status runs the repository's filter";
+    qputenv("GIT_CONFIG_GLOBAL", savedGlobal);
 }
 
-TEST_F(GitTest, StopRequestYieldsNothing)
+TEST(Git, StopRequestYieldsNothing)
 {
     GitRepo repo;
     repo.write(u"a.txt"_s, "a\n");

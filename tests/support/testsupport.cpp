@@ -49,7 +49,6 @@ QByteArray GitRepo::git(const QStringList& arguments, bool allowFailure, qint64 
     QProcess process;
     process.setWorkingDirectory(path());
     QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-    environment.insert(QStringLiteral("GIT_CONFIG_NOSYSTEM"), QStringLiteral("1"));
     environment.insert(QStringLiteral("GIT_AUTHOR_NAME"), QStringLiteral("Test"));
     environment.insert(QStringLiteral("GIT_AUTHOR_EMAIL"), QStringLiteral("test@example.com"));
     environment.insert(QStringLiteral("GIT_COMMITTER_NAME"), QStringLiteral("Test"));
