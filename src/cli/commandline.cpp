@@ -16,24 +16,24 @@ const QList<Command>& commands()
 
 namespace {
 
-    QString usage()
-    {
-        QString text
-            = QStringLiteral("Usage: korvane COMMAND [ARGUMENTS]\n"
-                             "       korvane --help | --version\n\n"
-                             "Korvane draws a folder or Git repository as a city, a tree, a replay of its\n"
-                             "history or a graph of its imports. Its commands run without a window:\n\n");
-        for (const Command& command : commands())
-            text += QStringLiteral("  korvane ") + command.synopsis.leftJustified(28) + u' ' + command.summary
-                + u'\n';
-        return text;
-    }
+QString usage()
+{
+    QString text
+        = QStringLiteral("Usage: korvane COMMAND [ARGUMENTS]\n"
+                         "       korvane --help | --version\n\n"
+                         "Korvane draws a folder or Git repository as a city, a tree, a replay of its\n"
+                         "history or a graph of its imports. Its commands run without a window:\n\n");
+    for (const Command& command : commands())
+        text += QStringLiteral("  korvane ") + command.synopsis.leftJustified(28) + u' ' + command.summary
+            + u'\n';
+    return text;
+}
 
-    int usageError(const QString& problem)
-    {
-        Terminal::err(QStringLiteral("korvane: ") + problem + QStringLiteral("\n\n") + usage());
-        return 2;
-    }
+int usageError(const QString& problem)
+{
+    Terminal::err(QStringLiteral("korvane: ") + problem + QStringLiteral("\n\n") + usage());
+    return 2;
+}
 
 } // namespace
 

@@ -9,83 +9,83 @@ namespace Cli {
 
 namespace {
 
-    void writeNode(JsonWriter& json, const FileNode& node, const char* key = nullptr)
-    {
-        json.beginObject(key);
-        json.value("name", node.name);
-        json.value("relativePath", node.relativePath);
-        json.value("isDirectory", node.isDirectory);
-        json.value("size", node.size);
-        json.value("lines", node.lines);
-        json.value("fileCount", node.fileCount);
-        json.optional("modified", node.modified);
-        json.value("language", node.language->name);
-        json.value("isBinary", node.isBinary);
-        json.value("commits", node.commits);
-        json.optional("lastCommit", node.lastCommit);
-        if (node.gitStatus)
-            json.value("gitStatus", gitFileStatusName(*node.gitStatus));
-        else
-            json.null("gitStatus");
-        json.value("changedCount", node.changedCount);
-        json.value("depth", qint64(node.depth));
-        if (node.isDirectory) {
-            json.beginArray("children");
-            for (const auto& child : node.children)
-                writeNode(json, *child);
-            json.endArray();
-        }
-        json.endObject();
+void writeNode(JsonWriter& json, const FileNode& node, const char* key = nullptr)
+{
+    json.beginObject(key);
+    json.value("name", node.name);
+    json.value("relativePath", node.relativePath);
+    json.value("isDirectory", node.isDirectory);
+    json.value("size", node.size);
+    json.value("lines", node.lines);
+    json.value("fileCount", node.fileCount);
+    json.optional("modified", node.modified);
+    json.value("language", node.language->name);
+    json.value("isBinary", node.isBinary);
+    json.value("commits", node.commits);
+    json.optional("lastCommit", node.lastCommit);
+    if (node.gitStatus)
+        json.value("gitStatus", gitFileStatusName(*node.gitStatus));
+    else
+        json.null("gitStatus");
+    json.value("changedCount", node.changedCount);
+    json.value("depth", qint64(node.depth));
+    if (node.isDirectory) {
+        json.beginArray("children");
+        for (const auto& child : node.children)
+            writeNode(json, *child);
+        json.endArray();
     }
+    json.endObject();
+}
 
-    qint64 folderCount(const FileNode& node)
-    {
-        qint64 count = 0;
-        for (const auto& child : node.children) {
-            if (child->isDirectory)
-                count += 1 + folderCount(*child);
-        }
-        return count;
+qint64 folderCount(const FileNode& node)
+{
+    qint64 count = 0;
+    for (const auto& child : node.children) {
+        if (child->isDirectory)
+            count += 1 + folderCount(*child);
     }
+    return count;
+}
 
-    QString summary(const ScanResult& result)
-    {
-        const FileNode& root = *result.root;
-        const auto row = [](const QString& label, const QString& value) -> QString {
-            return label.leftJustified(11) + value + u'\n';
-        };
-        QString text = root.name + u'\n' + row(QStringLiteral("Path"), root.url);
-        if (result.branch)
-            text += row(QStringLiteral("Branch"), *result.branch);
-        text += row(QStringLiteral("Files"), Terminal::grouped(root.fileCount))
-            + row(QStringLiteral("Folders"), Terminal::grouped(folderCount(root)))
-            + row(QStringLiteral("Lines"), Terminal::grouped(root.lines))
-            + row(QStringLiteral("Bytes"),
-                root.size < 1024
-                    ? Terminal::grouped(root.size)
-                    : Terminal::grouped(root.size) + QStringLiteral(" (") + Terminal::bytes(root.size) + u')')
-            + row(QStringLiteral("Truncated"),
-                result.truncated ? QStringLiteral("yes, the first ")
-                        + Terminal::grouped(Scanner::defaultMaxFiles) + QStringLiteral(" files were read")
-                                 : QStringLiteral("no"));
+QString summary(const ScanResult& result)
+{
+    const FileNode& root = *result.root;
+    const auto row = [](const QString& label, const QString& value) -> QString {
+        return label.leftJustified(11) + value + u'\n';
+    };
+    QString text = root.name + u'\n' + row(QStringLiteral("Path"), root.url);
+    if (result.branch)
+        text += row(QStringLiteral("Branch"), *result.branch);
+    text += row(QStringLiteral("Files"), Terminal::grouped(root.fileCount))
+        + row(QStringLiteral("Folders"), Terminal::grouped(folderCount(root)))
+        + row(QStringLiteral("Lines"), Terminal::grouped(root.lines))
+        + row(QStringLiteral("Bytes"),
+            root.size < 1024
+                ? Terminal::grouped(root.size)
+                : Terminal::grouped(root.size) + QStringLiteral(" (") + Terminal::bytes(root.size) + u')')
+        + row(QStringLiteral("Truncated"),
+            result.truncated ? QStringLiteral("yes, the first ") + Terminal::grouped(Scanner::defaultMaxFiles)
+                    + QStringLiteral(" files were read")
+                             : QStringLiteral("no"));
 
-        const QList<LanguageShare> shares = root.languageBreakdown();
-        if (shares.isEmpty())
-            return text;
-        qsizetype nameWidth = 8;
-        for (const LanguageShare& share : shares)
-            nameWidth = std::max(nameWidth, share.language->name.size());
-        text += u'\n' + QStringLiteral("Language").leftJustified(nameWidth)
-            + QStringLiteral("      Files        Lines   Share\n");
-        for (const LanguageShare& share : shares) {
-            const double percent = root.lines > 0 ? 100.0 * double(share.lines) / double(root.lines) : 0.0;
-            text += share.language->name.leftJustified(nameWidth)
-                + Terminal::grouped(share.files).rightJustified(11)
-                + Terminal::grouped(share.lines).rightJustified(13)
-                + QString(QString::number(percent, 'f', 1) + u'%').rightJustified(8) + u'\n';
-        }
+    const QList<LanguageShare> shares = root.languageBreakdown();
+    if (shares.isEmpty())
         return text;
+    qsizetype nameWidth = 8;
+    for (const LanguageShare& share : shares)
+        nameWidth = std::max(nameWidth, share.language->name.size());
+    text += u'\n' + QStringLiteral("Language").leftJustified(nameWidth)
+        + QStringLiteral("      Files        Lines   Share\n");
+    for (const LanguageShare& share : shares) {
+        const double percent = root.lines > 0 ? 100.0 * double(share.lines) / double(root.lines) : 0.0;
+        text += share.language->name.leftJustified(nameWidth)
+            + Terminal::grouped(share.files).rightJustified(11)
+            + Terminal::grouped(share.lines).rightJustified(13)
+            + QString(QString::number(percent, 'f', 1) + u'%').rightJustified(8) + u'\n';
     }
+    return text;
+}
 
 } // namespace
 
