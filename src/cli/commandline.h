@@ -31,5 +31,6 @@ const QList<Command>& commands();
 int run(const QStringList& arguments);
 
 int scan(const Arguments& arguments);
+int sexpr(const Arguments& arguments);
 
 } // namespace Cli

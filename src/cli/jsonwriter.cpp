@@ -6,7 +6,7 @@ void JsonWriter::prefix(const char* key)
         if (!m_first)
             m_out += ',';
         m_out += '\n';
-        m_out.append(m_depth * 2, ' ');
+        m_out.append(indentation(), ' ');
     }
     m_first = false;
     if (key) {
@@ -29,7 +29,7 @@ void JsonWriter::close(char bracket)
     --m_depth;
     if (!m_first) {
         m_out += '\n';
-        m_out.append(m_depth * 2, ' ');
+        m_out.append(indentation(), ' ');
     }
     m_out += bracket;
     m_first = false;

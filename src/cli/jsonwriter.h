@@ -3,6 +3,7 @@
 #include <QByteArray>
 #include <QString>
 
+#include <algorithm>
 #include <optional>
 
 // Writes one JSON document into a byte buffer as it goes, so a tree of many thousand nodes is
@@ -34,6 +35,8 @@ private:
     void open(const char* key, char bracket);
     void close(char bracket);
     void prefix(const char* key);
+    // Deep documents stop indenting further at 40 levels, so output grows with the text, not its square.
+    int indentation() const { return 2 * std::min(m_depth, 40); }
 
     QByteArray m_out;
     int m_depth = 0;

@@ -113,6 +113,36 @@ INSTANTIATE_TEST_SUITE_P(Cases, ScanGolden,
         GoldenCase { "json", "scan-basic", "--json", "scan-basic-json.expected" }),
     [](const auto& info) { return std::string(info.param.name); });
 
+class SexprGolden : public testing::TestWithParam<GoldenCase> { };
+
+TEST_P(SexprGolden, PrintsWhatTheExpectedFileHolds)
+{
+    QStringList arguments { u"sexpr"_s, dataPath(QString::fromLatin1(GetParam().folder)) };
+    arguments += QString::fromLatin1(GetParam().flags).split(u' ', Qt::SkipEmptyParts);
+    const Outcome run = korvane(arguments);
+    EXPECT_EQ(run.exitCode, 0);
+    EXPECT_EQ(run.err, QByteArray());
+    expectGolden(run.out, QString::fromLatin1(GetParam().expected));
+}
+
+// The board file ends in the middle of a zone: what is there is shown, closed where the text ends.
+INSTANTIATE_TEST_SUITE_P(Cases, SexprGolden,
+    testing::Values(GoldenCase { "tree", "board.kicad_pcb", "", "board-tree.expected" },
+        GoldenCase { "json", "board.kicad_pcb", "--json", "board-json.expected" },
+        GoldenCase { "summary", "board.kicad_pcb", "--summary", "board-summary.expected" }),
+    [](const auto& info) { return std::string(info.param.name); });
+
+TEST(SexprCommand, ADeeplyNestedFileIsPrintedWhole)
+{
+    TempFolder temp;
+    const QString file = temp.write(u"deep.kicad_sch"_s, QByteArray(100000, '(') + "x");
+    const Outcome run = korvane({ u"sexpr"_s, file, u"--json"_s });
+    EXPECT_EQ(run.exitCode, 0);
+    EXPECT_EQ(run.out.count('['), 100000);
+    EXPECT_EQ(run.out.count(']'), 100000);
+    EXPECT_TRUE(run.out.contains("\"x\""));
+}
+
 class CommandLineUsage : public testing::TestWithParam<UsageCase> { };
 
 TEST_P(CommandLineUsage, AnswersWithOneClearMessageAndTheRightStatus)
@@ -139,6 +169,15 @@ INSTANTIATE_TEST_SUITE_P(Table, CommandLineUsage,
             "korvane: unknown option --bogus for scan" },
         UsageCase { "unknownCommand", { u"frobnicate"_s }, 2, "", "korvane: unknown command \"frobnicate\"" },
         UsageCase { "nothing", {}, 2, "", "korvane: no command given" },
+        UsageCase { "sexprOfMissingFile", { u"sexpr"_s, u"/no/such.kicad_pcb"_s }, 1, "",
+            "/no/such.kicad_pcb is not a file.\n" },
+        UsageCase { "sexprOfAFolder", { u"sexpr"_s, QStringLiteral(KORVANE_TEST_DATA) }, 1, "",
+            KORVANE_TEST_DATA " is not a file.\n" },
+        UsageCase { "sexprOfNothing",
+            { u"sexpr"_s, QStringLiteral(KORVANE_TEST_DATA "/scan-basic/empty.txt") }, 1, "",
+            KORVANE_TEST_DATA "/scan-basic/empty.txt holds no S-expression.\n" },
+        UsageCase { "sexprTwoForms", { u"sexpr"_s, u"x"_s, u"--json"_s, u"--summary"_s }, 2, "",
+            "korvane: --json and --summary go one at a time" },
         UsageCase { "version", { u"--version"_s }, 0, "korvane " KORVANE_VERSION "\n", "" },
         UsageCase { "help", { u"--help"_s }, 0, "Usage: korvane COMMAND", "" },
         UsageCase { "commandHelp", { u"scan"_s, u"--help"_s }, 0, "Usage: korvane scan PATH [--json]", "" }),
