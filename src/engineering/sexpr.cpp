@@ -159,7 +159,9 @@ std::shared_ptr<SExpr::Store> Reader::read()
 
 std::optional<SExpr> SExpr::parse(const QByteArray& utf8)
 {
-    std::shared_ptr<Store> store = Reader(utf8).read();
+    // Places and lengths are 32 and 30 bits wide: past 1 GiB the text reads as if it ended there.
+    constexpr qsizetype largest = (qsizetype(1) << 30) - 1;
+    std::shared_ptr<Store> store = Reader(utf8.size() > largest ? utf8.left(largest) : utf8).read();
     if (!store)
         return std::nullopt;
     const auto last = quint32(store->nodes.size() - 1);
