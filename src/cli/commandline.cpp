@@ -10,6 +10,12 @@ const QList<Command>& commands()
         { QStringLiteral("scan"), QStringLiteral("scan PATH [--json]"),
             QStringLiteral("Scan a folder: totals, branch and languages; --json prints the whole tree"), 1,
             { QStringLiteral("--json") }, {}, scan },
+        { QStringLiteral("layout"),
+            QStringLiteral(
+                "layout PATH [--mode city|tree] [--height lines|size|churn|flat] [--scale F] [--json]"),
+            QStringLiteral("Scan a folder and lay it out as a city or a tree: what stands where"), 1,
+            { QStringLiteral("--json") },
+            { QStringLiteral("--mode"), QStringLiteral("--height"), QStringLiteral("--scale") }, layout },
         { QStringLiteral("sexpr"), QStringLiteral("sexpr FILE [--json | --summary]"),
             QStringLiteral(
                 "Read an S-expression file such as a KiCad board: its tree, or its top-level lists by name"),
@@ -28,7 +34,7 @@ QString usage()
                          "Korvane draws a folder or Git repository as a city, a tree, a replay of its\n"
                          "history or a graph of its imports. Its commands run without a window:\n\n");
     for (const Command& command : commands())
-        text += QStringLiteral("  korvane ") + command.synopsis.leftJustified(32) + u' ' + command.summary
+        text += QStringLiteral("  korvane ") + command.synopsis + QStringLiteral("\n      ") + command.summary
             + u'\n';
     return text;
 }

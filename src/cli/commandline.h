@@ -1,5 +1,7 @@
 #pragma once
 
+#include "scanner.h"
+
 #include <QHash>
 #include <QSet>
 #include <QStringList>
@@ -27,10 +29,14 @@ struct Command {
 
 const QList<Command>& commands();
 
+// Scans with a progress bar on a terminal; on failure says why on standard error.
+std::optional<ScanResult> scanFolder(const QString& path);
+
 // Runs the headless command line; returns the exit status (0 done, 1 failed, 2 wrong usage).
 int run(const QStringList& arguments);
 
 int scan(const Arguments& arguments);
 int sexpr(const Arguments& arguments);
+int layout(const Arguments& arguments);
 
 } // namespace Cli

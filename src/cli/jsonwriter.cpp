@@ -1,5 +1,7 @@
 #include "jsonwriter.h"
 
+#include <cmath>
+
 void JsonWriter::prefix(const char* key)
 {
     if (m_depth > 0) {
@@ -70,6 +72,12 @@ void JsonWriter::value(const char* key, bool flag)
 {
     prefix(key);
     m_out += flag ? "true" : "false";
+}
+
+void JsonWriter::value(const char* key, double number)
+{
+    prefix(key);
+    m_out += std::isfinite(number) ? QByteArray::number(number, 'g', 9) : QByteArray("null");
 }
 
 void JsonWriter::null(const char* key)

@@ -18,6 +18,7 @@ public:
     void value(const char* key, const QString& text);
     void value(const char* key, qint64 number);
     void value(const char* key, bool flag);
+    void value(const char* key, double number); // 9 significant digits: enough for a float
     void null(const char* key);
     template <typename T> void optional(const char* key, const std::optional<T>& maybe)
     {

@@ -89,18 +89,26 @@ QString summary(const ScanResult& result)
 
 } // namespace
 
-int scan(const Arguments& arguments)
+std::optional<ScanResult> scanFolder(const QString& path)
 {
     Terminal::Progress progress;
-    const Scanner scanner(arguments.positional.first(), std::make_shared<CancelFlag>());
-    const auto outcome
-        = scanner.scan([&](const ScanProgress& p) { progress.update(p.phase, p.done, p.total); });
+    auto outcome = Scanner(path, std::make_shared<CancelFlag>()).scan([&](const ScanProgress& p) {
+        progress.update(p.phase, p.done, p.total);
+    });
     progress.finish();
     if (const auto* error = std::get_if<ScanError>(&outcome)) {
         Terminal::err(error->description() + u'\n');
-        return 1;
+        return std::nullopt;
     }
-    const ScanResult& result = std::get<ScanResult>(outcome);
+    return std::get<ScanResult>(std::move(outcome));
+}
+
+int scan(const Arguments& arguments)
+{
+    const std::optional<ScanResult> scanned = scanFolder(arguments.positional.first());
+    if (!scanned)
+        return 1;
+    const ScanResult& result = *scanned;
     if (!arguments.flags.contains(QStringLiteral("--json"))) {
         Terminal::out(summary(result));
         return 0;

@@ -1,0 +1,164 @@
+#include "citylayout.h"
+#include "commandline.h"
+#include "jsonwriter.h"
+#include "terminal.h"
+#include "treelayout.h"
+
+#include <cstdio>
+
+namespace Cli {
+
+namespace {
+
+void writeVec(JsonWriter& json, const char* key, Vec3 v)
+{
+    json.beginArray(key);
+    json.value(nullptr, double(v.x));
+    json.value(nullptr, double(v.y));
+    json.value(nullptr, double(v.z));
+    json.endArray();
+}
+
+void writePlacement(JsonWriter& json, const Placement& p, const char* key = nullptr)
+{
+    json.beginObject(key);
+    json.value("relativePath", p.file->relativePath);
+    json.value("kind", placementKindName(p.kind));
+    writeVec(json, "base", p.base);
+    writeVec(json, "size", p.size);
+    json.value("setback", p.setback);
+    json.value("depth", p.depth);
+    json.value("aggregate", p.aggregate);
+    json.endObject();
+}
+
+QByteArray json(const LayoutResult& result)
+{
+    JsonWriter json;
+    json.beginObject();
+    json.beginArray("placements");
+    for (const Placement& p : result.placements)
+        writePlacement(json, p);
+    json.endArray();
+    json.beginArray("edges");
+    for (const auto& [from, to] : result.edges) {
+        json.beginArray();
+        writeVec(json, nullptr, from);
+        writeVec(json, nullptr, to);
+        json.endArray();
+    }
+    json.endArray();
+    json.beginArray("edgeEnds");
+    for (const auto& [from, to] : result.edgeEnds) {
+        json.beginArray();
+        json.value(nullptr, from->relativePath);
+        json.value(nullptr, to->relativePath);
+        json.endArray();
+    }
+    json.endArray();
+    json.beginObject("ground");
+    json.value("x", result.ground.x);
+    json.value("y", result.ground.y);
+    json.value("w", result.ground.w);
+    json.value("h", result.ground.h);
+    json.endObject();
+    writeVec(json, "minBound", result.minBound);
+    writeVec(json, "maxBound", result.maxBound);
+    json.value("maxDepth", result.maxDepth);
+    if (result.tallest)
+        writePlacement(json, *result.tallest, "tallest");
+    else
+        json.null("tallest");
+    json.value("peak", double(result.peak));
+    json.beginObject("metric");
+    json.value("mode", heightModeName(result.metric.mode));
+    json.value("maxValue", result.metric.maxValue);
+    json.endObject();
+    json.value("aggregated", result.aggregated);
+    json.endObject();
+    return json.bytes();
+}
+
+QString point(Vec3 v)
+{
+    return QStringLiteral("(%1, %2, %3)").arg(v.x, 0, 'f', 2).arg(v.y, 0, 'f', 2).arg(v.z, 0, 'f', 2);
+}
+
+QString summary(const FileNode& root, const QString& mode, const LayoutResult& result)
+{
+    qint64 counts[3] = {};
+    for (const Placement& p : result.placements)
+        ++counts[int(p.kind)];
+    const auto row = [](const QString& label, const QString& value) -> QString {
+        return label.leftJustified(12) + value + u'\n';
+    };
+    QString text = root.name + QStringLiteral(" as a ") + mode + QStringLiteral(", height by ")
+        + heightModeName(result.metric.mode) + u'\n'
+        + row(QStringLiteral("Placements"),
+            Terminal::grouped(qint64(result.placements.size())) + QStringLiteral(": ")
+                + Terminal::grouped(counts[int(PlacementKind::building)]) + QStringLiteral(" buildings, ")
+                + Terminal::grouped(counts[int(PlacementKind::paving)]) + QStringLiteral(" pavings, ")
+                + Terminal::grouped(counts[int(PlacementKind::junction)]) + QStringLiteral(" junctions"))
+        + row(QStringLiteral("Edges"), Terminal::grouped(qint64(result.edges.size())))
+        + row(QStringLiteral("Aggregated"),
+            Terminal::grouped(result.aggregated) + QStringLiteral(" folders drawn whole"))
+        + row(QStringLiteral("Bounds"),
+            point(result.minBound) + QStringLiteral(" to ") + point(result.maxBound))
+        + row(QStringLiteral("Max depth"), QString::number(result.maxDepth))
+        + row(QStringLiteral("Peak"), QString::number(result.peak, 'f', 2));
+    if (result.ground.w > 0) {
+        text += row(QStringLiteral("Ground"),
+            QStringLiteral("%1 × %2 from (%3, %4)")
+                .arg(result.ground.w, 0, 'f', 2)
+                .arg(result.ground.h, 0, 'f', 2)
+                .arg(result.ground.x, 0, 'f', 2)
+                .arg(result.ground.y, 0, 'f', 2));
+    }
+    if (result.tallest) {
+        text += row(QStringLiteral("Tallest"),
+            (result.tallest->file->relativePath.isEmpty() ? QStringLiteral("(root)")
+                                                          : result.tallest->file->relativePath)
+                + QStringLiteral(", ") + QString::number(result.tallest->size.y, 'f', 2)
+                + QStringLiteral(" high"));
+    }
+    return text;
+}
+
+} // namespace
+
+int layout(const Arguments& arguments)
+{
+    const QString mode = arguments.options.value(QStringLiteral("--mode"), QStringLiteral("city"));
+    const auto height
+        = heightModeFromName(arguments.options.value(QStringLiteral("--height"), QStringLiteral("lines")));
+    bool scaleOk = false;
+    const float scale
+        = arguments.options.value(QStringLiteral("--scale"), QStringLiteral("1")).toFloat(&scaleOk);
+    if (mode != u"city" && mode != u"tree") {
+        Terminal::err(QStringLiteral("korvane: --mode is city or tree\n"));
+        return 2;
+    }
+    if (!height) {
+        Terminal::err(QStringLiteral("korvane: --height is lines, size, churn or flat\n"));
+        return 2;
+    }
+    if (!scaleOk || !(scale > 0) || !std::isfinite(scale)) {
+        Terminal::err(QStringLiteral("korvane: --scale takes a number above 0\n"));
+        return 2;
+    }
+    const std::optional<ScanResult> scanned = scanFolder(arguments.positional.first());
+    if (!scanned)
+        return 1;
+    const FileNode& root = *scanned->root;
+    const LayoutResult result
+        = mode == u"tree" ? TreeLayout::build(root, *height, scale) : CityLayout::build(root, *height, scale);
+    if (arguments.flags.contains(QStringLiteral("--json"))) {
+        const QByteArray out = json(result);
+        std::fwrite(out.constData(), 1, size_t(out.size()), stdout);
+    } else {
+        Terminal::out(summary(root, mode, result));
+    }
+    return 0;
+}
+
+} // namespace Cli

@@ -1,0 +1,18 @@
+#pragma once
+
+#include "aggregation.h"
+#include "layoutresult.h"
+
+#include <functional>
+
+namespace CityLayout {
+
+using LotWeight = std::function<double(const FileNode& file)>;
+
+// Every folder a paved lot tiled among its children, every file a building on its folder's lot, and
+// crowded folders drawn whole. `lot` gives a file's ground weight (1 when absent); `only`, when
+// given, keeps just those nodes and draws no folder whole.
+LayoutResult build(const FileNode& root, HeightMode height, float scale = 1, const LotWeight& lot = {},
+    const NodeSet* only = nullptr);
+
+} // namespace CityLayout
