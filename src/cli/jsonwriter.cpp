@@ -1,5 +1,6 @@
 #include "jsonwriter.h"
 
+#include <charconv>
 #include <cmath>
 
 void JsonWriter::prefix(const char* key)
@@ -74,10 +75,30 @@ void JsonWriter::value(const char* key, bool flag)
     m_out += flag ? "true" : "false";
 }
 
+namespace {
+
+// The shortest text that reads back as the same number.
+template <typename Real> QByteArray shortest(Real number)
+{
+    if (!std::isfinite(number))
+        return "null";
+    char buffer[32];
+    const auto result = std::to_chars(buffer, buffer + sizeof buffer, number);
+    return QByteArray(buffer, result.ptr - buffer);
+}
+
+} // namespace
+
 void JsonWriter::value(const char* key, double number)
 {
     prefix(key);
-    m_out += std::isfinite(number) ? QByteArray::number(number, 'g', 9) : QByteArray("null");
+    m_out += shortest(number);
+}
+
+void JsonWriter::value(const char* key, float number)
+{
+    prefix(key);
+    m_out += shortest(number);
 }
 
 void JsonWriter::null(const char* key)

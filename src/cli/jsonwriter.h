@@ -18,7 +18,8 @@ public:
     void value(const char* key, const QString& text);
     void value(const char* key, qint64 number);
     void value(const char* key, bool flag);
-    void value(const char* key, double number); // 9 significant digits: enough for a float
+    void value(const char* key, double number); // as short as reads back the same
+    void value(const char* key, float number);
     void null(const char* key);
     template <typename T> void optional(const char* key, const std::optional<T>& maybe)
     {

@@ -13,9 +13,9 @@ namespace {
 void writeVec(JsonWriter& json, const char* key, Vec3 v)
 {
     json.beginArray(key);
-    json.value(nullptr, double(v.x));
-    json.value(nullptr, double(v.y));
-    json.value(nullptr, double(v.z));
+    json.value(nullptr, v.x);
+    json.value(nullptr, v.y);
+    json.value(nullptr, v.z);
     json.endArray();
 }
 
@@ -69,7 +69,7 @@ QByteArray json(const LayoutResult& result)
         writePlacement(json, *result.tallest, "tallest");
     else
         json.null("tallest");
-    json.value("peak", double(result.peak));
+    json.value("peak", result.peak);
     json.beginObject("metric");
     json.value("mode", heightModeName(result.metric.mode));
     json.value("maxValue", result.metric.maxValue);

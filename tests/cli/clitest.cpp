@@ -85,9 +85,9 @@ void PrintTo(const UsageCase& row, std::ostream* out)
 
 } // namespace
 
-class ScanGolden : public testing::TestWithParam<GoldenCase> { };
+class FolderGolden : public testing::TestWithParam<GoldenCase> { };
 
-TEST_P(ScanGolden, PrintsWhatTheExpectedFileHolds)
+TEST_P(FolderGolden, PrintsWhatTheExpectedFileHolds)
 {
     // The checked-in case folder is copied under its own name, with fixed times.
     TempFolder temp;
@@ -100,17 +100,22 @@ TEST_P(ScanGolden, PrintsWhatTheExpectedFileHolds)
     temp.touchAll(1700000000);
     const QString folder = temp.path(name);
 
-    const Outcome run = korvane(QStringList { u"scan"_s, folder }
-        + QString::fromLatin1(GetParam().flags).split(u' ', Qt::SkipEmptyParts));
+    // The first word is the command, the rest follow the folder.
+    QStringList words = QString::fromLatin1(GetParam().flags).split(u' ', Qt::SkipEmptyParts);
+    const QString command = words.takeFirst();
+    const Outcome run = korvane(QStringList { command, folder } + words);
     EXPECT_EQ(run.exitCode, 0);
     EXPECT_EQ(run.err, QByteArray()) << "no progress bar when standard error is not a terminal";
     expectGolden(QByteArray(run.out).replace(QFile::encodeName(folder), "FOLDER"),
         QString::fromLatin1(GetParam().expected));
 }
 
-INSTANTIATE_TEST_SUITE_P(Cases, ScanGolden,
-    testing::Values(GoldenCase { "summary", "scan-basic", "", "scan-basic.expected" },
-        GoldenCase { "json", "scan-basic", "--json", "scan-basic-json.expected" }),
+INSTANTIATE_TEST_SUITE_P(Cases, FolderGolden,
+    testing::Values(GoldenCase { "summary", "scan-basic", "scan", "scan-basic.expected" },
+        GoldenCase { "json", "scan-basic", "scan --json", "scan-basic-json.expected" },
+        GoldenCase { "city", "scan-basic", "layout --json", "scan-basic-city.expected" },
+        GoldenCase {
+            "treeSummary", "scan-basic", "layout --mode tree --height size", "scan-basic-tree.expected" }),
     [](const auto& info) { return std::string(info.param.name); });
 
 class SexprGolden : public testing::TestWithParam<GoldenCase> { };
@@ -178,6 +183,14 @@ INSTANTIATE_TEST_SUITE_P(Table, CommandLineUsage,
             KORVANE_TEST_DATA "/scan-basic/empty.txt holds no S-expression.\n" },
         UsageCase { "sexprTwoForms", { u"sexpr"_s, u"x"_s, u"--json"_s, u"--summary"_s }, 2, "",
             "korvane: --json and --summary go one at a time" },
+        UsageCase { "layoutMode", { u"layout"_s, u"."_s, u"--mode"_s, u"graph"_s }, 2, "",
+            "korvane: --mode is city or tree" },
+        UsageCase { "layoutHeight", { u"layout"_s, u"."_s, u"--height"_s, u"tall"_s }, 2, "",
+            "korvane: --height is lines, size, churn or flat" },
+        UsageCase { "layoutScale", { u"layout"_s, u"."_s, u"--scale"_s, u"-1"_s }, 2, "",
+            "korvane: --scale takes a number above 0" },
+        UsageCase {
+            "layoutOfMissingFolder", { u"layout"_s, u"/no/such"_s }, 1, "", "/no/such is not a folder.\n" },
         UsageCase { "version", { u"--version"_s }, 0, "korvane " KORVANE_VERSION "\n", "" },
         UsageCase { "help", { u"--help"_s }, 0, "Usage: korvane COMMAND", "" },
         UsageCase { "commandHelp", { u"scan"_s, u"--help"_s }, 0, "Usage: korvane scan PATH [--json]", "" }),
