@@ -30,7 +30,10 @@ struct ReadCase {
     const char* shape;
 };
 
-void PrintTo(const ReadCase& row, std::ostream* out) { *out << row.name; }
+void PrintTo(const ReadCase& row, std::ostream* out)
+{
+    *out << row.name;
+}
 
 } // namespace
 
@@ -49,11 +52,10 @@ INSTANTIATE_TEST_SUITE_P(Table, SExprRead,
         ReadCase { "backslashLast", "\"ab\\", "[ab\\]" },
         ReadCase { "comments", "; head\n(a ; one\n b;two\n ; three\n c)", "([a] [b;two] [c])" },
         ReadCase { "quoteInsideBareAtom", "(a\"b c)", "([a\"b] [c])" },
-        ReadCase { "strayCloseAtTop", "  ) (a)", "[]" },
-        ReadCase { "onlyTheFirstValue", "(a) (b)", "([a])" },
+        ReadCase { "strayCloseAtTop", "  ) (a)", "[]" }, ReadCase { "onlyTheFirstValue", "(a) (b)", "([a])" },
         ReadCase { "bareAtomEndsAtParen", "ab(c)", "[ab]" },
-        ReadCase { "crAndTabAreSpace", "(\ta\r\nb)", "([a] [b])" },
-        ReadCase { "emptyList", "( )", "()" }, ReadCase { "listFirst", "((x) y)", "(([x]) [y])" },
+        ReadCase { "crAndTabAreSpace", "(\ta\r\nb)", "([a] [b])" }, ReadCase { "emptyList", "( )", "()" },
+        ReadCase { "listFirst", "((x) y)", "(([x]) [y])" },
         ReadCase { "utf8", "(naïve \"café ☕\")", "([naïve] [café ☕])" }),
     [](const auto& info) { return std::string(info.param.name); });
 
@@ -115,9 +117,10 @@ TEST(SExpr, ReadsAMultiMegabyteBoard)
 {
     QByteArray board = "(kicad_pcb (version 20221018) (generator pcbnew)\n";
     for (int i = 0; i < 20000; ++i) {
-        board += "  (footprint \"R_0603\" (layer \"F.Cu\") (at " + QByteArray::number(i) + " 5.5 90)\n"
-                 "    (pad \"1\" smd roundrect (at -0.8 0) (size 0.9 0.95) (layers \"F.Cu\" \"F.Paste\")))\n"
-                 "  (segment (start 1.5 2) (end 3 4) (width 0.25) (layer \"F.Cu\") (net 3))\n";
+        board += "  (footprint \"R_0603\" (layer \"F.Cu\") (at " + QByteArray::number(i)
+            + " 5.5 90)\n"
+              "    (pad \"1\" smd roundrect (at -0.8 0) (size 0.9 0.95) (layers \"F.Cu\" \"F.Paste\")))\n"
+              "  (segment (start 1.5 2) (end 3 4) (width 0.25) (layer \"F.Cu\") (net 3))\n";
     }
     board += ")";
     ASSERT_GT(board.size(), 3'000'000);

@@ -1,5 +1,6 @@
 #include "citylayout.h"
 #include "scanner.h"
+#include "testsupport.h"
 #include "treelayout.h"
 
 #include <gtest/gtest.h>
@@ -12,39 +13,13 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-// A finished tree from lines of "path lines", one file a line.
-std::unique_ptr<FileNode> tree(const QString& text)
-{
-    auto root = std::make_unique<FileNode>(u"/r"_s, u"r"_s, QString(), true, nullptr);
-    QHash<QString, FileNode*> folders { { QString(), root.get() } };
-    const std::function<FileNode*(const QString&)> folder = [&](const QString& path) -> FileNode* {
-        if (FileNode* known = folders.value(path))
-            return known;
-        const qsizetype slash = path.lastIndexOf(u'/');
-        FileNode* parent = folder(slash < 0 ? QString() : path.left(slash));
-        return folders[path]
-            = parent->addChild(std::make_unique<FileNode>(path, path.mid(slash + 1), path, true, parent));
-    };
-    for (const QString& line : text.split(u'\n', Qt::SkipEmptyParts)) {
-        const QStringList words = line.split(u' ', Qt::SkipEmptyParts);
-        const qsizetype slash = words[0].lastIndexOf(u'/');
-        FileNode* parent = folder(slash < 0 ? QString() : words[0].left(slash));
-        FileNode* file = parent->addChild(
-            std::make_unique<FileNode>(words[0], words[0].mid(slash + 1), words[0], false, parent));
-        file->language = &Languages::languageFor(file->name);
-        file->lines = words.value(1, u"1"_s).toLongLong();
-    }
-    root->finalize(0);
-    return root;
-}
-
 // n files spread over folders of `perFolder` files, two levels deep.
 std::unique_ptr<FileNode> wide(int n, int perFolder)
 {
     QString text;
     for (int i = 0; i < n; ++i)
         text += u"p%1/m%2/f%3.c %4\n"_s.arg(i / (perFolder * 10)).arg(i / perFolder).arg(i).arg(i % 500);
-    return tree(text);
+    return makeTree(text);
 }
 
 const Placement& find(const LayoutResult& result, const QString& path, PlacementKind kind)
@@ -133,7 +108,7 @@ TEST(Aggregation, TakesDeeperFoldersFirstAndOnlyFoldersOfMoreThanElevenFiles)
         text += u"x/f%1\n"_s.arg(i);
     for (int i = 0; i < 20; ++i)
         text += u"x/y/f%1\n"_s.arg(i);
-    const auto root = tree(text); // 44 files
+    const auto root = makeTree(text); // 44 files
     const auto names = [&](qint64 budget) {
         QStringList taken;
         for (const FileNode* node : Aggregation::collapse(*root, budget))
@@ -148,7 +123,7 @@ TEST(Aggregation, TakesDeeperFoldersFirstAndOnlyFoldersOfMoreThanElevenFiles)
 
 TEST(CityLayout, FilesStandOnTheirLotsAtTheLotsHeight)
 {
-    const auto root = tree(u"top.c 1\nsrc/a.c 900\nsrc/b.c 0\n"_s);
+    const auto root = makeTree(u"top.c 1\nsrc/a.c 900\nsrc/b.c 0\n"_s);
     const LayoutResult city = CityLayout::build(*root, HeightMode::lines);
     EXPECT_FLOAT_EQ(city.peak, 6);
     // Pavings first, then each lot's buildings: the top-level file on its own paving tile.
@@ -212,7 +187,7 @@ TEST(CityLayout, ARealFolderNestsItsLots)
 
 TEST(TreeLayout, ChildrenStandOnRingsBelowTheirFolder)
 {
-    const auto root = tree(u"one/only.c 10\na.c 0\nb.c 0\n"_s);
+    const auto root = makeTree(u"one/only.c 10\na.c 0\nb.c 0\n"_s);
     const LayoutResult result = TreeLayout::build(*root, HeightMode::lines);
     EXPECT_EQ(result.edges.size(), 4u);
     EXPECT_EQ(result.edgeEnds.size(), 4u);
@@ -231,7 +206,7 @@ TEST(TreeLayout, ChildrenStandOnRingsBelowTheirFolder)
 
 TEST(TreeLayout, SiblingsShareTheRingByTheirRadius)
 {
-    const auto root = tree(u"a.c\nb.c\n"_s);
+    const auto root = makeTree(u"a.c\nb.c\n"_s);
     const LayoutResult result = TreeLayout::build(*root, HeightMode::flat);
     // Two files of radius 0.55: spans of pi each, the first centred at pi/2, on a ring of 1.05.
     const Placement& a = find(result, u"a.c"_s, PlacementKind::building);

@@ -1,33 +1,22 @@
 #include "filenode.h"
+#include "testsupport.h"
 
 #include <gtest/gtest.h>
-
-#include <QHash>
 
 using namespace Qt::StringLiterals;
 
 namespace {
 
-// A hand-built tree, as the scan leaves it before finalize: folders appear as paths name them.
+// A hand-built tree, as the scan leaves it before finalize.
 struct Tree {
     std::unique_ptr<FileNode> root = std::make_unique<FileNode>(u"/r"_s, u"r"_s, QString(), true, nullptr);
-    QHash<QString, FileNode*> folders { { QString(), root.get() } };
 
     FileNode& add(const QString& path, bool isDirectory = false, qint64 lines = 1)
     {
-        const qsizetype slash = path.lastIndexOf(u'/');
-        const QString parentPath = slash < 0 ? QString() : path.left(slash);
-        FileNode* parent = folders.contains(parentPath) ? folders[parentPath] : &add(parentPath, true);
-        const QString name = path.mid(slash + 1);
-        FileNode* node
-            = parent->addChild(std::make_unique<FileNode>(u"/r/" + path, name, path, isDirectory, parent));
-        if (isDirectory)
-            folders.insert(path, node);
-        else
-            node->language = &Languages::languageFor(name);
-        node->lines = lines;
-        node->size = 10 * lines;
-        return *node;
+        FileNode& node = addPath(*root, path, isDirectory);
+        node.lines = lines;
+        node.size = 10 * lines;
+        return node;
     }
 
     QString childNames(const QString& path = {}) const

@@ -1,5 +1,7 @@
 #include "testsupport.h"
 
+#include "filenode.h"
+
 #include <gtest/gtest.h>
 
 #include <QDir>
@@ -79,4 +81,36 @@ QByteArray readFile(const QString& path)
 {
     QFile file(path);
     return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+}
+
+FileNode& addPath(FileNode& root, const QString& path, bool isDirectory)
+{
+    const qsizetype slash = path.lastIndexOf(u'/');
+    FileNode* parent = &root;
+    if (slash >= 0) {
+        const QString above = path.left(slash);
+        parent = const_cast<FileNode*>(root.find(above));
+        if (!parent)
+            parent = &addPath(root, above, true);
+    }
+    const QString name = path.mid(slash + 1);
+    FileNode* node
+        = parent->addChild(std::make_unique<FileNode>(u"/r/" + path, name, path, isDirectory, parent));
+    if (!isDirectory)
+        node->language = &Languages::languageFor(name);
+    return *node;
+}
+
+std::unique_ptr<FileNode> makeTree(const QString& text)
+{
+    auto root
+        = std::make_unique<FileNode>(QStringLiteral("/r"), QStringLiteral("r"), QString(), true, nullptr);
+    for (const QString& line : text.split(u'\n', Qt::SkipEmptyParts)) {
+        const QStringList words = line.split(u' ', Qt::SkipEmptyParts);
+        FileNode& file = addPath(*root, words[0]);
+        file.lines = words.value(1, QStringLiteral("1")).toLongLong();
+        file.size = 10 * file.lines;
+    }
+    root->finalize(0);
+    return root;
 }

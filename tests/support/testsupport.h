@@ -5,6 +5,8 @@
 #include <QStringList>
 #include <QTemporaryDir>
 
+#include <memory>
+
 // Real folders and real repositories for the tests: a temporary folder that files are written
 // into, and git run on it as a user would run it.
 class TempFolder {
@@ -34,3 +36,11 @@ public:
 };
 
 QByteArray readFile(const QString& path);
+
+class FileNode;
+
+// Hand-built trees, as the scan builds them: adds a file (or folder) at a path under the root,
+// making the folders above it; a file gets the language of its name.
+FileNode& addPath(FileNode& root, const QString& path, bool isDirectory = false);
+// A finished tree from lines of "path lines", one file a line.
+std::unique_ptr<FileNode> makeTree(const QString& text);
