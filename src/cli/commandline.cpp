@@ -16,6 +16,11 @@ const QList<Command>& commands()
             QStringLiteral("Scan a folder and lay it out as a city or a tree: what stands where"), 1,
             { QStringLiteral("--json") },
             { QStringLiteral("--mode"), QStringLiteral("--height"), QStringLiteral("--scale") }, layout },
+        { QStringLiteral("history"), QStringLiteral("history PATH [--at N|end] [--json] [--no-cache]"),
+            QStringLiteral("Read a repository's first-parent history; --at N replays it to commit N and "
+                           "lists the files"),
+            1, { QStringLiteral("--json"), QStringLiteral("--no-cache") }, { QStringLiteral("--at") },
+            history },
         { QStringLiteral("sexpr"), QStringLiteral("sexpr FILE [--json | --summary]"),
             QStringLiteral(
                 "Read an S-expression file such as a KiCad board: its tree, or its top-level lists by name"),

@@ -38,5 +38,6 @@ int run(const QStringList& arguments);
 int scan(const Arguments& arguments);
 int sexpr(const Arguments& arguments);
 int layout(const Arguments& arguments);
+int history(const Arguments& arguments);
 
 } // namespace Cli

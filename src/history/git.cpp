@@ -89,7 +89,8 @@ const Git::Guard& Git::guard() const
     return *m_guard;
 }
 
-bool Git::start(const QStringList& arguments, const Settings& settings, const Sink& sink) const
+bool Git::start(
+    const QStringList& arguments, const Settings& settings, const Sink& sink, QByteArray* errors) const
 {
     if (!QFileInfo(executable()).isExecutable() || stopped())
         return false;
@@ -114,7 +115,8 @@ bool Git::start(const QStringList& arguments, const Settings& settings, const Si
     environment.insert(QStringLiteral("GIT_FLUSH"), QStringLiteral("0"));
     process.setProcessEnvironment(environment);
     process.setStandardInputFile(QProcess::nullDevice());
-    process.setStandardErrorFile(QProcess::nullDevice());
+    if (!errors)
+        process.setStandardErrorFile(QProcess::nullDevice());
     process.start(QIODevice::ReadOnly);
     if (!process.waitForStarted(-1))
         return false;
@@ -132,6 +134,8 @@ bool Git::start(const QStringList& arguments, const Settings& settings, const Si
     }
     if (const QByteArray chunk = process.readAllStandardOutput(); !chunk.isEmpty())
         sink(chunk);
+    if (errors)
+        *errors = process.readAllStandardError();
     // git may finish before the first look; a stop asked for meanwhile still yields nothing.
     return !stopped() && process.exitStatus() == QProcess::NormalExit && process.exitCode() == 0;
 }
@@ -141,12 +145,12 @@ bool Git::stopped() const
     return m_stopRequested && m_stopRequested();
 }
 
-bool Git::stream(const QStringList& arguments, const Sink& sink) const
+bool Git::stream(const QStringList& arguments, const Sink& sink, QByteArray* errors) const
 {
     const Guard& g = guard();
     return g.ok
         && start(QStringList { QStringLiteral("-c"), QStringLiteral("core.quotePath=false") } + arguments,
-            g.settings, sink);
+            g.settings, sink, errors);
 }
 
 std::optional<QByteArray> Git::run(const QStringList& arguments) const

@@ -44,6 +44,11 @@ public:
     QHash<QString, GitFileStatus> status() const;
     History history(int maxCommits) const;
 
+    // Runs git as every operation does and hands its output on as it comes; git's own messages are
+    // kept in `errors` when given. True when git exited with status 0.
+    using Sink = std::function<void(const QByteArray& chunk)>;
+    bool stream(const QStringList& arguments, const Sink& sink, QByteArray* errors = nullptr) const;
+
     // The parsers behind listFiles, status and history, kept apart from the process.
     static QList<QByteArray> parseFileList(const QByteArray& output);
     static QHash<QString, GitFileStatus> parseStatus(const QByteArray& output, const QString& prefix);
@@ -52,11 +57,9 @@ public:
 private:
     struct Guard;
     using Settings = QList<std::pair<QString, QString>>;
-    using Sink = std::function<void(const QByteArray& chunk)>;
     // Starts git with the given settings; sink takes its output as it comes. True when git exited 0.
-    bool start(const QStringList& arguments, const Settings& settings, const Sink& sink) const;
-    // Starts git as every operation does: quoting off, this folder's guard in force.
-    bool stream(const QStringList& arguments, const Sink& sink) const;
+    bool start(const QStringList& arguments, const Settings& settings, const Sink& sink,
+        QByteArray* errors = nullptr) const;
     bool stopped() const;
     const Guard& guard() const;
 

@@ -1,0 +1,28 @@
+#pragma once
+
+#include "historyindex.h"
+
+#include <memory>
+
+// Built history indexes kept on disk, one file per repository folder and head commit, so that a
+// repository read once opens at once until its head moves. Files are written whole or not at all;
+// one that can't be read, is cut short or was written by another version is a miss. The oldest
+// files go once the folder passes its size limit.
+class HistoryCache {
+public:
+    static constexpr qint64 defaultLimit = 256 * 1024 * 1024;
+
+    // The folder defaults to Korvane's own cache folder, "history" inside it.
+    explicit HistoryCache(QString folder = {}, qint64 limit = defaultLimit);
+
+    std::shared_ptr<const HistoryIndex> load(const QString& root, const QString& head) const;
+    bool store(const HistoryIndex& index, const QString& head) const;
+
+    QString fileFor(const QString& root, const QString& head) const;
+
+private:
+    void prune() const;
+
+    QString m_folder;
+    qint64 m_limit;
+};

@@ -1,0 +1,241 @@
+#include "historyreader.h"
+
+#include "git.h"
+#include "historycache.h"
+
+#include <QDir>
+#include <QElapsedTimer>
+#include <QFileInfo>
+
+#include <charconv>
+
+namespace {
+
+qint32 number(QByteArrayView text)
+{
+    qint32 value = 0;
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
+    return error == std::errc() && end == text.data() + text.size() ? value : 0;
+}
+
+} // namespace
+
+HistoryBuilder::HistoryBuilder(qint32 maxPaths)
+    : m_maxPaths(maxPaths)
+{
+}
+
+void HistoryBuilder::feed(QByteArrayView line)
+{
+    if (line.isEmpty())
+        return;
+    if (line.front() == '\x01') {
+        flush();
+        const QList<QByteArrayView> fields = [&] {
+            QList<QByteArrayView> out;
+            QByteArrayView rest = line.sliced(1);
+            for (int i = 0; i < 3; ++i) {
+                const qsizetype cut = rest.indexOf('\x1f');
+                if (cut < 0)
+                    break;
+                out << rest.first(cut);
+                rest = rest.sliced(cut + 1);
+            }
+            out << rest; // the subject keeps any further separators
+            return out;
+        }();
+        Commit commit;
+        commit.hash = QString::fromUtf8(fields.value(0));
+        bool ok = false;
+        commit.date = fields.value(1).toLongLong(&ok); // an unreadable time gives 0
+        commit.author = QString::fromUtf8(fields.value(2));
+        commit.subject = QString::fromUtf8(fields.value(3));
+        m_commit = commit;
+        return;
+    }
+    if (!m_commit)
+        return;
+    const QList<QByteArrayView> fields = [&] {
+        QList<QByteArrayView> out;
+        for (qsizetype start = 0;;) {
+            const qsizetype tab = line.indexOf('\t', start);
+            out << line.sliced(start, (tab < 0 ? line.size() : tab) - start);
+            if (tab < 0)
+                return out;
+            start = tab + 1;
+        }
+    }();
+    if (line.front() == ':') {
+        if (fields.size() < 2)
+            return;
+        const QByteArrayView head = fields[0];
+        const QByteArrayView status = head.sliced(head.lastIndexOf(' ') + 1);
+        m_status.push_back({ status.isEmpty() ? ' ' : status.front(), fields[1].toByteArray(),
+            fields.size() > 2 ? std::optional(fields[2].toByteArray()) : std::nullopt });
+    } else if (fields.size() >= 3) {
+        m_counts.push_back(fields[0] == "-" ? Counts { 0, 0, true }
+                                            : Counts { number(fields[0]), number(fields[1]), false });
+    }
+}
+
+std::optional<qint32> HistoryBuilder::intern(const QByteArray& path)
+{
+    if (const auto known = m_pathIndex.constFind(path); known != m_pathIndex.cend())
+        return *known;
+    if (m_index.paths.size() >= m_maxPaths)
+        return std::nullopt;
+    const auto number = qint32(m_index.paths.size());
+    m_index.paths.append(QString::fromUtf8(path));
+    m_pathIndex.insert(path, number);
+    m_lines.push_back(0);
+    m_index.maxLines.push_back(0);
+    return number;
+}
+
+void HistoryBuilder::bump(qint32 path, qint32 delta)
+{
+    qint32& lines = m_lines[size_t(path)];
+    lines = std::max(0, lines + delta);
+    m_index.maxLines[size_t(path)] = std::max(m_index.maxLines[size_t(path)], lines);
+}
+
+void HistoryBuilder::flush()
+{
+    if (!m_commit)
+        return;
+    Commit commit = *std::exchange(m_commit, std::nullopt);
+    std::vector<FileChange> changes;
+    for (size_t i = 0; i < m_status.size(); ++i) {
+        const Raw& raw = m_status[i];
+        const Counts counts = i < m_counts.size() ? m_counts[i] : Counts {};
+        FileChange change { 0, -1, counts.added, counts.removed, FileChange::Kind::modified, counts.binary };
+        const qint32 delta = counts.added - counts.removed;
+        if ((raw.status == 'R' || raw.status == 'C') && raw.target) {
+            const auto from = intern(raw.path);
+            const auto to = intern(*raw.target);
+            if (!from || !to)
+                continue; // a rename is kept whole or not at all
+            change.kind = FileChange::Kind::renamed;
+            change.path = *to;
+            if (raw.status == 'R') {
+                change.from = *from;
+                m_lines[size_t(*to)] = 0;
+                bump(*to, m_lines[size_t(*from)] + delta);
+                m_lines[size_t(*from)] = 0;
+            } else {
+                bump(*to, delta);
+            }
+        } else {
+            const auto path = intern(raw.path);
+            if (!path)
+                continue;
+            change.path = *path;
+            change.kind = raw.status == 'A' ? FileChange::Kind::added
+                : raw.status == 'D'         ? FileChange::Kind::deleted
+                                            : FileChange::Kind::modified;
+            bump(*path, delta);
+        }
+        commit.insertions += change.added;
+        commit.deletions += change.removed;
+        changes.push_back(change);
+    }
+    commit.changedFiles = qint32(changes.size());
+    m_index.commits.push_back(std::move(commit));
+    m_index.changes.push_back(std::move(changes));
+    m_counts.clear();
+    m_status.clear();
+}
+
+HistoryIndex HistoryBuilder::take()
+{
+    flush();
+    return std::move(m_index);
+}
+
+HistoryReader::HistoryReader(QString root, CancelFlagPtr cancel, qint64 maxCommits, qint32 maxPaths)
+    : m_root(QDir::cleanPath(QFileInfo(root).absoluteFilePath()))
+    , m_cancel(std::move(cancel))
+    , m_maxCommits(maxCommits)
+    , m_maxPaths(maxPaths)
+{
+}
+
+std::variant<std::shared_ptr<const HistoryIndex>, HistoryError> HistoryReader::read(
+    const ProgressCallback& progress, HistoryCache* cache, bool* cacheHit) const
+{
+    using Kind = HistoryError::Kind;
+    if (cacheHit)
+        *cacheHit = false;
+    if (!QFileInfo(Git::executable()).isExecutable())
+        return HistoryError { Kind::failed, QStringLiteral("git is not installed.") };
+    const auto stopped = [cancel = m_cancel] { return cancel && cancel->isCancelled(); };
+    const Git git(m_root); // the probes are short; a stop is looked for while the log streams
+    const Git log(m_root, stopped);
+    if (!QFileInfo(m_root).isDir() || !git.isInsideWorkTree())
+        return HistoryError { Kind::notARepository, m_root };
+    const QString branch
+        = git.string({ QStringLiteral("rev-parse"), QStringLiteral("--abbrev-ref"), QStringLiteral("HEAD") })
+              .value_or(QStringLiteral("HEAD"));
+    const qint64 count = git.string({ QStringLiteral("rev-list"), QStringLiteral("--count"),
+                                        QStringLiteral("--first-parent"), QStringLiteral("HEAD") })
+                             .value_or(QString())
+                             .toLongLong();
+    if (count <= 0)
+        return HistoryError { Kind::empty, m_root };
+    const QString head
+        = git.string({ QStringLiteral("rev-parse"), QStringLiteral("HEAD") }).value_or(QString());
+    if (cache && !head.isEmpty()) {
+        if (auto cached = cache->load(m_root, head)) {
+            if (cacheHit)
+                *cacheHit = true;
+            return cached;
+        }
+    }
+    if (progress)
+        progress({ QStringLiteral("Reading history"), 0 });
+
+    QStringList arguments { QStringLiteral("log"), QStringLiteral("--first-parent"),
+        QStringLiteral("--reverse"), QStringLiteral("-M"), QStringLiteral("--raw"),
+        QStringLiteral("--numstat"), QStringLiteral("--no-color"), QStringLiteral("--no-abbrev"),
+        QStringLiteral("--no-textconv"), QStringLiteral("--no-ext-diff"),
+        QStringLiteral("--format=%x01%H%x1f%ct%x1f%an%x1f%s") };
+    const bool truncated = count > m_maxCommits;
+    if (truncated)
+        arguments << QStringLiteral("-n") << QString::number(m_maxCommits);
+    HistoryBuilder builder(m_maxPaths);
+    QByteArray carry;
+    QElapsedTimer sinceReport;
+    sinceReport.start();
+    QByteArray errors;
+    log.stream(
+        arguments,
+        [&](const QByteArray& chunk) {
+            carry += chunk;
+            const qsizetype last = carry.lastIndexOf('\n');
+            if (last < 0)
+                return;
+            for (qsizetype start = 0; start <= last;) {
+                const qsizetype end = carry.indexOf('\n', start);
+                builder.feed(QByteArrayView(carry).sliced(start, end - start));
+                start = end + 1;
+            }
+            carry.remove(0, last + 1);
+            if (progress && sinceReport.elapsed() > 100) {
+                sinceReport.restart();
+                progress({ QStringLiteral("Reading history"), builder.commitCount() });
+            }
+        },
+        &errors);
+    if (stopped())
+        return HistoryError { Kind::cancelled, m_root };
+    builder.feed(carry);
+    auto index = std::make_shared<HistoryIndex>(builder.take());
+    if (index->commits.empty())
+        return HistoryError { Kind::failed, QString::fromUtf8(errors).trimmed() };
+    index->root = m_root;
+    index->branch = branch;
+    index->truncated = truncated;
+    if (cache && !head.isEmpty())
+        cache->store(*index, head);
+    return std::shared_ptr<const HistoryIndex>(std::move(index));
+}

@@ -1,0 +1,67 @@
+#pragma once
+
+#include "cancelflag.h"
+#include "historyindex.h"
+
+#include <QByteArray>
+#include <QHash>
+
+#include <functional>
+#include <memory>
+#include <variant>
+
+class HistoryCache;
+
+// Turns the lines of "git log --raw --numstat" into an index, one line at a time: a commit header,
+// its raw lines (status and paths), then as many numstat lines (counts), matched by position.
+class HistoryBuilder {
+public:
+    explicit HistoryBuilder(qint32 maxPaths = 80000);
+
+    void feed(QByteArrayView line);
+    void flush(); // closes the commit in hand
+    qint64 commitCount() const { return qint64(m_index.commits.size()); }
+    HistoryIndex take();
+
+private:
+    struct Counts {
+        qint32 added = 0;
+        qint32 removed = 0;
+        bool binary = false;
+    };
+    struct Raw {
+        char status;
+        QByteArray path;
+        std::optional<QByteArray> target;
+    };
+
+    std::optional<qint32> intern(const QByteArray& path);
+    void bump(qint32 path, qint32 delta);
+
+    qint32 m_maxPaths;
+    HistoryIndex m_index;
+    QHash<QByteArray, qint32> m_pathIndex;
+    std::vector<qint32> m_lines;
+    std::optional<Commit> m_commit;
+    std::vector<Counts> m_counts;
+    std::vector<Raw> m_status;
+};
+
+// Reads the first-parent history of a work tree's branch, oldest first, with lines added and removed
+// per file, streaming git's log. Limits: the newest maxCommits commits, the first maxPaths paths.
+class HistoryReader {
+public:
+    using ProgressCallback = std::function<void(const HistoryProgress&)>;
+
+    HistoryReader(QString root, CancelFlagPtr cancel, qint64 maxCommits = 20000, qint32 maxPaths = 80000);
+
+    // cache, when given, answers for a head it has seen and keeps what is read.
+    std::variant<std::shared_ptr<const HistoryIndex>, HistoryError> read(
+        const ProgressCallback& progress = {}, HistoryCache* cache = nullptr, bool* cacheHit = nullptr) const;
+
+private:
+    QString m_root;
+    CancelFlagPtr m_cancel;
+    qint64 m_maxCommits;
+    qint32 m_maxPaths;
+};

@@ -1,0 +1,271 @@
+#include "historycache.h"
+#include "historycursor.h"
+#include "historyreader.h"
+#include "testsupport.h"
+
+#include <gtest/gtest.h>
+
+#include <QDir>
+#include <QDirIterator>
+#include <QFile>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+std::shared_ptr<const HistoryIndex> readOk(const QString& root, qint64 maxCommits = 20000,
+    qint32 maxPaths = 80000, HistoryCache* cache = nullptr, bool* hit = nullptr)
+{
+    auto outcome
+        = HistoryReader(root, std::make_shared<CancelFlag>(), maxCommits, maxPaths).read({}, cache, hit);
+    if (const auto* error = std::get_if<HistoryError>(&outcome)) {
+        ADD_FAILURE() << error->description().toStdString();
+        return std::make_shared<HistoryIndex>();
+    }
+    return std::get<std::shared_ptr<const HistoryIndex>>(outcome);
+}
+
+// Path -> lines of every present path, after the cursor's moves.
+std::map<QString, qint32> state(const HistoryCursor& cursor)
+{
+    std::map<QString, qint32> out;
+    for (qsizetype i = 0; i < cursor.index().paths.size(); ++i) {
+        if (cursor.present()[size_t(i)])
+            out[cursor.index().paths[i]] = cursor.lines()[size_t(i)];
+    }
+    return out;
+}
+
+qint32 lines(const HistoryIndex& index, const HistoryCursor& cursor, const QString& path)
+{
+    return cursor.lines()[size_t(index.paths.indexOf(path))];
+}
+
+QByteArray numbered(int count)
+{
+    QByteArray text;
+    for (int i = 0; i < count; ++i)
+        text += "line " + QByteArray::number(i) + '\n';
+    return text;
+}
+
+} // namespace
+
+TEST(HistoryBuilder, ReadsRenamesCopiesAndBinaryFilesByPosition)
+{
+    HistoryBuilder builder(3);
+    for (const char* line : { "before any header is ignored",
+             "\x01"
+             "aaaa\x1f"
+             "100\x1f"
+             "Ann\x1f"
+             "first\x1f"
+             "with a separator",
+             ":000000 100644 0 1 A\tsrc/a.c", ":000000 100644 0 2 A\tpic.png", "5\t0\tsrc/a.c",
+             "-\t-\tpic.png",
+             "\x01"
+             "bbbb\x1f"
+             "200\x1f"
+             "Bob\x1f"
+             "second",
+             ":100644 100644 1 3 R087\tsrc/a.c\tsrc/b.c", ":100644 100644 3 4 C050\tsrc/b.c\tsrc/c.c",
+             ":100644 100644 3 4 M\tnew/too/many.c", "3\t1\tsrc/{a.c => b.c}", "2\t0\tsrc/{b.c => c.c}",
+             "1\t1\tx",
+             "\x01"
+             "cccc\x1f"
+             "not a time\x1f"
+             "Cy\x1f"
+             "third" })
+        builder.feed(QByteArrayView(line, qsizetype(std::strlen(line))));
+    const HistoryIndex index = builder.take();
+    ASSERT_EQ(index.commits.size(), 3u);
+    EXPECT_EQ(index.commits[0].subject, u"first\x1fwith a separator");
+    EXPECT_EQ(index.commits[0].date, 100);
+    EXPECT_EQ(index.commits[2].date, 0);
+    EXPECT_EQ(index.paths, QStringList({ u"src/a.c"_s, u"pic.png"_s, u"src/b.c"_s }));
+    EXPECT_EQ(index.changes[0][1], (FileChange { 1, -1, 0, 0, FileChange::Kind::added, true }));
+    // The rename carries a.c's 5 lines over, plus 3 minus 1; the copy's target has no number left
+    // (three paths at most), so it is dropped whole, and so is the change to the fourth path.
+    ASSERT_EQ(index.changes[1].size(), 1u);
+    EXPECT_EQ(index.changes[1][0], (FileChange { 2, 0, 3, 1, FileChange::Kind::renamed, false }));
+    EXPECT_EQ(index.commits[1].changedFiles, 1);
+    EXPECT_EQ(index.commits[1].insertions, 3);
+    EXPECT_EQ(index.maxLines, (std::vector<qint32> { 5, 0, 7 }));
+}
+
+TEST(HistoryBuilder, ACopyIsARenameFromNowhere)
+{
+    HistoryBuilder builder;
+    for (const char* line : { "\x01h\x1f"
+                              "1\x1f"
+                              "A\x1fs",
+             ":0 0 0 0 A\ta", "4\t0\ta",
+             "\x01i\x1f"
+             "2\x1f"
+             "A\x1fs",
+             ":0 0 0 0 C100\ta\tb", "0\t0\tb" })
+        builder.feed(QByteArrayView(line, qsizetype(std::strlen(line))));
+    const auto index = std::make_shared<const HistoryIndex>(builder.take());
+    EXPECT_EQ(index->changes[1][0], (FileChange { 1, -1, 0, 0, FileChange::Kind::renamed, false }));
+    HistoryCursor cursor(index);
+    cursor.move(1);
+    EXPECT_EQ(state(cursor), (std::map<QString, qint32> { { u"a"_s, 4 }, { u"b"_s, 0 } }));
+}
+
+TEST(HistoryReader, ReplaysARealHistoryToTheFilesOnDisk)
+{
+    GitRepo repo;
+    repo.write(u"a.txt"_s, numbered(10));
+    repo.write(u"gone.txt"_s, numbered(3));
+    repo.write(u"pic.bin"_s, QByteArray("\0\1\2", 3));
+    repo.commitAll(u"first"_s, 1000);
+    repo.write(u"a.txt"_s, numbered(12));
+    QFile::remove(repo.path(u"gone.txt"_s));
+    repo.write(u"naïve/café.txt"_s, numbered(4));
+    repo.commitAll(u"second"_s, 2000);
+    repo.git({ u"mv"_s, u"a.txt"_s, u"renamed.txt"_s });
+    repo.write(u"renamed.txt"_s, numbered(11) + "changed\n");
+    repo.commitAll(u"rename with edits"_s, 3000);
+    repo.git({ u"checkout"_s, u"-q"_s, u"-b"_s, u"side"_s });
+    repo.write(u"side.txt"_s, numbered(5));
+    repo.commitAll(u"side"_s, 4000);
+    repo.git({ u"checkout"_s, u"-q"_s, u"main"_s });
+    repo.write(u"main.txt"_s, numbered(2));
+    repo.commitAll(u"main"_s, 5000);
+    repo.git({ u"merge"_s, u"-q"_s, u"--no-ff"_s, u"-m"_s, u"merge"_s, u"side"_s }, false, 6000);
+
+    const auto index = readOk(repo.path());
+    EXPECT_EQ(index->branch, u"main");
+    EXPECT_FALSE(index->truncated);
+    ASSERT_EQ(index->commitCount(), 5); // the side commit is not on the first-parent line
+    EXPECT_EQ(index->commits[2].subject, u"rename with edits");
+    EXPECT_EQ(index->changes[2].size(), 1u);
+    EXPECT_EQ(index->changes[2][0].kind, FileChange::Kind::renamed);
+    for (const FileChange& change : index->changes[0])
+        EXPECT_EQ(change.binary, index->paths[change.path] == u"pic.bin")
+            << index->paths[change.path].toStdString();
+
+    // At the end, every text file has the lines it has on disk.
+    HistoryCursor cursor(index);
+    cursor.move(1000000);
+    EXPECT_EQ(cursor.position(), 4);
+    std::map<QString, qint32> onDisk;
+    QDirIterator it(repo.path(), QDir::Files | QDir::NoDotAndDotDot, QDirIterator::Subdirectories);
+    while (it.hasNext()) {
+        const QString file = it.next();
+        const QString path = QDir(repo.path()).relativeFilePath(file);
+        if (!path.startsWith(u".git/"))
+            onDisk[path] = qint32(readFile(file).count('\n'));
+    }
+    onDisk[u"pic.bin"_s] = 0;
+    EXPECT_EQ(state(cursor), onDisk);
+    EXPECT_EQ(lines(*index, cursor, u"a.txt"_s), 0);
+    EXPECT_EQ(index->maxLines[size_t(index->paths.indexOf(u"a.txt"_s))], 12);
+
+    // Every position reached backwards shows what it shows reached forwards.
+    for (qint64 at = 4; at >= -1; --at) {
+        HistoryCursor forwards(index);
+        forwards.move(at);
+        cursor.move(at);
+        EXPECT_EQ(state(cursor), state(forwards)) << at;
+        EXPECT_EQ(cursor.touches(), forwards.touches()) << at;
+    }
+    EXPECT_TRUE(cursor.isAtStart());
+    cursor.move(-5);
+    EXPECT_EQ(cursor.position(), -1);
+}
+
+TEST(HistoryReader, KeepsTheNewestCommitsAndTheFirstPaths)
+{
+    GitRepo repo;
+    for (int i = 0; i < 3; ++i) {
+        repo.write(u"f%1.txt"_s.arg(i), numbered(i + 1));
+        repo.commitAll(u"c%1"_s.arg(i), 1000 + i);
+    }
+    const auto newest = readOk(repo.path(), 2);
+    EXPECT_TRUE(newest->truncated);
+    ASSERT_EQ(newest->commitCount(), 2);
+    EXPECT_EQ(newest->commits[0].subject, u"c1");
+    EXPECT_EQ(newest->paths, QStringList({ u"f1.txt"_s, u"f2.txt"_s }));
+    const auto few = readOk(repo.path(), 20000, 2);
+    EXPECT_EQ(few->commitCount(), 3);
+    EXPECT_EQ(few->paths.size(), 2);
+    EXPECT_TRUE(few->changes[2].empty());
+    repo.git({ u"checkout"_s, u"-q"_s, u"--detach"_s });
+    EXPECT_EQ(readOk(repo.path())->branch, u"HEAD");
+}
+
+TEST(HistoryReader, SaysWhyItCannotRead)
+{
+    TempFolder plain;
+    GitRepo empty;
+    GitRepo repo;
+    repo.write(u"a"_s, "a\n");
+    repo.commitAll(u"one"_s);
+    auto cancel = std::make_shared<CancelFlag>();
+    cancel->cancel();
+    const std::pair<HistoryReader, QString> rows[] = {
+        { HistoryReader(plain.path(), nullptr),
+            QFileInfo(plain.path()).fileName() + u" is not a git repository." },
+        { HistoryReader(empty.path(), nullptr), u"This repository has no commits yet."_s },
+        { HistoryReader(repo.path(), cancel), u"Indexing cancelled."_s },
+    };
+    for (const auto& [reader, message] : rows) {
+        const auto outcome = reader.read();
+        ASSERT_TRUE(std::holds_alternative<HistoryError>(outcome)) << message.toStdString();
+        EXPECT_EQ(std::get<HistoryError>(outcome).description(), message);
+    }
+}
+
+TEST(HistoryCache, GivesBackWhatItKeptAndMissesWhatItCannotRead)
+{
+    TempFolder folder;
+    GitRepo repo;
+    repo.write(u"a.txt"_s, numbered(3));
+    repo.commitAll(u"one"_s);
+    repo.git({ u"mv"_s, u"a.txt"_s, u"b.txt"_s });
+    repo.commitAll(u"two"_s);
+    HistoryCache cache(folder.path(u"cache"_s));
+    bool hit = true;
+    const auto read = readOk(repo.path(), 20000, 80000, &cache, &hit);
+    EXPECT_FALSE(hit);
+    const auto again = readOk(repo.path(), 20000, 80000, &cache, &hit);
+    EXPECT_TRUE(hit);
+    EXPECT_EQ(again->paths, read->paths);
+    EXPECT_EQ(again->changes, read->changes);
+    EXPECT_EQ(again->maxLines, read->maxLines);
+    EXPECT_EQ(again->commits.back().hash, read->commits.back().hash);
+    EXPECT_EQ(again->branch, read->branch);
+
+    const QString head = QString::fromUtf8(repo.git({ u"rev-parse"_s, u"HEAD"_s }).trimmed());
+    const QString file = cache.fileFor(read->root, head);
+    const QByteArray bytes = readFile(file);
+    const QByteArrayList brokenFiles { bytes.left(bytes.size() / 2), bytes + "x", "KVHX" + bytes.mid(4),
+        QByteArray(bytes).replace(4, 4, QByteArray("\0\0\0\x09", 4)) };
+    for (const QByteArray& broken : brokenFiles) {
+        QFile out(file);
+        ASSERT_TRUE(out.open(QIODevice::WriteOnly));
+        out.write(broken);
+        out.close();
+        EXPECT_EQ(cache.load(read->root, head), nullptr);
+    }
+}
+
+TEST(HistoryReader, RunsNoProgramTheRepositoryNames)
+{
+    TempFolder outside;
+    const QString marker = outside.path(u"marker"_s);
+    GitRepo repo;
+    repo.write(u".gitattributes"_s, "*.txt diff=x\n");
+    repo.write(u"a.txt"_s, "one\n");
+    repo.commitAll(u"one"_s);
+    repo.write(u"a.txt"_s, "two\n");
+    repo.commitAll(u"two"_s);
+    repo.git({ u"config"_s, u"diff.x.textconv"_s, u"sh -c 'touch \"" + marker + u"\"; cat \"$0\"'" });
+    repo.git({ u"config"_s, u"log.showSignature"_s, u"true"_s });
+    repo.git({ u"config"_s, u"gpg.program"_s, u"touch '" + marker + u"'" });
+    EXPECT_EQ(readOk(repo.path())->commitCount(), 2);
+    EXPECT_FALSE(QFile::exists(marker));
+    repo.git({ u"log"_s, u"-p"_s, u"-1"_s });
+    EXPECT_TRUE(QFile::exists(marker)) << "plain git log does run them";
+}
