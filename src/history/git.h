@@ -34,6 +34,14 @@ public:
 
     static QString executable();
 
+    // The same folder, sharing the configuration already read, with another stop predicate.
+    Git withStop(std::function<bool()> stopRequested) const
+    {
+        Git copy = *this;
+        copy.m_stopRequested = std::move(stopRequested);
+        return copy;
+    }
+
     std::optional<QByteArray> run(const QStringList& arguments) const;
     std::optional<QString> string(const QStringList& arguments) const;
 

@@ -8,6 +8,7 @@
 #include <QFileInfo>
 
 #include <charconv>
+#include <future>
 
 namespace {
 
@@ -170,21 +171,17 @@ std::variant<std::shared_ptr<const HistoryIndex>, HistoryError> HistoryReader::r
         return HistoryError { Kind::failed, QStringLiteral("git is not installed.") };
     const auto stopped = [cancel = m_cancel] { return cancel && cancel->isCancelled(); };
     const Git git(m_root); // the probes are short; a stop is looked for while the log streams
-    const Git log(m_root, stopped);
+    const Git log = git.withStop(stopped);
     if (!QFileInfo(m_root).isDir() || !git.isInsideWorkTree())
         return HistoryError { Kind::notARepository, m_root };
     const QString branch
         = git.string({ QStringLiteral("rev-parse"), QStringLiteral("--abbrev-ref"), QStringLiteral("HEAD") })
               .value_or(QStringLiteral("HEAD"));
-    const qint64 count = git.string({ QStringLiteral("rev-list"), QStringLiteral("--count"),
-                                        QStringLiteral("--first-parent"), QStringLiteral("HEAD") })
-                             .value_or(QString())
-                             .toLongLong();
-    if (count <= 0)
-        return HistoryError { Kind::empty, m_root };
     const QString head
         = git.string({ QStringLiteral("rev-parse"), QStringLiteral("HEAD") }).value_or(QString());
-    if (cache && !head.isEmpty()) {
+    if (head.isEmpty())
+        return HistoryError { Kind::empty, m_root };
+    if (cache) {
         if (auto cached = cache->load(m_root, head)) {
             if (cacheHit)
                 *cacheHit = true;
@@ -194,14 +191,21 @@ std::variant<std::shared_ptr<const HistoryIndex>, HistoryError> HistoryReader::r
     if (progress)
         progress({ QStringLiteral("Reading history"), 0 });
 
-    QStringList arguments { QStringLiteral("log"), QStringLiteral("--first-parent"),
+    // The log always carries the limit, which changes nothing on a shorter history, so that
+    // counting the commits (a walk of its own) runs beside it instead of before it.
+    std::future<qint64> count = std::async(std::launch::async, [git] {
+        return git
+            .string({ QStringLiteral("rev-list"), QStringLiteral("--count"), QStringLiteral("--first-parent"),
+                QStringLiteral("HEAD") })
+            .value_or(QString())
+            .toLongLong();
+    });
+    const QStringList arguments { QStringLiteral("log"), QStringLiteral("--first-parent"),
         QStringLiteral("--reverse"), QStringLiteral("-M"), QStringLiteral("--raw"),
         QStringLiteral("--numstat"), QStringLiteral("--no-color"), QStringLiteral("--no-abbrev"),
         QStringLiteral("--no-textconv"), QStringLiteral("--no-ext-diff"),
-        QStringLiteral("--format=%x01%H%x1f%ct%x1f%an%x1f%s") };
-    const bool truncated = count > m_maxCommits;
-    if (truncated)
-        arguments << QStringLiteral("-n") << QString::number(m_maxCommits);
+        QStringLiteral("--format=%x01%H%x1f%ct%x1f%an%x1f%s"), QStringLiteral("-n"),
+        QString::number(m_maxCommits) };
     HistoryBuilder builder(m_maxPaths);
     QByteArray carry;
     QElapsedTimer sinceReport;
@@ -226,6 +230,7 @@ std::variant<std::shared_ptr<const HistoryIndex>, HistoryError> HistoryReader::r
             }
         },
         &errors);
+    const bool truncated = count.get() > m_maxCommits;
     if (stopped())
         return HistoryError { Kind::cancelled, m_root };
     builder.feed(carry);
@@ -235,7 +240,7 @@ std::variant<std::shared_ptr<const HistoryIndex>, HistoryError> HistoryReader::r
     index->root = m_root;
     index->branch = branch;
     index->truncated = truncated;
-    if (cache && !head.isEmpty())
+    if (cache)
         cache->store(*index, head);
     return std::shared_ptr<const HistoryIndex>(std::move(index));
 }
