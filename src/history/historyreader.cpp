@@ -235,8 +235,10 @@ std::variant<std::shared_ptr<const HistoryIndex>, HistoryError> HistoryReader::r
         return HistoryError { Kind::cancelled, m_root };
     builder.feed(carry);
     auto index = std::make_shared<HistoryIndex>(builder.take());
-    if (index->commits.empty())
-        return HistoryError { Kind::failed, QString::fromUtf8(errors).trimmed() };
+    if (index->commits.empty()) {
+        const QString message = QString::fromUtf8(errors).trimmed();
+        return HistoryError { Kind::failed, message.isEmpty() ? QStringLiteral("git gave no history.") : message };
+    }
     index->root = m_root;
     index->branch = branch;
     index->truncated = truncated;
