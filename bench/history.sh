@@ -4,12 +4,7 @@
 # and `korvane history` answering from a warm cache; with peak memory. Without a repository it makes
 # one of 25,000 commits with bench/make-repo.sh.
 set -euo pipefail
-here="$(cd "$(dirname "$0")/.." && pwd)"
-for tool in hyperfine jq; do command -v "$tool" >/dev/null || DEBIAN_FRONTEND=noninteractive apt-get install -y -qq "$tool" >&2; done
-"$here/scripts/build.sh" release korvane >&2
-korvane="$here/build/release/src/app/korvane"
-work=$(mktemp -d)
-trap 'rm -rf "$work"' EXIT
+source "$(dirname "$0")/common.sh"
 repo=${1:-}
 if [ -z "$repo" ]; then
     repo="$work/repo"

@@ -4,20 +4,8 @@
 # On each repository given: every git command the scan runs, alone (git is the floor there).
 # Prints a Markdown table for BENCHMARKS.md with mean times, ratios and peak memory.
 set -euo pipefail
-here="$(cd "$(dirname "$0")/.." && pwd)"
+source "$(dirname "$0")/common.sh" cloc
 runs=${RUNS:-5}
-
-need=()
-for tool in hyperfine cloc jq; do command -v "$tool" >/dev/null || need+=("$tool"); done
-[ -x /usr/bin/time ] || need+=(time)
-if [ ${#need[@]} -gt 0 ]; then
-    DEBIAN_FRONTEND=noninteractive apt-get install -y -qq "${need[@]}" >&2
-fi
-"$here/scripts/build.sh" release korvane >&2
-korvane="$here/build/release/src/app/korvane"
-
-work=$(mktemp -d)
-trap 'rm -rf "$work"' EXIT
 
 # bench NAME COMMAND (NAME without spaces): mean seconds over the runs (after a warm-up), and peak resident memory in MiB.
 bench() {

@@ -3,12 +3,7 @@
 # `korvane sexpr FILE --summary` on a Release build: the whole command, start to exit, against the
 # cost of reading the file once (cat), with peak memory against the file's size.
 set -euo pipefail
-here="$(cd "$(dirname "$0")/.." && pwd)"
-for tool in hyperfine jq; do command -v "$tool" >/dev/null || DEBIAN_FRONTEND=noninteractive apt-get install -y -qq "$tool" >&2; done
-"$here/scripts/build.sh" release korvane >&2
-korvane="$here/build/release/src/app/korvane"
-work=$(mktemp -d)
-trap 'rm -rf "$work"' EXIT
+source "$(dirname "$0")/common.sh"
 board="$work/board.kicad_pcb"
 "$here/bench/make-board.sh" "$board" "${1:-10}"
 bytes=$(stat -c %s "$board")
