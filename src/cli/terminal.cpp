@@ -57,7 +57,9 @@ void Progress::update(const QString& phase, qint64 done, qint64 total)
     std::lock_guard lock(m_lock);
     constexpr int width = 30;
     QString line = u'\r' + phase.leftJustified(22);
-    if (total > 0) {
+    if (total <= 0 && done > 0) {
+        line += grouped(done); // no end known: a count
+    } else if (total > 0) {
         const int filled = int(width * std::min(done, total) / total);
         line += u'[' + QString(filled, u'#') + QString(width - filled, u'-') + QStringLiteral("] ")
             + grouped(done) + u'/' + grouped(total);
