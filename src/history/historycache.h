@@ -10,7 +10,7 @@
 // files go once the folder passes its size limit.
 class HistoryCache {
 public:
-    static constexpr qint64 defaultLimit = 256 * 1024 * 1024;
+    static constexpr qint64 defaultLimit = qint64(256) * 1024 * 1024;
 
     // The folder defaults to Korvane's own cache folder, "history" inside it.
     explicit HistoryCache(QString folder = {}, qint64 limit = defaultLimit);

@@ -153,7 +153,7 @@ HistoryIndex HistoryBuilder::take()
     return std::move(m_index);
 }
 
-HistoryReader::HistoryReader(QString root, CancelFlagPtr cancel, qint64 maxCommits, qint32 maxPaths)
+HistoryReader::HistoryReader(const QString& root, CancelFlagPtr cancel, qint64 maxCommits, qint32 maxPaths)
     : m_root(QDir::cleanPath(QFileInfo(root).absoluteFilePath()))
     , m_cancel(std::move(cancel))
     , m_maxCommits(maxCommits)
@@ -237,7 +237,8 @@ std::variant<std::shared_ptr<const HistoryIndex>, HistoryError> HistoryReader::r
     auto index = std::make_shared<HistoryIndex>(builder.take());
     if (index->commits.empty()) {
         const QString message = QString::fromUtf8(errors).trimmed();
-        return HistoryError { Kind::failed, message.isEmpty() ? QStringLiteral("git gave no history.") : message };
+        return HistoryError { Kind::failed,
+            message.isEmpty() ? QStringLiteral("git gave no history.") : message };
     }
     index->root = m_root;
     index->branch = branch;

@@ -53,7 +53,8 @@ class HistoryReader {
 public:
     using ProgressCallback = std::function<void(const HistoryProgress&)>;
 
-    HistoryReader(QString root, CancelFlagPtr cancel, qint64 maxCommits = 20000, qint32 maxPaths = 80000);
+    HistoryReader(
+        const QString& root, CancelFlagPtr cancel, qint64 maxCommits = 20000, qint32 maxPaths = 80000);
 
     // cache, when given, answers for a head it has seen and keeps what is read.
     std::variant<std::shared_ptr<const HistoryIndex>, HistoryError> read(

@@ -62,7 +62,7 @@ QString ScanError::description() const
     return {};
 }
 
-Scanner::Scanner(QString rootPath, CancelFlagPtr cancel, int maxFiles)
+Scanner::Scanner(const QString& rootPath, CancelFlagPtr cancel, int maxFiles)
     : m_rootPath(QDir::cleanPath(QFileInfo(rootPath).absoluteFilePath()))
     , m_cancel(std::move(cancel))
     , m_maxFiles(maxFiles)
@@ -134,7 +134,7 @@ LineCount Scanner::countLines(const QByteArray& path, qint64 size)
     const int fd = open(path.constData(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW);
     if (fd < 0)
         return {};
-    constexpr qint64 chunk = 64 * 1024;
+    constexpr qint64 chunk = qint64(64) * 1024;
     thread_local std::unique_ptr<char[]> buffer(new char[chunk]);
     qint64 read = 0;
     qint64 lines = 0;

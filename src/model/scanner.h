@@ -48,10 +48,10 @@ public:
 
     static constexpr int defaultMaxFiles = 80000;
     static constexpr int historyCommits = 5000;
-    static constexpr qint64 readCap = 24 * 1024 * 1024;
+    static constexpr qint64 readCap = qint64(24) * 1024 * 1024;
     static constexpr qint64 binaryProbeBytes = 8000;
 
-    Scanner(QString rootPath, CancelFlagPtr cancel, int maxFiles = defaultMaxFiles);
+    Scanner(const QString& rootPath, CancelFlagPtr cancel, int maxFiles = defaultMaxFiles);
 
     // progress may be called from any thread.
     std::variant<ScanResult, ScanError> scan(const ProgressCallback& progress = {}) const;
