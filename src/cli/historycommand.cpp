@@ -33,18 +33,15 @@ QString describe(const Commit& commit)
 
 QString summary(const HistoryIndex& index, bool cacheHit)
 {
-    const auto row = [](const QString& label, const QString& value) -> QString {
-        return label.leftJustified(12) + value + u'\n';
-    };
-    QString text = row(QStringLiteral("Branch"), index.branch)
-        + row(QStringLiteral("Commits"),
+    QString text = Terminal::row(QStringLiteral("Branch"), index.branch)
+        + Terminal::row(QStringLiteral("Commits"),
             Terminal::grouped(index.commitCount())
                 + (index.truncated ? QStringLiteral(", the newest only: older ones were left out")
                                    : QString()))
-        + row(QStringLiteral("Paths"), Terminal::grouped(index.paths.size()))
-        + row(QStringLiteral("First"), describe(index.commits.front()))
-        + row(QStringLiteral("Last"), describe(index.commits.back()))
-        + row(QStringLiteral("Cache"), cacheHit ? QStringLiteral("hit") : QStringLiteral("miss"));
+        + Terminal::row(QStringLiteral("Paths"), Terminal::grouped(index.paths.size()))
+        + Terminal::row(QStringLiteral("First"), describe(index.commits.front()))
+        + Terminal::row(QStringLiteral("Last"), describe(index.commits.back()))
+        + Terminal::row(QStringLiteral("Cache"), cacheHit ? QStringLiteral("hit") : QStringLiteral("miss"));
     const std::vector<qint32> touches = index.totalTouches();
     std::vector<qint32> order(touches.size());
     std::iota(order.begin(), order.end(), 0);
@@ -133,7 +130,7 @@ int history(const Arguments& arguments)
     if (at.isEmpty()) {
         if (asJson) {
             const QByteArray out = json(*index);
-            std::fwrite(out.constData(), 1, size_t(out.size()), stdout);
+            Terminal::out(out);
         } else {
             Terminal::out(summary(*index, cacheHit));
         }
@@ -161,7 +158,7 @@ int history(const Arguments& arguments)
     }
     if (asJson) {
         writer.endArray();
-        std::fwrite(writer.bytes().constData(), 1, size_t(writer.bytes().size()), stdout);
+        Terminal::out(writer.bytes());
     } else {
         Terminal::out(text);
     }

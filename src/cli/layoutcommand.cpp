@@ -89,25 +89,22 @@ QString summary(const FileNode& root, const QString& mode, const LayoutResult& r
     qint64 counts[3] = {};
     for (const Placement& p : result.placements)
         ++counts[int(p.kind)];
-    const auto row = [](const QString& label, const QString& value) -> QString {
-        return label.leftJustified(12) + value + u'\n';
-    };
     QString text = root.name + QStringLiteral(" as a ") + mode + QStringLiteral(", height by ")
         + heightModeName(result.metric.mode) + u'\n'
-        + row(QStringLiteral("Placements"),
+        + Terminal::row(QStringLiteral("Placements"),
             Terminal::grouped(qint64(result.placements.size())) + QStringLiteral(": ")
                 + Terminal::grouped(counts[int(PlacementKind::building)]) + QStringLiteral(" buildings, ")
                 + Terminal::grouped(counts[int(PlacementKind::paving)]) + QStringLiteral(" pavings, ")
                 + Terminal::grouped(counts[int(PlacementKind::junction)]) + QStringLiteral(" junctions"))
-        + row(QStringLiteral("Edges"), Terminal::grouped(qint64(result.edges.size())))
-        + row(QStringLiteral("Aggregated"),
+        + Terminal::row(QStringLiteral("Edges"), Terminal::grouped(qint64(result.edges.size())))
+        + Terminal::row(QStringLiteral("Aggregated"),
             Terminal::grouped(result.aggregated) + QStringLiteral(" folders drawn whole"))
-        + row(QStringLiteral("Bounds"),
+        + Terminal::row(QStringLiteral("Bounds"),
             point(result.minBound) + QStringLiteral(" to ") + point(result.maxBound))
-        + row(QStringLiteral("Max depth"), QString::number(result.maxDepth))
-        + row(QStringLiteral("Peak"), QString::number(result.peak, 'f', 2));
+        + Terminal::row(QStringLiteral("Max depth"), QString::number(result.maxDepth))
+        + Terminal::row(QStringLiteral("Peak"), QString::number(result.peak, 'f', 2));
     if (result.ground.w > 0) {
-        text += row(QStringLiteral("Ground"),
+        text += Terminal::row(QStringLiteral("Ground"),
             QStringLiteral("%1 × %2 from (%3, %4)")
                 .arg(result.ground.w, 0, 'f', 2)
                 .arg(result.ground.h, 0, 'f', 2)
@@ -115,7 +112,7 @@ QString summary(const FileNode& root, const QString& mode, const LayoutResult& r
                 .arg(result.ground.y, 0, 'f', 2));
     }
     if (result.tallest) {
-        text += row(QStringLiteral("Tallest"),
+        text += Terminal::row(QStringLiteral("Tallest"),
             (result.tallest->file->relativePath.isEmpty() ? QStringLiteral("(root)")
                                                           : result.tallest->file->relativePath)
                 + QStringLiteral(", ") + QString::number(result.tallest->size.y, 'f', 2)
@@ -154,7 +151,7 @@ int layout(const Arguments& arguments)
         = mode == u"tree" ? TreeLayout::build(root, *height, scale) : CityLayout::build(root, *height, scale);
     if (arguments.flags.contains(QStringLiteral("--json"))) {
         const QByteArray out = json(result);
-        std::fwrite(out.constData(), 1, size_t(out.size()), stdout);
+        Terminal::out(out);
     } else {
         Terminal::out(summary(root, mode, result));
     }

@@ -50,10 +50,9 @@ qint64 folderCount(const FileNode& node)
 
 QString summary(const ScanResult& result)
 {
+    const auto row
+        = [](const QString& label, const QString& value) { return Terminal::row(label, value, 11); };
     const FileNode& root = *result.root;
-    const auto row = [](const QString& label, const QString& value) -> QString {
-        return label.leftJustified(11) + value + u'\n';
-    };
     QString text = root.name + u'\n' + row(QStringLiteral("Path"), root.url);
     if (result.branch)
         text += row(QStringLiteral("Branch"), *result.branch);
@@ -121,7 +120,7 @@ int scan(const Arguments& arguments)
     json.value("truncated", result.truncated);
     json.value("peakCommits", result.peakCommits);
     json.endObject();
-    std::fwrite(json.bytes().constData(), 1, size_t(json.bytes().size()), stdout);
+    Terminal::out(json.bytes());
     return 0;
 }
 

@@ -168,7 +168,7 @@ int sexpr(const Arguments& arguments)
     }
     if (asJson) {
         const QByteArray out = json(*root);
-        std::fwrite(out.constData(), 1, size_t(out.size()), stdout);
+        Terminal::out(out);
     } else {
         Terminal::out(asSummary ? summary(*root) : tree(*root));
     }

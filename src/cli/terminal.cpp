@@ -28,10 +28,19 @@ QString bytes(qint64 size)
     return QString::number(value, 'f', 1) + u' ' + QString::fromLatin1(units[unit]);
 }
 
+QString row(const QString& label, const QString& value, qsizetype width)
+{
+    return label.leftJustified(width) + value + u'\n';
+}
+
 void out(const QString& text)
 {
-    const QByteArray utf8 = text.toUtf8();
-    std::fwrite(utf8.constData(), 1, size_t(utf8.size()), stdout);
+    out(text.toUtf8());
+}
+
+void out(const QByteArray& bytes)
+{
+    std::fwrite(bytes.constData(), 1, size_t(bytes.size()), stdout);
 }
 
 void err(const QString& text)

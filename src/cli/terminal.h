@@ -11,7 +11,11 @@ namespace Terminal {
 QString grouped(qint64 number); // 1234567 -> "1,234,567"
 QString bytes(qint64 size); // 1536 -> "1.5 KiB"
 
+// "Label      value", one line of a summary, the label padded to the width.
+QString row(const QString& label, const QString& value, qsizetype width = 12);
+
 void out(const QString& text);
+void out(const QByteArray& bytes); // as they are, such as a JSON document
 void err(const QString& text);
 
 class Progress {

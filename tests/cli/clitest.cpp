@@ -209,7 +209,7 @@ TEST(ScanCommand, JsonOfAHostileRepositoryIsRightAndRunsNothingItNames)
     repo.write(u"a.txt"_s, "one\n");
     repo.commitAll(u"one"_s, 1700000000);
     repo.git({ u"config"_s, u"core.fsmonitor"_s, u"touch '" + marker + u"'" });
-    repo.git({ u"config"_s, u"filter.x.clean"_s, u"touch '" + marker + u"'; cat" });
+    repo.git({ u"config"_s, u"filter.x.clean"_s, touching(marker) });
     repo.write(u"a.txt"_s, "one\ntwo\n");
     repo.write(u"new.md"_s, "# new\n");
 

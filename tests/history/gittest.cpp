@@ -34,12 +34,6 @@ Counts counted(const Git::History& history)
     return out;
 }
 
-// A command line that creates the marker file and passes its input through, as a filter must.
-QString touching(const QString& marker)
-{
-    return u"sh -c 'touch \"" + marker + u"\"; cat'";
-}
-
 // --- status ------------------------------------------------------------------------------------
 
 struct StatusRecords {

@@ -261,6 +261,7 @@ TEST(HistoryReader, RunsNoProgramTheRepositoryNames)
     repo.commitAll(u"one"_s);
     repo.write(u"a.txt"_s, "two\n");
     repo.commitAll(u"two"_s);
+    // A textconv program is given the file's path rather than its content on standard input.
     repo.git({ u"config"_s, u"diff.x.textconv"_s, u"sh -c 'touch \"" + marker + u"\"; cat \"$0\"'" });
     repo.git({ u"config"_s, u"log.showSignature"_s, u"true"_s });
     repo.git({ u"config"_s, u"gpg.program"_s, u"touch '" + marker + u"'" });

@@ -114,3 +114,8 @@ std::unique_ptr<FileNode> makeTree(const QString& text)
     root->finalize(0);
     return root;
 }
+
+QString touching(const QString& marker)
+{
+    return u"sh -c 'touch \"" + marker + u"\"; cat'";
+}

@@ -37,6 +37,10 @@ public:
 
 QByteArray readFile(const QString& path);
 
+// A command line that creates the marker file and passes its input through, as a filter must: the
+// program a hostile repository's configuration names.
+QString touching(const QString& marker);
+
 class FileNode;
 
 // Hand-built trees, as the scan builds them: adds a file (or folder) at a path under the root,
