@@ -61,10 +61,19 @@ template <> std::optional<VisualizationMode> modeFromName(const QString& name)
 {
     return findByName(visualizationModes, name);
 }
-template <> std::optional<ColorMode> modeFromName(const QString& name) { return findByName(colorModes, name); }
-template <> std::optional<RailMode> modeFromName(const QString& name) { return findByName(railModes, name); }
+template <> std::optional<ColorMode> modeFromName(const QString& name)
+{
+    return findByName(colorModes, name);
+}
+template <> std::optional<RailMode> modeFromName(const QString& name)
+{
+    return findByName(railModes, name);
+}
 template <> std::optional<StructureTab> modeFromName(const QString& name)
 {
     return findByName(structureTabs, name);
 }
-template <> std::optional<HeightMode> modeFromName(const QString& name) { return heightModeFromName(name); }
+template <> std::optional<HeightMode> modeFromName(const QString& name)
+{
+    return heightModeFromName(name);
+}

@@ -16,7 +16,8 @@ enum class StructureTab { outline, treemap, flow, links };
 
 inline constexpr std::array visualizationModes { VisualizationMode::city, VisualizationMode::tree,
     VisualizationMode::history, VisualizationMode::graph };
-inline constexpr std::array colorModes { ColorMode::language, ColorMode::age, ColorMode::churn, ColorMode::status };
+inline constexpr std::array colorModes { ColorMode::language, ColorMode::age, ColorMode::churn,
+    ColorMode::status };
 inline constexpr std::array railModes { RailMode::compact, RailMode::expanded, RailMode::hidden };
 inline constexpr std::array structureTabs { StructureTab::outline, StructureTab::treemap, StructureTab::flow,
     StructureTab::links };
@@ -27,7 +28,10 @@ QString modeName(VisualizationMode mode);
 QString modeName(ColorMode mode);
 QString modeName(RailMode mode);
 QString modeName(StructureTab tab);
-inline QString modeName(HeightMode mode) { return heightModeName(mode); }
+inline QString modeName(HeightMode mode)
+{
+    return heightModeName(mode);
+}
 
 // The mode with the given case name, if there is one.
 template <typename Mode> std::optional<Mode> modeFromName(const QString& name);
@@ -44,7 +48,10 @@ inline bool isTreemap(VisualizationMode mode)
 }
 
 // Colourings that read what only git knows.
-inline bool needsGit(ColorMode mode) { return mode == ColorMode::churn || mode == ColorMode::status; }
+inline bool needsGit(ColorMode mode)
+{
+    return mode == ColorMode::churn || mode == ColorMode::status;
+}
 
 // The case after (step 1) or before (step -1) the given one, wrapping around.
 template <typename Mode, std::size_t N> Mode cycled(const std::array<Mode, N>& all, Mode mode, int step)

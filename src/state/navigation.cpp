@@ -1,0 +1,239 @@
+// Selection and the ways the keyboard walks the tree: by screen direction, into and out of folders,
+// and along siblings.
+
+#include "appstate.h"
+
+#include <cmath>
+
+namespace {
+
+QPointF unit(MoveDirection direction)
+{
+    switch (direction) {
+    case MoveDirection::left: return { -1, 0 };
+    case MoveDirection::right: return { 1, 0 };
+    case MoveDirection::up: return { 0, -1 };
+    case MoveDirection::down: return { 0, 1 };
+    }
+    return {};
+}
+
+bool isUnder(const FileNode* node, const FileNode* folder)
+{
+    for (; node; node = node->parent) {
+        if (node == folder)
+            return true;
+    }
+    return false;
+}
+
+} // namespace
+
+std::optional<std::size_t> AppState::nearest(
+    QPointF from, MoveDirection direction, const std::vector<QPointF>& candidates)
+{
+    const QPointF d = unit(direction);
+    std::optional<std::size_t> best;
+    double bestScore = 0;
+    for (std::size_t i = 0; i < candidates.size(); ++i) {
+        const QPointF p = candidates[i] - from;
+        const double along = d.x() * p.x() + d.y() * p.y();
+        const double across = std::abs(d.y() * p.x() - d.x() * p.y());
+        if (along <= 1 || across >= 2 * along)
+            continue;
+        const double score = along + 2.5 * across;
+        if (!best || score < bestScore) {
+            best = i;
+            bestScore = score;
+        }
+    }
+    return best;
+}
+
+void AppState::setViewRoot(const FileNode* node)
+{
+    if (node == m_viewRoot)
+        return;
+    m_viewRoot = node;
+    if (m_selection && !isUnder(m_selection, node))
+        assign(m_selection, static_cast<const FileNode*>(nullptr), &AppState::selectionChanged);
+    emit viewRootChanged();
+}
+
+void AppState::select(const FileNode* node, bool follow, bool frame)
+{
+    assign(m_selection, node, &AppState::selectionChanged);
+    if (node && m_scene && (follow || frame))
+        m_scene->focus(*node, follow, frame);
+}
+
+bool AppState::move(MoveDirection direction)
+{
+    if (!m_scene || !m_root)
+        return false;
+    const std::optional<QPointF> origin = m_selection ? m_scene->screenPoint(*m_selection) : std::nullopt;
+    if (!origin)
+        return selectNearestCentre();
+
+    std::vector<const FileNode*> nodes;
+    std::vector<QPointF> points;
+    const auto pick = [&] {
+        const std::optional<std::size_t> found = nearest(*origin, direction, points);
+        if (found)
+            select(nodes[*found], true, false);
+        return found.has_value();
+    };
+    if (const FileNode* parent = m_selection->parent) {
+        for (const auto& sibling : parent->children) {
+            if (sibling.get() == m_selection)
+                continue;
+            if (const std::optional<QPointF> point = m_scene->screenPoint(*sibling)) {
+                nodes.push_back(sibling.get());
+                points.push_back(*point);
+            }
+        }
+        if (pick())
+            return true;
+    }
+    nodes.clear();
+    points.clear();
+    for (const VisibleEntity& entity : m_scene->visibleEntities()) {
+        if (entity.file && entity.file != m_selection
+            && entity.file->isDirectory == m_selection->isDirectory) {
+            nodes.push_back(entity.file);
+            points.push_back(entity.point);
+        }
+    }
+    if (pick())
+        return true;
+    m_scene->beep();
+    return false;
+}
+
+bool AppState::selectNearestCentre()
+{
+    if (!m_scene)
+        return false;
+    const QSizeF size = m_scene->viewSize();
+    const QPointF centre(size.width() / 2, size.height() / 2);
+    const FileNode* best = nullptr;
+    double bestDistance = 0;
+    for (const VisibleEntity& entity : m_scene->visibleEntities()) {
+        if (entity.kind != PlacementKind::building || !entity.file)
+            continue;
+        const double distance = std::hypot(entity.point.x() - centre.x(), entity.point.y() - centre.y());
+        if (!best || distance < bestDistance) {
+            best = entity.file;
+            bestDistance = distance;
+        }
+    }
+    if (best)
+        select(best, true, false);
+    return best != nullptr;
+}
+
+bool AppState::enter()
+{
+    if (!m_root)
+        return false;
+    if (!m_selection)
+        return selectNearestCentre();
+    if (m_selection->isDirectory) {
+        // Files before folders, so that repeated presses end on a file; the first wins a tie.
+        const FileNode* largest = nullptr;
+        for (const bool wantFiles : { true, false }) {
+            for (const auto& child : m_selection->children) {
+                const bool drawn = !m_scene || m_scene->screenPoint(*child);
+                if (child->isDirectory != wantFiles && drawn && (!largest || child->lines > largest->lines))
+                    largest = child.get();
+            }
+            if (largest)
+                break;
+        }
+        if (!largest)
+            return false;
+        select(largest, true, false);
+        return true;
+    }
+    select(m_selection, false, true);
+    return true;
+}
+
+bool AppState::escape()
+{
+    if (m_showKeys) {
+        setShowKeys(false);
+        return true;
+    }
+    if (m_errorMessage) {
+        setErrorMessage(std::nullopt);
+        return true;
+    }
+    if (m_showPicker || m_showRemote) {
+        setShowPicker(false);
+        setShowRemote(false);
+        return true;
+    }
+    if (m_selection && m_selection != m_viewRoot) {
+        select(nullptr);
+        return true;
+    }
+    return ascend();
+}
+
+bool AppState::ascend()
+{
+    if (!m_root || !m_viewRoot)
+        return false;
+    const FileNode* from = m_selection ? m_selection : m_viewRoot;
+    if (from != m_viewRoot && from->parent) {
+        select(from->parent, true, false);
+        return true;
+    }
+    if (const FileNode* above = m_viewRoot->parent) {
+        const FileNode* previous = m_viewRoot;
+        setViewRoot(above);
+        select(previous, true, false);
+        return true;
+    }
+    return false;
+}
+
+bool AppState::dive(const FileNode* node)
+{
+    if (!node)
+        node = m_selection;
+    if (!node)
+        return false;
+    const FileNode* folder = node->isDirectory ? node : node->parent;
+    if (!folder || folder == m_viewRoot)
+        return false;
+    setViewRoot(folder);
+    select(node, true, false);
+    return true;
+}
+
+bool AppState::cycleSibling(int step)
+{
+    const FileNode* parent = m_selection ? m_selection->parent : m_viewRoot;
+    if (!parent || !m_root)
+        return false;
+    std::vector<const FileNode*> drawn;
+    for (const auto& child : parent->children) {
+        if (!m_scene || m_scene->screenPoint(*child))
+            drawn.push_back(child.get());
+    }
+    if (drawn.empty())
+        return false;
+    const auto at = std::find(drawn.begin(), drawn.end(), m_selection);
+    if (at == drawn.end()) {
+        select(step < 0 ? drawn.back() : drawn.front(), true, false);
+        return true;
+    }
+    if (drawn.size() == 1)
+        return false;
+    const int count = int(drawn.size());
+    const int index = int(at - drawn.begin());
+    select(drawn[std::size_t(((index + step) % count + count) % count)], true, false);
+    return true;
+}

@@ -1,0 +1,470 @@
+#include "appstate.h"
+#include "keyrouter.h"
+#include "testsupport.h"
+
+#include <gtest/gtest.h>
+
+#include <QCoreApplication>
+#include <QElapsedTimer>
+#include <QSettings>
+#include <QThread>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+// Processes events until the condition holds or ten seconds pass.
+bool waitFor(const std::function<bool()>& done)
+{
+    QElapsedTimer clock;
+    clock.start();
+    while (!done() && clock.elapsed() < 10000) {
+        QCoreApplication::processEvents(QEventLoop::AllEvents, 20);
+        QThread::msleep(2);
+    }
+    return done();
+}
+
+// Opens a folder and waits until its scan is in the state.
+void openAndWait(AppState& state, const QString& path)
+{
+    state.open(path);
+    ASSERT_TRUE(waitFor([&] { return !state.scanning(); })) << "scan of " << path.toStdString();
+}
+
+const FileNode& node(const AppState& state, const QString& relativePath)
+{
+    const FileNode* found = state.root()->find(relativePath);
+    if (!found)
+        throw std::runtime_error("no node " + relativePath.toStdString());
+    return *found;
+}
+
+// Screen points that a test lays out by hand, in place of a drawn scene.
+class PointScene : public SceneHost {
+public:
+    QHash<const FileNode*, QPointF> points;
+    int beeps = 0;
+    QStringList opened;
+
+    QSizeF viewSize() const override { return { 200, 100 }; }
+    std::optional<QPointF> screenPoint(const FileNode& node) const override
+    {
+        const auto found = points.constFind(&node);
+        return found == points.constEnd() ? std::nullopt : std::optional(*found);
+    }
+    std::vector<VisibleEntity> visibleEntities() const override
+    {
+        std::vector<VisibleEntity> out;
+        for (auto it = points.cbegin(); it != points.cend(); ++it) {
+            out.push_back({ it.key(), it.key()->isDirectory ? PlacementKind::paving : PlacementKind::building,
+                it.value() });
+        }
+        return out;
+    }
+    void focus(const FileNode&, bool, bool) override { }
+    void camera(CameraAction) override { }
+    void beep() override { ++beeps; }
+    void openExternally(const QString& path) override { opened.append(path); }
+};
+
+// A small project: two folders with files of known sizes.
+class Project : public TempFolder {
+public:
+    Project()
+    {
+        write(u"README.md"_s, "# p\n");
+        write(u"src/main.c"_s, QByteArray("x\n").repeated(30));
+        write(u"src/util.c"_s, QByteArray("x\n").repeated(10));
+        write(u"src/lib/deep.c"_s, QByteArray("x\n").repeated(50));
+        write(u"docs/guide.md"_s, QByteArray("x\n").repeated(5));
+    }
+};
+
+class StateTest : public ::testing::Test {
+protected:
+    void SetUp() override { QSettings().clear(); }
+    void TearDown() override { QSettings().clear(); }
+};
+
+// --- recents and opening --------------------------------------------------------------------
+
+TEST_F(StateTest, RecentsKeepOneEntryPerFolderNewestFirstAndAtMostEight)
+{
+    std::vector<std::unique_ptr<TempFolder>> folders(9);
+    for (auto& folder : folders)
+        folder = std::make_unique<TempFolder>();
+    {
+        AppState state;
+        openAndWait(state, folders[0]->path());
+        openAndWait(state, folders[1]->path());
+        openAndWait(state, folders[0]->path() + u"/"_s); // the same folder, spelled differently
+        EXPECT_EQ(state.recents(), (QStringList { folders[0]->path(), folders[1]->path() }));
+        for (std::size_t i = 1; i < folders.size(); ++i)
+            state.remember(folders[i]->path());
+        ASSERT_EQ(state.recents().size(), 8);
+        EXPECT_EQ(state.recents().front(), folders[8]->path());
+        EXPECT_FALSE(state.recents().contains(folders[0]->path())); // the oldest went
+    }
+    AppState reopened;
+    EXPECT_EQ(reopened.recents().size(), 8);
+    EXPECT_EQ(reopened.recents().front(), folders[8]->path());
+}
+
+TEST_F(StateTest, OpeningAPlainFolderColouredByStatusColoursByLanguageAndLeavesHistoryForTheCity)
+{
+    GitRepo repo;
+    repo.write(u"a.c"_s, "int a;\n");
+    repo.commitAll(u"one"_s);
+    Project plain;
+
+    AppState state;
+    openAndWait(state, repo.path());
+    ASSERT_TRUE(state.isGit());
+    state.setColorMode(ColorMode::status);
+    state.setMode(VisualizationMode::history);
+    ASSERT_EQ(state.mode(), VisualizationMode::history);
+
+    openAndWait(state, plain.path());
+    EXPECT_FALSE(state.isGit());
+    EXPECT_EQ(state.colorMode(), ColorMode::language);
+    EXPECT_EQ(state.mode(), VisualizationMode::city);
+    EXPECT_EQ(state.viewRoot(), state.root());
+
+    state.setMode(VisualizationMode::history);
+    EXPECT_EQ(state.mode(), VisualizationMode::city);
+    EXPECT_EQ(state.errorMessage(), u"History needs a git repository."_s);
+}
+
+TEST_F(StateTest, ASecondOpenCancelsTheFirstAndOnlyItsTreeArrives)
+{
+    Project first;
+    for (int i = 0; i < 2000; ++i)
+        first.write(u"many/f%1.txt"_s.arg(i), "x\n");
+    Project second;
+    second.write(u"only-here.txt"_s, "y\n");
+
+    AppState state;
+    int roots = 0;
+    QObject::connect(&state, &AppState::rootChanged, [&] { ++roots; });
+    state.open(first.path());
+    state.open(second.path());
+    ASSERT_TRUE(waitFor([&] { return !state.scanning(); }));
+    // Let any late delivery of the first scan through: it must change nothing.
+    QThread::msleep(200);
+    QCoreApplication::processEvents();
+    EXPECT_EQ(roots, 1);
+    EXPECT_EQ(state.root()->url, second.path());
+    EXPECT_NE(state.root()->find(u"only-here.txt"_s), nullptr);
+}
+
+TEST_F(StateTest, AMissingFolderIsReportedInPlace)
+{
+    AppState state;
+    openAndWait(state, u"/no/such/folder"_s);
+    EXPECT_EQ(state.errorMessage(), u"/no/such/folder is not a folder."_s);
+    EXPECT_EQ(state.root(), nullptr);
+}
+
+TEST_F(StateTest, PendingSelectionIsSelectedWhenTheScanArrives)
+{
+    Project project;
+    AppState state;
+    state.setPendingSelection(u"src/util.c"_s);
+    openAndWait(state, project.path());
+    ASSERT_NE(state.selection(), nullptr);
+    EXPECT_EQ(state.selection()->relativePath, u"src/util.c"_s);
+}
+
+// --- navigation on a real tree --------------------------------------------------------------
+
+TEST_F(StateTest, EnterEscapeAscendAndDiveWalkTheTree)
+{
+    Project project;
+    AppState state;
+    openAndWait(state, project.path());
+    const FileNode& src = node(state, u"src"_s);
+
+    state.select(&src);
+    ASSERT_TRUE(state.enter()); // a folder's largest file, not its larger subfolder
+    EXPECT_EQ(state.selection(), &node(state, u"src/main.c"_s));
+    ASSERT_TRUE(state.enter()); // a file: zoom to it, keep it
+    EXPECT_EQ(state.selection(), &node(state, u"src/main.c"_s));
+
+    ASSERT_TRUE(state.ascend());
+    EXPECT_EQ(state.selection(), &src);
+
+    ASSERT_TRUE(state.dive(&src));
+    EXPECT_EQ(state.viewRoot(), &src);
+    const FileNode& deep = node(state, u"src/lib/deep.c"_s);
+    ASSERT_TRUE(state.dive(&deep)); // a file dives into its folder and stays selected
+    EXPECT_EQ(state.viewRoot(), &node(state, u"src/lib"_s));
+    EXPECT_EQ(state.selection(), &deep);
+
+    ASSERT_TRUE(state.escape()); // the selection goes first
+    EXPECT_EQ(state.selection(), nullptr);
+    ASSERT_TRUE(state.escape()); // then the view root climbs, selecting where it was
+    EXPECT_EQ(state.viewRoot(), &src);
+    EXPECT_EQ(state.selection(), &node(state, u"src/lib"_s));
+    ASSERT_TRUE(state.ascend());
+    ASSERT_TRUE(state.ascend());
+    EXPECT_EQ(state.viewRoot(), state.root());
+    EXPECT_EQ(state.selection(), &src);
+    ASSERT_TRUE(state.ascend());
+    EXPECT_EQ(state.selection(), state.root());
+    EXPECT_FALSE(state.ascend()); // nowhere higher
+}
+
+TEST_F(StateTest, SiblingsCycleBothWaysAndWrap)
+{
+    Project project;
+    AppState state;
+    openAndWait(state, project.path());
+    const FileNode& src = node(state, u"src"_s);
+    state.select(src.children.front().get()); // lib, the folder, comes first
+    QStringList seen;
+    for (int i = 0; i < 3; ++i) {
+        ASSERT_TRUE(state.cycleSibling(1));
+        seen.append(state.selection()->name);
+    }
+    EXPECT_EQ(seen, (QStringList { u"main.c"_s, u"util.c"_s, u"lib"_s }));
+    ASSERT_TRUE(state.cycleSibling(-1));
+    EXPECT_EQ(state.selection()->name, u"util.c"_s);
+}
+
+TEST_F(StateTest, ClearingFiltersAnnouncesOneChange)
+{
+    Project project;
+    AppState state;
+    openAndWait(state, project.path());
+    state.setSearchText(u"main"_s);
+    state.toggleIsolation(u"src"_s);
+    state.setMinChanges(3);
+    ASSERT_TRUE(state.hasFilters());
+    int changes = 0;
+    QObject::connect(&state, &AppState::filtersChanged, [&] { ++changes; });
+    state.clearFilters();
+    EXPECT_FALSE(state.hasFilters());
+    EXPECT_EQ(changes, 1);
+    state.toggleIsolation(u"src"_s);
+    state.toggleIsolation(u"src"_s);
+    EXPECT_FALSE(state.hasFilters());
+}
+
+// --- nearest in a direction -----------------------------------------------------------------
+
+struct NearestCase {
+    const char* name;
+    MoveDirection direction;
+    std::vector<QPointF> candidates;
+    std::optional<std::size_t> expected;
+};
+
+class Nearest : public ::testing::TestWithParam<NearestCase> { };
+
+TEST_P(Nearest, PicksTheLowestScoreInsideTheCone)
+{
+    const NearestCase& c = GetParam();
+    EXPECT_EQ(AppState::nearest({ 0, 0 }, c.direction, c.candidates), c.expected);
+}
+
+INSTANTIATE_TEST_SUITE_P(Cases, Nearest,
+    ::testing::Values(
+        NearestCase { "OnePointAwayIsTooClose", MoveDirection::right, { { 1, 0 } }, std::nullopt },
+        NearestCase { "StraightBeatsSlanted", MoveDirection::right, { { 100, 60 }, { 200, 0 } }, 1 },
+        NearestCase { "OutsideTheConeNeverQualifies", MoveDirection::right, { { 10, 25 } }, std::nullopt },
+        NearestCase { "BehindNeverQualifies", MoveDirection::right, { { -50, 0 } }, std::nullopt },
+        NearestCase { "UpIsTowardSmallerY", MoveDirection::up, { { 0, 40 }, { 0, -40 } }, 1 },
+        NearestCase { "LeftIsTowardSmallerX", MoveDirection::left, { { 30, 0 }, { -30, 5 } }, 1 },
+        NearestCase { "FirstWinsATie", MoveDirection::down, { { 10, 50 }, { -10, 50 } }, 0 }),
+    [](const auto& info) { return std::string(info.param.name); });
+
+TEST_F(StateTest, MovePrefersSiblingsThenAnyNodeOfTheSameKindThenBeeps)
+{
+    Project project;
+    AppState state;
+    openAndWait(state, project.path());
+    PointScene scene;
+    state.setScene(&scene);
+    const FileNode& main = node(state, u"src/main.c"_s);
+    const FileNode& util = node(state, u"src/util.c"_s);
+    const FileNode& guide = node(state, u"docs/guide.md"_s);
+    const FileNode& readme = node(state, u"README.md"_s);
+    scene.points = { { &main, { 100, 50 } }, { &util, { 100, 80 } }, { &guide, { 130, 50 } },
+        { &readme, { 60, 50 } }, { &node(state, u"docs"_s), { 150, 50 } } };
+
+    ASSERT_TRUE(state.move(MoveDirection::right)); // nothing selected: nearest the centre
+    EXPECT_EQ(state.selection(), &main);
+    ASSERT_TRUE(state.move(MoveDirection::down)); // the sibling below
+    EXPECT_EQ(state.selection(), &util);
+    ASSERT_TRUE(state.move(MoveDirection::up));
+    ASSERT_TRUE(state.move(MoveDirection::right)); // no sibling there: the nearest file, not the folder
+    EXPECT_EQ(state.selection(), &guide);
+    EXPECT_FALSE(state.move(MoveDirection::right));
+    EXPECT_EQ(scene.beeps, 1);
+    EXPECT_EQ(state.selection(), &guide);
+}
+
+// --- key routing ----------------------------------------------------------------------------
+
+enum class Setup { welcome, scene, overlay, searchEmpty, searchWithText, outline, history, scanning };
+
+struct RouteCase {
+    const char* name;
+    Setup setup;
+    int key;
+    Qt::KeyboardModifiers modifiers;
+    const char* text;
+    const char* action; // "" when no layer takes the key
+};
+
+class Routing : public StateTest, public ::testing::WithParamInterface<RouteCase> { };
+
+TEST_P(Routing, KeyGoesToItsAction)
+{
+    const RouteCase& c = GetParam();
+    static Project project;
+    static GitRepo repo;
+    AppState state;
+    if (c.setup == Setup::history) {
+        repo.write(u"a.c"_s, "int a;\n");
+        repo.commitAll(u"one"_s);
+        openAndWait(state, repo.path());
+        state.setMode(VisualizationMode::history);
+    } else if (c.setup != Setup::welcome) {
+        openAndWait(state, project.path());
+    }
+    switch (c.setup) {
+    case Setup::overlay: state.setCaptureImage(true); break;
+    case Setup::searchEmpty: state.setSearchFocused(true); break;
+    case Setup::searchWithText:
+        state.setSearchFocused(true);
+        state.setSearchText(u"x"_s);
+        break;
+    case Setup::outline: state.setOutlineKeys(OutlineKeys { [](int) {}, [] {}, [] {} }); break;
+    case Setup::scanning: state.open(project.path()); break;
+    default: break;
+    }
+    KeyRouter router(state);
+    EXPECT_EQ(router.route({ c.key, QString::fromUtf8(c.text), c.modifiers }), QString::fromUtf8(c.action));
+    EXPECT_TRUE(router.knows(QString::fromUtf8(c.action)) || !*c.action);
+}
+
+constexpr auto none = Qt::NoModifier;
+constexpr auto shift = Qt::ShiftModifier;
+constexpr auto option = Qt::AltModifier;
+constexpr auto command = Qt::ControlModifier;
+constexpr auto control = Qt::MetaModifier;
+
+INSTANTIATE_TEST_SUITE_P(Table, Routing,
+    ::testing::Values(RouteCase { "Arrow", Setup::scene, Qt::Key_Left, none, "", "left" },
+        RouteCase { "ShiftArrowTurns", Setup::scene, Qt::Key_Right, shift, "", "turnRight" },
+        RouteCase { "OptionArrowPans", Setup::scene, Qt::Key_Up, option, "", "panUp" },
+        RouteCase { "ShiftWinsOverOption", Setup::scene, Qt::Key_Down, shift | option, "", "tiltDown" },
+        RouteCase { "ShiftTabIsBacktab", Setup::scene, Qt::Key_Backtab, shift, "", "prevSibling" },
+        RouteCase { "OptionTabIsStillNext", Setup::scene, Qt::Key_Tab, option, "\t", "nextSibling" },
+        RouteCase { "DeleteAscends", Setup::scene, Qt::Key_Backspace, none, "", "ascend" },
+        RouteCase { "CommandUpAscends", Setup::scene, Qt::Key_Up, command, "", "ascend" },
+        RouteCase { "CommandDownDives", Setup::scene, Qt::Key_Down, command, "", "dive" },
+        RouteCase { "CommandReturnOpens", Setup::scene, Qt::Key_Return, command, "", "open" },
+        RouteCase { "OtherCommandKeysAreTheMenus", Setup::scene, Qt::Key_C, command, "c", "" },
+        RouteCase { "ControlIsNeverTaken", Setup::scene, Qt::Key_Left, control, "", "" },
+        RouteCase { "KeypadEnter", Setup::scene, Qt::Key_Enter, Qt::KeypadModifier, "", "enter" },
+        RouteCase { "SpacePreviews", Setup::scene, Qt::Key_Space, none, " ", "preview" },
+        RouteCase { "PlusZooms", Setup::scene, Qt::Key_Plus, shift, "+", "zoomIn" },
+        RouteCase { "UnderscoreZoomsOut", Setup::scene, Qt::Key_Underscore, shift, "_", "zoomOut" },
+        RouteCase { "Two", Setup::scene, Qt::Key_2, none, "2", "tree" },
+        RouteCase { "Comma", Setup::scene, Qt::Key_Comma, none, ",", "commitBack" },
+        RouteCase { "ShiftCommaTypesLess", Setup::scene, Qt::Key_Less, shift, "<", "commitBack10" },
+        RouteCase { "ShiftPeriod", Setup::scene, Qt::Key_Greater, shift, ">", "commitOn10" },
+        RouteCase { "Question", Setup::scene, Qt::Key_Question, shift, "?", "keys" },
+        RouteCase { "Brace", Setup::scene, Qt::Key_BraceRight, shift, "}", "wideDrawer" },
+        RouteCase { "Letter", Setup::scene, Qt::Key_C, none, "c", "color" },
+        RouteCase { "ShiftLetter", Setup::scene, Qt::Key_C, shift, "C", "colorBack" },
+        RouteCase { "OptionLetter", Setup::scene, Qt::Key_T, option, "t", "theme" },
+        RouteCase { "UnknownLetter", Setup::scene, Qt::Key_Q, none, "q", "" },
+        RouteCase { "OverlayTakesEscape", Setup::overlay, Qt::Key_Escape, none, "", "dismissCapture" },
+        RouteCase { "OverlaySwallowsNothingElse", Setup::overlay, Qt::Key_1, none, "1", "" },
+        RouteCase { "EmptySearchEscape", Setup::searchEmpty, Qt::Key_Escape, none, "", "searchEscape" },
+        RouteCase { "SearchTab", Setup::searchWithText, Qt::Key_Tab, none, "\t", "searchToggleText" },
+        RouteCase { "SearchDown", Setup::searchWithText, Qt::Key_Down, none, "", "searchNext" },
+        RouteCase { "SearchTyping", Setup::searchWithText, Qt::Key_A, none, "a", "" },
+        RouteCase { "SearchCommandUp", Setup::searchWithText, Qt::Key_Up, command, "", "ascend" },
+        RouteCase { "OutlineArrows", Setup::outline, Qt::Key_Right, none, "", "outlineOpen" },
+        RouteCase { "OutlineLeavesShiftToTheScene", Setup::outline, Qt::Key_Right, shift, "", "turnRight" },
+        RouteCase { "HistorySpacePlays", Setup::history, Qt::Key_Space, none, " ", "play" },
+        RouteCase { "ScanningIgnoresSceneKeys", Setup::scanning, Qt::Key_1, none, "1", "" },
+        RouteCase { "ScanningEscapeCancels", Setup::scanning, Qt::Key_Escape, none, "", "cancelScan" },
+        RouteCase { "WelcomeDown", Setup::welcome, Qt::Key_Down, none, "", "recentDown" },
+        RouteCase { "WelcomeReturnWithNoRecents", Setup::welcome, Qt::Key_Return, none, "", "" },
+        RouteCase { "WelcomeLetter", Setup::welcome, Qt::Key_C, none, "c", "" }),
+    [](const auto& info) { return std::string(info.param.name); });
+
+TEST_F(StateTest, PerformedActionsChangeTheState)
+{
+    Project project;
+    AppState state;
+    openAndWait(state, project.path());
+    KeyRouter router(state);
+
+    EXPECT_TRUE(router.handle({ Qt::Key_2, u"2"_s, none }));
+    EXPECT_EQ(state.mode(), VisualizationMode::tree);
+    EXPECT_TRUE(router.perform(u"rail"_s));
+    EXPECT_TRUE(router.perform(u"rail"_s));
+    EXPECT_EQ(state.railMode(), RailMode::hidden);
+    EXPECT_TRUE(router.perform(u"color"_s)); // no repository: age, then back past churn and status
+    EXPECT_EQ(state.colorMode(), ColorMode::age);
+    EXPECT_TRUE(router.perform(u"color"_s));
+    EXPECT_EQ(state.colorMode(), ColorMode::language);
+    EXPECT_TRUE(router.perform(u"heightBack"_s));
+    EXPECT_EQ(state.heightMode(), HeightMode::flat);
+    EXPECT_FALSE(router.perform(u"clearFilters"_s)); // nothing to clear
+    EXPECT_FALSE(router.perform(u"graph"_s));
+    EXPECT_FALSE(router.perform(u"noSuchAction"_s));
+
+    state.setCaptureImage(true);
+    EXPECT_FALSE(router.handle({ Qt::Key_1, u"1"_s, none }));
+    EXPECT_EQ(state.mode(), VisualizationMode::tree);
+    EXPECT_TRUE(router.handle({ Qt::Key_Escape, {}, none }));
+    EXPECT_FALSE(state.captureImage());
+
+    state.setSearchFocused(true);
+    state.setSearchText(u"ma"_s);
+    EXPECT_TRUE(router.handle({ Qt::Key_Escape, {}, none })); // clears the text first
+    EXPECT_TRUE(state.searchFocused());
+    EXPECT_TRUE(router.handle({ Qt::Key_Escape, {}, none })); // then gives the keys back
+    EXPECT_FALSE(state.searchFocused());
+}
+
+TEST_F(StateTest, WelcomeListMovesWithinItsEntriesAndOpensOne)
+{
+    Project a;
+    Project b;
+    AppState state;
+    state.remember(a.path());
+    state.remember(b.path());
+    KeyRouter router(state);
+    for (int i = 0; i < 3; ++i)
+        router.handle({ Qt::Key_Down, {}, none });
+    EXPECT_EQ(state.recentIndex(), 1);
+    router.handle({ Qt::Key_Up, {}, none });
+    router.handle({ Qt::Key_Up, {}, none });
+    EXPECT_EQ(state.recentIndex(), 0);
+    ASSERT_TRUE(router.handle({ Qt::Key_Return, {}, none }));
+    ASSERT_TRUE(waitFor([&] { return state.root() != nullptr; }));
+    EXPECT_EQ(state.root()->url, b.path());
+}
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    QCoreApplication app(argc, argv);
+    // Recents go to a settings file of the test's own, never the user's.
+    QTemporaryDir settings;
+    QSettings::setPath(QSettings::NativeFormat, QSettings::UserScope, settings.path());
+    QCoreApplication::setOrganizationName(u"Korvane"_s);
+    QCoreApplication::setApplicationName(u"Korvane"_s);
+    ::testing::InitGoogleTest(&argc, argv);
+    return RUN_ALL_TESTS();
+}
