@@ -35,10 +35,10 @@ QString summary(const HistoryIndex& index, bool cacheHit)
 {
     QString text = Terminal::row(QStringLiteral("Branch"), index.branch)
         + Terminal::row(QStringLiteral("Commits"),
-            Terminal::grouped(index.commitCount())
+            Format::grouped(index.commitCount())
                 + (index.truncated ? QStringLiteral(", the newest only: older ones were left out")
                                    : QString()))
-        + Terminal::row(QStringLiteral("Paths"), Terminal::grouped(index.paths.size()))
+        + Terminal::row(QStringLiteral("Paths"), Format::grouped(index.paths.size()))
         + Terminal::row(QStringLiteral("First"), describe(index.commits.front()))
         + Terminal::row(QStringLiteral("Last"), describe(index.commits.back()))
         + Terminal::row(QStringLiteral("Cache"), cacheHit ? QStringLiteral("hit") : QStringLiteral("miss"));
@@ -49,7 +49,7 @@ QString summary(const HistoryIndex& index, bool cacheHit)
         [&](qint32 a, qint32 b) { return touches[size_t(a)] > touches[size_t(b)]; });
     text += QStringLiteral("\nMost touched\n");
     for (size_t i = 0; i < std::min<size_t>(10, order.size()); ++i)
-        text += Terminal::grouped(touches[size_t(order[i])]).rightJustified(8) + QStringLiteral("  ")
+        text += Format::grouped(touches[size_t(order[i])]).rightJustified(8) + QStringLiteral("  ")
             + index.paths[order[i]] + u'\n';
     return text;
 }

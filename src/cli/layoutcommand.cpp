@@ -92,13 +92,13 @@ QString summary(const FileNode& root, const QString& mode, const LayoutResult& r
     QString text = root.name + QStringLiteral(" as a ") + mode + QStringLiteral(", height by ")
         + heightModeName(result.metric.mode) + u'\n'
         + Terminal::row(QStringLiteral("Placements"),
-            Terminal::grouped(qint64(result.placements.size())) + QStringLiteral(": ")
-                + Terminal::grouped(counts[int(PlacementKind::building)]) + QStringLiteral(" buildings, ")
-                + Terminal::grouped(counts[int(PlacementKind::paving)]) + QStringLiteral(" pavings, ")
-                + Terminal::grouped(counts[int(PlacementKind::junction)]) + QStringLiteral(" junctions"))
-        + Terminal::row(QStringLiteral("Edges"), Terminal::grouped(qint64(result.edges.size())))
+            Format::grouped(qint64(result.placements.size())) + QStringLiteral(": ")
+                + Format::grouped(counts[int(PlacementKind::building)]) + QStringLiteral(" buildings, ")
+                + Format::grouped(counts[int(PlacementKind::paving)]) + QStringLiteral(" pavings, ")
+                + Format::grouped(counts[int(PlacementKind::junction)]) + QStringLiteral(" junctions"))
+        + Terminal::row(QStringLiteral("Edges"), Format::grouped(qint64(result.edges.size())))
         + Terminal::row(QStringLiteral("Aggregated"),
-            Terminal::grouped(result.aggregated) + QStringLiteral(" folders drawn whole"))
+            Format::grouped(result.aggregated) + QStringLiteral(" folders drawn whole"))
         + Terminal::row(QStringLiteral("Bounds"),
             point(result.minBound) + QStringLiteral(" to ") + point(result.maxBound))
         + Terminal::row(QStringLiteral("Max depth"), QString::number(result.maxDepth))

@@ -56,15 +56,15 @@ QString summary(const ScanResult& result)
     QString text = root.name + u'\n' + row(QStringLiteral("Path"), root.url);
     if (result.branch)
         text += row(QStringLiteral("Branch"), *result.branch);
-    text += row(QStringLiteral("Files"), Terminal::grouped(root.fileCount))
-        + row(QStringLiteral("Folders"), Terminal::grouped(folderCount(root)))
-        + row(QStringLiteral("Lines"), Terminal::grouped(root.lines))
+    text += row(QStringLiteral("Files"), Format::grouped(root.fileCount))
+        + row(QStringLiteral("Folders"), Format::grouped(folderCount(root)))
+        + row(QStringLiteral("Lines"), Format::grouped(root.lines))
         + row(QStringLiteral("Bytes"),
             root.size < 1024
-                ? Terminal::grouped(root.size)
-                : Terminal::grouped(root.size) + QStringLiteral(" (") + Terminal::bytes(root.size) + u')')
+                ? Format::grouped(root.size)
+                : Format::grouped(root.size) + QStringLiteral(" (") + Format::bytes(root.size) + u')')
         + row(QStringLiteral("Truncated"),
-            result.truncated ? QStringLiteral("yes, the first ") + Terminal::grouped(Scanner::defaultMaxFiles)
+            result.truncated ? QStringLiteral("yes, the first ") + Format::grouped(Scanner::defaultMaxFiles)
                     + QStringLiteral(" files were read")
                              : QStringLiteral("no"));
 
@@ -79,8 +79,8 @@ QString summary(const ScanResult& result)
     for (const LanguageShare& share : shares) {
         const double percent = root.lines > 0 ? 100.0 * double(share.lines) / double(root.lines) : 0.0;
         text += share.language->name.leftJustified(nameWidth)
-            + Terminal::grouped(share.files).rightJustified(11)
-            + Terminal::grouped(share.lines).rightJustified(13)
+            + Format::grouped(share.files).rightJustified(11)
+            + Format::grouped(share.lines).rightJustified(13)
             + QString(QString::number(percent, 'f', 1) + u'%').rightJustified(8) + u'\n';
     }
     return text;

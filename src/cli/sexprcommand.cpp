@@ -135,7 +135,7 @@ QString summary(const SExpr& root)
         width = std::max(width, row.first.size());
     QString out = root.name().value_or(QStringLiteral("(unnamed)")) + u'\n';
     for (const auto& [name, count] : std::as_const(rows))
-        out += QStringLiteral("  ") + name.leftJustified(width) + Terminal::grouped(count).rightJustified(10)
+        out += QStringLiteral("  ") + name.leftJustified(width) + Format::grouped(count).rightJustified(10)
             + u'\n';
     return out;
 }

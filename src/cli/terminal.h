@@ -1,5 +1,7 @@
 #pragma once
 
+#include "format.h"
+
 #include <QString>
 
 #include <mutex>
@@ -7,9 +9,6 @@
 // Writing to the terminal: numbers for people, and a progress line on standard error that is
 // drawn only when standard error is a terminal. update() may be called from any thread.
 namespace Terminal {
-
-QString grouped(qint64 number); // 1234567 -> "1,234,567"
-QString bytes(qint64 size); // 1536 -> "1.5 KiB"
 
 // "Label      value", one line of a summary, the label padded to the width.
 QString row(const QString& label, const QString& value, qsizetype width = 12);
