@@ -1,0 +1,58 @@
+#pragma once
+
+#include "filenode.h"
+#include "modes.h"
+
+#include <QColor>
+#include <QHash>
+#include <QList>
+#include <QString>
+
+#include <optional>
+#include <vector>
+
+// `from` moved toward `to` by `fraction`, channel by channel in sRGB, alpha included.
+QColor mix(const QColor& from, const QColor& to, double fraction);
+
+struct ColorStyle {
+    QString key; // the legend key: "lang:C", "status:clean", "churn:7", "age:0", "none"
+    QColor color;
+};
+
+// How files are coloured in one build of the scene. The age and churn modes rank the files into
+// twelve buckets by their value, so the colours spread evenly however skewed the values are.
+class ColorContext {
+public:
+    static constexpr int rankCount = 12;
+
+    ColorContext() = default;
+    // `files` are all the files of the tree; folders drawn whole are ranked among them by their
+    // newest or most changed file.
+    ColorContext(ColorMode mode, bool dark, const QList<const FileNode*>& files);
+
+    ColorMode mode = ColorMode::language;
+    bool dark = true;
+    QHash<const FileNode*, int> bucket;
+
+    ColorStyle style(const FileNode& node) const;
+    // The legend's words for a key this context hands out: a language, a status, a date range, a
+    // commit count.
+    QString label(const QString& key) const;
+
+    // The value a mode ranks by: commits for churn; for age the last commit, else the modification
+    // time, in seconds since 1970 (0 with neither). A folder takes the largest among its files.
+    static double value(ColorMode mode, const FileNode& node);
+    // Ascending by value; ties share the bucket of the first of them.
+    static QHash<const FileNode*, int> rank(ColorMode mode, const QList<const FileNode*>& files);
+    static std::vector<QColor> stops(ColorMode mode, bool dark);
+    static QColor gradient(const std::vector<QColor>& stops, double t);
+    static QColor statusColor(std::optional<GitFileStatus> status, bool dark);
+    // Files without a status, and files that were never committed in churn mode.
+    static QColor neutral(bool dark);
+
+private:
+    int rankOf(const FileNode& node) const;
+
+    // Every ranked value in ascending order with its bucket, to place values that were not ranked.
+    std::vector<std::pair<double, int>> m_ranked;
+};

@@ -1,0 +1,15 @@
+#pragma once
+
+#include "modes.h"
+#include "theme.h"
+
+// The inputs of one build of the scene; a build with an equal config gives the same scene.
+struct SceneConfig {
+    VisualizationMode mode = VisualizationMode::city;
+    ColorMode color = ColorMode::language;
+    HeightMode height = HeightMode::lines;
+    float heightScale = 1; // handed to the layout as its scale
+    Theme theme = Theme::darkPalette();
+
+    bool operator==(const SceneConfig& other) const = default;
+};

@@ -1,0 +1,413 @@
+#include "scenecontroller.h"
+
+#include "treelayout.h"
+
+#include <algorithm>
+#include <cmath>
+#include <limits>
+
+namespace {
+
+QVector3D vec(const Vec3& v)
+{
+    return { v.x, v.y, v.z };
+}
+
+// Lots darken with depth, so nested folders read as steps; the light theme needs a steeper step.
+QColor pavingColor(const Theme& theme, qint64 depth)
+{
+    const double k = theme.dark ? 0.16 : 0.22;
+    return mix(theme.stoneLit, theme.stoneDark, std::clamp(double(depth - 1) * k, 0.0, 0.55));
+}
+
+SceneInstance instance(const ScenePart& part, const QColor& color, bool storeys)
+{
+    const QColor rgb = color.toRgb();
+    return { { part.base.x(), part.base.y(), part.base.z() }, { part.size.x(), part.size.y(), part.size.z() },
+        { rgb.redF(), rgb.greenF(), rgb.blueF(), rgb.alphaF() }, storeys ? 1.0f : 0.0f,
+        part.castsShadow ? 1.0f : 0.0f };
+}
+
+void addLine(std::vector<SceneLineVertex>& lines, const QVector3D& a, const QVector3D& b, const QColor& color,
+    bool fog)
+{
+    const QColor rgb = color.toRgb();
+    for (const QVector3D& p : { a, b }) {
+        lines.push_back({ { p.x(), p.y(), p.z() }, { rgb.redF(), rgb.greenF(), rgb.blueF(), rgb.alphaF() },
+            fog ? 1.0f : 0.0f });
+    }
+}
+
+// The edges of a box, or the rim of a flat one, held a little off its faces so that they are not
+// lost in them.
+void addOutline(std::vector<SceneLineVertex>& lines, const ScenePart& part, const QColor& color)
+{
+    const float grow = 0.03f + 0.01f * std::max(part.size.x(), part.size.z());
+    const QVector3D lo = part.box().min - QVector3D(grow, part.kind == PartKind::plane ? -0.004f : 0, grow);
+    const QVector3D hi = part.box().max + QVector3D(grow, part.kind == PartKind::plane ? 0.004f : grow, grow);
+    const auto corner = [&](int i) {
+        return QVector3D((i & 1) ? hi.x() : lo.x(), (i & 2) ? hi.y() : lo.y(), (i & 4) ? hi.z() : lo.z());
+    };
+    // Corners 0, 1, 5, 4 go round the bottom; adding 2 lifts a corner to the top.
+    const int ring[4] = { 0, 1, 5, 4 };
+    for (int i = 0; i < 4; ++i) {
+        const int a = ring[i], b = ring[(i + 1) % 4];
+        addLine(lines, corner(a | 2), corner(b | 2), color, false);
+        if (part.kind == PartKind::box) {
+            addLine(lines, corner(a), corner(b), color, false);
+            addLine(lines, corner(a), corner(a | 2), color, false);
+        }
+    }
+}
+
+SceneBox merged(const SceneBox& a, const SceneBox& b)
+{
+    return { QVector3D(std::min(a.min.x(), b.min.x()), std::min(a.min.y(), b.min.y()),
+                 std::min(a.min.z(), b.min.z())),
+        QVector3D(
+            std::max(a.max.x(), b.max.x()), std::max(a.max.y(), b.max.y()), std::max(a.max.z(), b.max.z())) };
+}
+
+// Where a ray from `origin` along `dir` first enters the box, if it does.
+std::optional<float> hitBox(const QVector3D& origin, const QVector3D& dir, const SceneBox& box)
+{
+    float near = 0, far = std::numeric_limits<float>::max();
+    for (int axis = 0; axis < 3; ++axis) {
+        const float o = origin[axis], d = dir[axis], lo = box.min[axis], hi = box.max[axis];
+        if (std::abs(d) < 1e-9f) {
+            if (o < lo || o > hi)
+                return std::nullopt;
+            continue;
+        }
+        float t0 = (lo - o) / d, t1 = (hi - o) / d;
+        if (t0 > t1)
+            std::swap(t0, t1);
+        near = std::max(near, t0);
+        far = std::min(far, t1);
+        if (near > far)
+            return std::nullopt;
+    }
+    return near;
+}
+
+} // namespace
+
+void SceneController::build(const FileNode& root, const SceneConfig& config, bool resetCamera,
+    const LotWeight& lot, const NodeSet* only)
+{
+    m_config = config;
+    switch (config.mode) {
+    case VisualizationMode::tree:
+        m_layout = TreeLayout::build(root, config.height, config.heightScale);
+        break;
+    case VisualizationMode::history:
+        m_layout = CityLayout::build(root, config.height, config.heightScale, lot, nullptr);
+        break;
+    case VisualizationMode::city:
+    case VisualizationMode::graph:
+        m_layout = CityLayout::build(root, config.height, config.heightScale, lot, only);
+        break;
+    }
+    m_colors = ColorContext(config.color, config.theme.dark, root.allFiles());
+
+    m_entities.clear();
+    m_entities.reserve(m_layout.placements.size());
+    m_index.clear();
+    m_index.reserve(qsizetype(m_layout.placements.size()));
+    for (const Placement& placement : m_layout.placements) {
+        m_entities.push_back(makeEntity(placement));
+        // A top-level file has a tile of its own under its building; the building stands for it.
+        const auto known = m_index.constFind(placement.file);
+        if (known == m_index.cend() || placement.kind == PlacementKind::building)
+            m_index.insert(placement.file, qsizetype(m_entities.size() - 1));
+    }
+    if (const auto chosen = m_index.constFind(m_selection); chosen != m_index.cend())
+        m_entities[size_t(*chosen)].selected = true;
+
+    m_bounds = { vec(m_layout.minBound), vec(m_layout.maxBound) };
+    m_ground.reset();
+    if (isTreemap(config.mode)) {
+        const TMRect& g = m_layout.ground;
+        ScenePart ground { PartKind::plane, QVector3D(float(g.x + g.w / 2), 0, float(g.y + g.h / 2)),
+            QVector3D(float(g.w + 3.2), 0, float(g.h + 3.2)), config.theme.tarmac, false, false };
+        m_bounds = m_layout.placements.empty() ? ground.box() : merged(m_bounds, ground.box());
+        m_ground = ground;
+    }
+    m_radius = std::max((vec(m_layout.maxBound) - vec(m_layout.minBound)).length() / 2, 4.0f);
+
+    m_camera.setUp(m_bounds);
+    if (resetCamera || !m_built)
+        m_camera.home();
+    if (!m_built)
+        m_camera.settle();
+    m_built = true;
+
+    makeLegend();
+    refresh();
+}
+
+void SceneController::clear()
+{
+    m_layout = {};
+    m_colors = {};
+    m_entities.clear();
+    m_index.clear();
+    m_ground.reset();
+    m_legend.clear();
+    m_selection = nullptr;
+    m_filteredOut = {};
+    m_hidden = {};
+    m_touched.clear();
+    refresh();
+}
+
+EntityNode SceneController::makeEntity(const Placement& placement) const
+{
+    EntityNode entity;
+    entity.file = placement.file;
+    entity.placement = placement;
+    const QVector3D base = vec(placement.base), size = vec(placement.size);
+    switch (placement.kind) {
+    case PlacementKind::building: {
+        const ColorStyle style = m_colors.style(*placement.file);
+        entity.colorKey = style.key;
+        entity.baseColor = style.color;
+        entity.height = size.y();
+        if (placement.setback) {
+            const float lower = size.y() * 0.72f;
+            entity.parts.push_back(
+                { PartKind::box, base, QVector3D(size.x(), lower, size.z()), style.color, true, true });
+            entity.parts.push_back({ PartKind::box, base + QVector3D(0, lower, 0),
+                QVector3D(size.x() * 0.62f, size.y() - lower, size.z() * 0.62f), style.color, true, true });
+        } else {
+            entity.parts.push_back({ PartKind::box, base, size, style.color, true, true });
+        }
+        break;
+    }
+    case PlacementKind::paving:
+        entity.colorKey = u"pave:" + QString::number(placement.depth);
+        entity.baseColor = pavingColor(m_config.theme, placement.depth);
+        entity.parts.push_back({ PartKind::plane, base, size, entity.baseColor, false, false });
+        break;
+    case PlacementKind::junction:
+        entity.colorKey = QStringLiteral("junction");
+        entity.baseColor = m_config.theme.stoneMid;
+        entity.parts.push_back({ PartKind::box, base, size, entity.baseColor, false, true });
+        break;
+    }
+    // Marks set before this build carry over to the nodes that are still drawn.
+    entity.filteredOut = m_filteredOut && m_filteredOut(*placement.file);
+    entity.hidden = m_hidden && m_hidden(*placement.file);
+    entity.touched = m_touched.contains(placement.file);
+    return entity;
+}
+
+const EntityNode* SceneController::entityFor(const FileNode* file) const
+{
+    const auto found = m_index.constFind(file);
+    return found == m_index.cend() ? nullptr : &m_entities[size_t(*found)];
+}
+
+void SceneController::setSelection(const FileNode* file)
+{
+    m_selection = file;
+    const EntityNode* chosen = entityFor(file);
+    for (EntityNode& entity : m_entities)
+        entity.selected = &entity == chosen;
+    refresh();
+}
+
+void SceneController::setFilteredOut(const NodePredicate& isFilteredOut)
+{
+    m_filteredOut = isFilteredOut;
+    for (EntityNode& entity : m_entities)
+        entity.filteredOut = m_filteredOut && m_filteredOut(*entity.file);
+    refresh();
+}
+
+void SceneController::setFilteredOut(const NodeSet& filteredOut)
+{
+    setFilteredOut([filteredOut](const FileNode& node) { return filteredOut.contains(&node); });
+}
+
+void SceneController::setHidden(const NodePredicate& isHidden)
+{
+    m_hidden = isHidden;
+    for (EntityNode& entity : m_entities)
+        entity.hidden = m_hidden && m_hidden(*entity.file);
+    refresh();
+}
+
+void SceneController::setTouched(const NodeSet& touched)
+{
+    m_touched = touched;
+    for (EntityNode& entity : m_entities)
+        entity.touched = m_touched.contains(entity.file);
+    refresh();
+}
+
+void SceneController::setShadowsEnabled(bool enabled)
+{
+    if (m_shadows == enabled)
+        return;
+    m_shadows = enabled;
+    ++m_generation;
+}
+
+QColor SceneController::shownColor(const EntityNode& entity, const ScenePart& part) const
+{
+    const Theme& theme = m_config.theme;
+    if (entity.selected)
+        return entity.kind() == PlacementKind::paving ? mix(part.color, theme.accent, 0.35) : theme.accent;
+    if (entity.filteredOut)
+        return mix(part.color, theme.paper, theme.dark ? 0.75 : 0.8);
+    return part.color;
+}
+
+void SceneController::refresh()
+{
+    m_boxes.clear();
+    m_planes.clear();
+    m_lines.clear();
+    if (m_ground)
+        m_planes.push_back(instance(*m_ground, m_ground->color, false));
+    for (const EntityNode& entity : m_entities) {
+        if (entity.hidden)
+            continue;
+        for (const ScenePart& part : entity.parts) {
+            auto& list = part.kind == PartKind::box ? m_boxes : m_planes;
+            list.push_back(instance(part, shownColor(entity, part), part.storeys && !entity.filteredOut));
+        }
+    }
+
+    const Theme& theme = m_config.theme;
+    const EntityNode* chosen = entityFor(m_selection);
+    const QColor edge = mix(theme.ruleStrong, theme.ink3, theme.dark ? 0.45 : 0.3);
+    for (size_t i = 0; i < m_layout.edges.size(); ++i) {
+        const auto& [from, to] = m_layout.edges[i];
+        const auto& ends = i < m_layout.edgeEnds.size() ? m_layout.edgeEnds[i]
+                                                        : std::pair<const FileNode*, const FileNode*>();
+        const EntityNode* a = entityFor(ends.first);
+        const EntityNode* b = entityFor(ends.second);
+        if ((a && a->hidden) || (b && b->hidden))
+            continue;
+        const bool lit = chosen && (ends.first == chosen->file || ends.second == chosen->file);
+        addLine(m_lines, vec(from), vec(to), lit ? theme.accent : edge, !lit);
+    }
+    for (const EntityNode& entity : m_entities) {
+        // A top-level file's tile shares its marks but not its outline.
+        if (entity.hidden || !(entity.selected || entity.touched) || entityFor(entity.file) != &entity)
+            continue;
+        for (const ScenePart& part : entity.parts)
+            addOutline(m_lines, part, entity.selected ? theme.accent : theme.mark);
+    }
+    ++m_generation;
+}
+
+void SceneController::makeLegend()
+{
+    QHash<QString, qsizetype> at;
+    m_legend.clear();
+    for (const EntityNode& entity : m_entities) {
+        if (entity.kind() != PlacementKind::building)
+            continue;
+        const auto known = at.constFind(entity.colorKey);
+        if (known != at.cend()) {
+            ++m_legend[*known].count;
+            continue;
+        }
+        at.insert(entity.colorKey, m_legend.size());
+        m_legend.append({ entity.colorKey, m_colors.label(entity.colorKey), entity.baseColor, 1 });
+    }
+    // Languages by how many buildings they colour; statuses in their own order, clean last; ranks
+    // from the oldest or least changed, with the unchanged first.
+    const auto order = [&](const LegendEntry& e) -> std::pair<qint64, QString> {
+        const QString tail = e.key.mid(e.key.indexOf(u':') + 1);
+        switch (m_colors.mode) {
+        case ColorMode::language: return { -e.count, e.label };
+        case ColorMode::status: {
+            const auto status = gitFileStatusFromName(tail);
+            return { status ? qint64(*status) : qint64(allGitFileStatuses.size()), {} };
+        }
+        case ColorMode::churn:
+        case ColorMode::age: return { e.key == u"none" ? -1 : tail.toLongLong(), {} };
+        }
+        return {};
+    };
+    std::stable_sort(m_legend.begin(), m_legend.end(),
+        [&](const LegendEntry& a, const LegendEntry& b) { return order(a) < order(b); });
+}
+
+QVector3D SceneController::focusPoint(const EntityNode& entity)
+{
+    const SceneBox box = entity.box();
+    const QVector3D centre = box.centre();
+    return { centre.x(), box.max.y(), centre.z() };
+}
+
+QMatrix4x4 SceneController::viewProjection(QSize view) const
+{
+    const float aspect = view.height() > 0 ? float(view.width()) / float(view.height()) : 1;
+    return m_camera.projectionMatrix(aspect) * m_camera.viewMatrix();
+}
+
+std::optional<QPointF> SceneController::project(const QVector3D& point, QSize view) const
+{
+    const QVector4D clip = viewProjection(view) * QVector4D(point, 1);
+    if (clip.w() <= 1e-6f)
+        return std::nullopt;
+    const QVector3D ndc = clip.toVector3DAffine();
+    return QPointF((double(ndc.x()) + 1) / 2 * view.width(), (1 - double(ndc.y())) / 2 * view.height());
+}
+
+std::optional<QPointF> SceneController::screenPoint(const FileNode* file, QSize view) const
+{
+    const EntityNode* entity = entityFor(file);
+    if (!entity || entity->hidden)
+        return std::nullopt;
+    return project(focusPoint(*entity), view);
+}
+
+QList<VisibleEntity> SceneController::visibleEntities(QSize view) const
+{
+    QList<VisibleEntity> visible;
+    const QMatrix4x4 matrix = viewProjection(view);
+    const QRectF area(0, 0, view.width(), view.height());
+    for (const EntityNode& entity : m_entities) {
+        if (entity.hidden || entityFor(entity.file) != &entity)
+            continue;
+        const QVector4D clip = matrix * QVector4D(focusPoint(entity), 1);
+        if (clip.w() <= 1e-6f)
+            continue;
+        const QVector3D ndc = clip.toVector3DAffine();
+        const QPointF point(
+            (double(ndc.x()) + 1) / 2 * view.width(), (1 - double(ndc.y())) / 2 * view.height());
+        if (area.contains(point))
+            visible.append({ entity.file, entity.kind(), point });
+    }
+    return visible;
+}
+
+const FileNode* SceneController::pick(QPointF screen, QSize view) const
+{
+    if (view.isEmpty())
+        return nullptr;
+    const QMatrix4x4 inverse = viewProjection(view).inverted();
+    const float x = float(screen.x() / view.width() * 2 - 1), y = float(1 - screen.y() / view.height() * 2);
+    const QVector3D near = inverse.map(QVector3D(x, y, -1)), far = inverse.map(QVector3D(x, y, 1));
+    const QVector3D dir = far - near;
+    const EntityNode* best = nullptr;
+    float bestT = std::numeric_limits<float>::max();
+    for (const EntityNode& entity : m_entities) {
+        if (entity.hidden)
+            continue;
+        for (const ScenePart& part : entity.parts) {
+            const std::optional<float> t = hitBox(near, dir, part.box());
+            if (t && *t < bestT) {
+                bestT = *t;
+                best = &entity;
+            }
+        }
+    }
+    return best ? best->file : nullptr;
+}

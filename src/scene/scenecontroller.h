@@ -1,0 +1,130 @@
+#pragma once
+
+#include "citylayout.h"
+#include "colorcontext.h"
+#include "entitynode.h"
+#include "layoutresult.h"
+#include "orbitcamera.h"
+#include "sceneconfig.h"
+
+#include <QHash>
+#include <QList>
+#include <QPointF>
+#include <QSize>
+
+#include <functional>
+#include <optional>
+#include <vector>
+
+using LotWeight = CityLayout::LotWeight;
+
+struct LegendEntry {
+    QString key;
+    QString label;
+    QColor color;
+    qint64 count = 0; // buildings shown in this colour
+};
+
+struct VisibleEntity {
+    const FileNode* file = nullptr;
+    PlacementKind kind = PlacementKind::building;
+    QPointF point; // the focus point on screen, y downward
+};
+
+// The 3D scene of the main view as plain data: one entity per placement of the mode's layout,
+// coloured by the colour mode, plus the ground and the connecting lines, packed into the instance
+// lists the renderer draws, and the camera that looks at it. Holds no GL state, so it builds and
+// answers screen questions without a display. It keeps pointers into the tree it was built from:
+// that tree must stay alive until the next build or clear().
+class SceneController {
+public:
+    using NodePredicate = std::function<bool(const FileNode&)>;
+
+    SceneController() = default;
+    SceneController(const SceneController&) = delete;
+    SceneController& operator=(const SceneController&) = delete;
+
+    // Runs the layout of the config's mode (the graph view is drawn as the city for now) and
+    // rebuilds every entity. `lot` weighs the files' lots and `only` keeps just those nodes in the
+    // city; the history view lays out everything. The selection, filter, hidden and touched marks
+    // are kept for nodes that are still drawn.
+    void build(const FileNode& root, const SceneConfig& config, bool resetCamera, const LotWeight& lot = {},
+        const NodeSet* only = nullptr);
+    void clear(); // nothing drawn, nothing referenced
+
+    const SceneConfig& config() const { return m_config; }
+    const Theme& theme() const { return m_config.theme; }
+    const LayoutResult& layout() const { return m_layout; }
+    const ColorContext& colors() const { return m_colors; }
+    float radius() const { return m_radius; }
+
+    const std::vector<EntityNode>& entities() const { return m_entities; }
+    // The entity that stands for the node: its building, or its lot or disc for a folder.
+    const EntityNode* entityFor(const FileNode* file) const;
+
+    // Highlight marks; each changes the instance data and so the generation.
+    void setSelection(const FileNode* file);
+    const FileNode* selection() const { return m_selection; }
+    void setFilteredOut(const NodePredicate& isFilteredOut); // dimmed, drawn without storeys
+    void setFilteredOut(const NodeSet& filteredOut);
+    void clearFilter() { setFilteredOut(NodePredicate()); }
+    void setHidden(const NodePredicate& isHidden); // not drawn, not picked, not listed
+    void setTouched(const NodeSet& touched); // outlined in the theme's mark colour
+    void setShadowsEnabled(bool enabled);
+    bool shadowsEnabled() const { return m_shadows; }
+
+    // The colour keys of the buildings, in legend order, with their words and counts.
+    const QList<LegendEntry>& legend() const { return m_legend; }
+
+    OrbitCamera& camera() { return m_camera; }
+    const OrbitCamera& camera() const { return m_camera; }
+
+    // The point that stands for an entity on screen: the top centre of its building or lot.
+    static QVector3D focusPoint(const EntityNode& entity);
+    QMatrix4x4 viewProjection(QSize view) const;
+    // Where the node's focus point lies in a view of that size, y downward; none when it is not
+    // drawn or lies behind the camera.
+    std::optional<QPointF> screenPoint(const FileNode* file, QSize view) const;
+    std::optional<QPointF> project(const QVector3D& point, QSize view) const;
+    // Every drawn node whose focus point falls inside the view.
+    QList<VisibleEntity> visibleEntities(QSize view) const;
+    // The node whose geometry the ray through that screen point meets first.
+    const FileNode* pick(QPointF screen, QSize view) const;
+
+    // Changes whenever the instance lists below change.
+    quint64 generation() const { return m_generation; }
+    const std::vector<SceneInstance>& boxInstances() const { return m_boxes; }
+    const std::vector<SceneInstance>& planeInstances() const { return m_planes; }
+    const std::vector<SceneLineVertex>& lineVertices() const { return m_lines; }
+    // The box that holds everything drawn, the ground included.
+    const SceneBox& bounds() const { return m_bounds; }
+
+private:
+    EntityNode makeEntity(const Placement& placement) const;
+    QColor shownColor(const EntityNode& entity, const ScenePart& part) const;
+    void makeLegend();
+    void refresh(); // repacks the instance lists after any change
+
+    SceneConfig m_config;
+    LayoutResult m_layout;
+    ColorContext m_colors;
+    std::vector<EntityNode> m_entities;
+    QHash<const FileNode*, qsizetype> m_index;
+    std::optional<ScenePart> m_ground;
+    QList<LegendEntry> m_legend;
+    SceneBox m_bounds;
+    float m_radius = 4;
+    bool m_built = false;
+
+    const FileNode* m_selection = nullptr;
+    NodePredicate m_filteredOut;
+    NodePredicate m_hidden;
+    NodeSet m_touched;
+    bool m_shadows = true;
+
+    OrbitCamera m_camera;
+    quint64 m_generation = 0;
+    std::vector<SceneInstance> m_boxes;
+    std::vector<SceneInstance> m_planes;
+    std::vector<SceneLineVertex> m_lines;
+};
