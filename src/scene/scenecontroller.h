@@ -6,6 +6,7 @@
 #include "layoutresult.h"
 #include "orbitcamera.h"
 #include "sceneconfig.h"
+#include "scenehost.h"
 
 #include <QHash>
 #include <QList>
@@ -23,12 +24,6 @@ struct LegendEntry {
     QString label;
     QColor color;
     qint64 count = 0; // buildings shown in this colour
-};
-
-struct VisibleEntity {
-    const FileNode* file = nullptr;
-    PlacementKind kind = PlacementKind::building;
-    QPointF point; // the focus point on screen, y downward
 };
 
 // The 3D scene of the main view as plain data: one entity per placement of the mode's layout,
