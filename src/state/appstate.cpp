@@ -30,8 +30,9 @@ struct ProgressMailbox {
 
 } // namespace
 
-AppState::AppState(QObject* parent)
+AppState::AppState(QObject* parent, bool persistent)
     : QObject(parent)
+    , m_persistent(persistent)
 {
     for (const QString& path : settings().value(recentsKey).toStringList()) {
         if (!path.isEmpty() && m_recents.size() < maxRecents)
@@ -171,7 +172,8 @@ void AppState::remember(const QString& path)
         if (standardized(entry) != folder && recents.size() < maxRecents)
             recents.append(entry);
     }
-    settings().setValue(recentsKey, recents);
+    if (m_persistent)
+        settings().setValue(recentsKey, recents);
     assign(m_recents, recents, &AppState::recentsChanged);
     setRecentIndex(0);
 }

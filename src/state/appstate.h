@@ -33,7 +33,8 @@ public:
     static constexpr double narrowDrawerWidth = 340;
     static constexpr double wideDrawerWidth = 620;
 
-    explicit AppState(QObject* parent = nullptr);
+    // A state that does not persist keeps its recent folders to itself (scripted snapshots).
+    explicit AppState(QObject* parent = nullptr, bool persistent = true);
     ~AppState() override;
 
     // --- the folder -------------------------------------------------------------------------
@@ -243,5 +244,6 @@ private:
     bool m_suspendFilter = false;
     std::optional<QString> m_scannedPath;
     SceneHost* m_scene = nullptr;
+    bool m_persistent = true;
     QThreadPool m_pool;
 };
