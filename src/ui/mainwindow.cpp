@@ -133,10 +133,12 @@ QWidget* MainWindow::makeMasthead()
     m_folderName->setObjectName(QStringLiteral("folderName"));
     m_facts = new QLabel(masthead);
     m_facts->setProperty("class", QStringLiteral("secondary"));
+    m_facts->setMinimumWidth(1); // the facts give way to the buttons in a narrow window
 
     const auto button = [&](const QString& text, const QString& action, const QString& tip) {
         auto* b = new QPushButton(text, masthead);
         b->setFocusPolicy(Qt::NoFocus);
+        b->setSizePolicy(QSizePolicy::Fixed, QSizePolicy::Fixed);
         b->setToolTip(tip);
         connect(b, &QPushButton::clicked, this, [this, action] { m_router.perform(action); });
         return b;

@@ -115,6 +115,7 @@ namespace {
 
 constexpr int legendRow = 18;
 constexpr int legendShown = 8;
+constexpr int legendCount = 56; // the width of the count column
 
 } // namespace
 
@@ -129,7 +130,11 @@ void Legend::setEntries(const QList<LegendEntry>& entries, const Theme& theme)
     m_entries = entries;
     m_theme = theme;
     const int rows = int(std::min<qsizetype>(entries.size(), legendShown + 1));
-    setFixedSize(230, rows * legendRow + 12);
+    int labelWidth = 80;
+    for (qsizetype i = 0; i < std::min<qsizetype>(entries.size(), legendShown); ++i)
+        labelWidth = std::max(labelWidth, fontMetrics().horizontalAdvance(entries[i].label));
+    m_labelWidth = std::min(labelWidth, 260);
+    setFixedSize(28 + m_labelWidth + 12 + legendCount + 10, rows * legendRow + 12);
     setVisible(!entries.isEmpty());
     update();
 }
@@ -158,14 +163,17 @@ void Legend::paintEvent(QPaintEvent*)
         painter.setPen(Qt::NoPen);
         painter.setBrush(entry.color);
         painter.drawRoundedRect(QRectF(10, y + 4, 10, 10), 2, 2);
-        text(QRect(28, y, 140, legendRow), entry.label, m_theme.ink2, Qt::AlignLeft);
-        text(QRect(160, y, 60, legendRow), Format::grouped(entry.count), m_theme.ink3, Qt::AlignRight);
+        const QString label = fontMetrics().elidedText(entry.label, Qt::ElideRight, m_labelWidth);
+        text(QRect(28, y, m_labelWidth, legendRow), label, m_theme.ink2, Qt::AlignLeft);
+        text(QRect(width() - legendCount - 10, y, legendCount, legendRow), Format::grouped(entry.count),
+            m_theme.ink3, Qt::AlignRight);
         y += legendRow;
     }
     if (rest > 0) {
-        text(QRect(28, y, 140, legendRow), QStringLiteral("%1 more").arg(m_entries.size() - legendShown),
-            m_theme.ink3, Qt::AlignLeft);
-        text(QRect(160, y, 60, legendRow), Format::grouped(rest), m_theme.ink3, Qt::AlignRight);
+        text(QRect(28, y, m_labelWidth, legendRow),
+            QStringLiteral("%1 more").arg(m_entries.size() - legendShown), m_theme.ink3, Qt::AlignLeft);
+        text(QRect(width() - legendCount - 10, y, legendCount, legendRow), Format::grouped(rest),
+            m_theme.ink3, Qt::AlignRight);
     }
 }
 
@@ -209,6 +217,7 @@ Drawer::Drawer(AppState& state, QWidget* parent)
     : QWidget(parent)
     , m_state(state)
     , m_title(new QLabel(this))
+    , m_path(new QLabel(this))
     , m_details(new QLabel(this))
     , m_bar(new LanguageBar(this))
     , m_languages(new QLabel(this))
@@ -217,15 +226,18 @@ Drawer::Drawer(AppState& state, QWidget* parent)
     setAttribute(Qt::WA_StyledBackground);
     m_title->setObjectName(QStringLiteral("folderName"));
     m_title->setWordWrap(true);
-    for (QLabel* label : { m_details, m_languages }) {
-        label->setTextFormat(Qt::RichText);
-        label->setWordWrap(true);
+    m_path->setWordWrap(true);
+    m_path->setProperty("class", QStringLiteral("secondary"));
+    // Rows of a table do not wrap: a wrapping rich-text label is measured a line short.
+    for (QLabel* label : { m_path, m_details, m_languages }) {
+        label->setTextFormat(label == m_path ? Qt::PlainText : Qt::RichText);
         label->setTextInteractionFlags(Qt::TextSelectableByMouse);
     }
     auto* layout = new QVBoxLayout(this);
     layout->setContentsMargins(16, 14, 16, 14);
     layout->setSpacing(10);
     layout->addWidget(m_title);
+    layout->addWidget(m_path);
     layout->addWidget(m_details);
     layout->addWidget(m_bar);
     layout->addWidget(m_languages);
@@ -240,6 +252,7 @@ void Drawer::refresh()
     const FileNode* node = m_state.selection() ? m_state.selection() : m_state.viewRoot();
     if (!node) {
         m_title->clear();
+        m_path->clear();
         m_details->clear();
         m_languages->clear();
         m_bar->setShares({}, m_state.dark());
@@ -251,7 +264,7 @@ void Drawer::refresh()
         rows += QStringLiteral("<tr><td style='color:%1; padding-right:12px'>%2</td><td>%3</td></tr>")
                     .arg(cssColor(theme.ink3), label, value.toHtmlEscaped());
     };
-    row(QStringLiteral("Path"), node->relativePath.isEmpty() ? node->url : node->relativePath);
+    m_path->setText(node->relativePath.isEmpty() ? node->url : node->relativePath);
     if (node->isDirectory) {
         row(QStringLiteral("Files"), Format::grouped(node->fileCount));
         row(QStringLiteral("Lines"), Format::grouped(node->lines));

@@ -54,6 +54,7 @@ protected:
 private:
     QList<LegendEntry> m_entries;
     Theme m_theme = Theme::darkPalette();
+    int m_labelWidth = 140;
 };
 
 // Lines per language as one bar, widest first.
@@ -81,6 +82,7 @@ public:
 private:
     AppState& m_state;
     QLabel* m_title;
+    QLabel* m_path;
     QLabel* m_details;
     LanguageBar* m_bar;
     QLabel* m_languages;

@@ -135,15 +135,19 @@ void StartupRunner::run()
         m_state.setHeightMode(*m_script.height);
     if (m_script.dark)
         m_state.setDark(*m_script.dark);
+    // Each step lets the window lay itself out and the scene build before the next one reads them.
     SceneView& scene = m_window.sceneView();
-    scene.flush();
-    scene.settleCamera();
-    for (const KeyPress& key : m_script.keys) {
-        m_window.router().handle(key);
+    const auto settle = [&] {
         QCoreApplication::processEvents();
         scene.flush();
         scene.settleCamera();
+    };
+    settle();
+    for (const KeyPress& key : m_script.keys) {
+        m_window.router().handle(key);
+        settle();
     }
+    QCoreApplication::processEvents();
     if (m_script.quitsWhenDone())
         emit finished(finish());
 }
