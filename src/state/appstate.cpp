@@ -47,14 +47,6 @@ AppState::~AppState()
     m_pool.waitForDone();
 }
 
-template <typename T> void AppState::assign(T& field, const T& value, void (AppState::*changed)())
-{
-    if (field == value)
-        return;
-    field = value;
-    emit(this->*changed)();
-}
-
 // --- the folder -----------------------------------------------------------------------------
 
 void AppState::open(const QString& path)

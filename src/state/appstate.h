@@ -197,7 +197,14 @@ signals:
     void filtersChanged();
 
 private:
-    template <typename T> void assign(T& field, const T& value, void (AppState::*changed)());
+    // Sets a field and announces it, when it changes.
+    template <typename T> void assign(T& field, const T& value, void (AppState::*changed)())
+    {
+        if (field == value)
+            return;
+        field = value;
+        emit(this->*changed)();
+    }
     void filterChanged();
     void installRoot(ScanResult result);
     bool selectNearestCentre();
