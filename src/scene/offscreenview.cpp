@@ -23,7 +23,7 @@ OffscreenView::~OffscreenView()
     }
 }
 
-bool OffscreenView::create(QSize size, float devicePixelRatio)
+bool OffscreenView::create(QSize size, float devicePixelRatio, int samples)
 {
     if (!qobject_cast<QGuiApplication*>(QCoreApplication::instance())) {
         m_error = QStringLiteral("Rendering needs a QGuiApplication.");
@@ -58,7 +58,7 @@ bool OffscreenView::create(QSize size, float devicePixelRatio)
     const QSize pixels(qRound(size.width() * devicePixelRatio), qRound(size.height() * devicePixelRatio));
     QOpenGLFramebufferObjectFormat format;
     format.setAttachment(QOpenGLFramebufferObject::CombinedDepthStencil);
-    format.setSamples(Renderer::defaultFormat().samples());
+    format.setSamples(samples >= 0 ? samples : Renderer::defaultFormat().samples());
     m_framebuffer = std::make_unique<QOpenGLFramebufferObject>(pixels, format);
     if (!m_framebuffer->isValid()) {
         m_error = QStringLiteral("No framebuffer of %1×%2 pixels can be made.")
@@ -71,20 +71,34 @@ bool OffscreenView::create(QSize size, float devicePixelRatio)
 
 void OffscreenView::draw(const SceneController& scene)
 {
-    m_context->makeCurrent(m_surface.get());
+    if (!m_framebuffer || !m_context->makeCurrent(m_surface.get()))
+        return;
     m_framebuffer->bind();
     m_renderer.render(scene, m_framebuffer->size(), m_ratio);
 }
 
+QString OffscreenView::driver() const
+{
+    if (!m_context || !m_context->makeCurrent(m_surface.get()))
+        return {};
+    QOpenGLFunctions* gl = m_context->functions();
+    const auto text = [&](GLenum name) {
+        return QString::fromLatin1(reinterpret_cast<const char*>(gl->glGetString(name)));
+    };
+    return text(GL_RENDERER) + u", OpenGL " + text(GL_VERSION);
+}
+
 void OffscreenView::finish()
 {
-    m_context->makeCurrent(m_surface.get());
+    if (!m_framebuffer || !m_context->makeCurrent(m_surface.get()))
+        return;
     m_context->functions()->glFinish();
 }
 
 QImage OffscreenView::image(const SceneController& scene, bool labels)
 {
-    m_context->makeCurrent(m_surface.get());
+    if (!m_framebuffer || !m_context->makeCurrent(m_surface.get()))
+        return {};
     QImage image = m_framebuffer->toImage();
     image.setDevicePixelRatio(m_ratio);
     if (!labels)

@@ -22,10 +22,12 @@ public:
     OffscreenView(const OffscreenView&) = delete;
     OffscreenView& operator=(const OffscreenView&) = delete;
 
-    // A framebuffer of size × devicePixelRatio pixels; false, with the reason in error(), when no
-    // suitable context can be made.
-    bool create(QSize size, float devicePixelRatio = 1);
+    // A framebuffer of size × devicePixelRatio pixels with that many samples a pixel (the window's
+    // when not given); false, with the reason in error(), when no suitable context can be made.
+    bool create(QSize size, float devicePixelRatio = 1, int samples = -1);
     QString error() const { return m_error; }
+    // The driver and its version, as OpenGL names them.
+    QString driver() const;
     QSize size() const { return m_size; }
 
     // Renders one frame into the framebuffer; finish() waits until the GPU is done with it.
