@@ -25,6 +25,10 @@ const QList<Command>& commands()
             QStringLiteral(
                 "Read an S-expression file such as a KiCad board: its tree, or its top-level lists by name"),
             1, { QStringLiteral("--json"), QStringLiteral("--summary") }, {}, sexpr },
+        { QStringLiteral("outline"), QStringLiteral("outline FILE [--json]"),
+            QStringLiteral("Read one page, stylesheet, script, C-family or Rust file into its parts and the "
+                           "links between them"),
+            1, { QStringLiteral("--json") }, {}, outline },
     };
     return list;
 }

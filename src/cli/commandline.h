@@ -39,5 +39,6 @@ int scan(const Arguments& arguments);
 int sexpr(const Arguments& arguments);
 int layout(const Arguments& arguments);
 int history(const Arguments& arguments);
+int outline(const Arguments& arguments);
 
 } // namespace Cli
