@@ -371,6 +371,8 @@ bool Parser::isFunctionHead(qsizetype paren) const
     const qsizetype before = paren - 1;
     if (isWord(before))
         return !isControl(text(before));
+    if (isPunct(before, ")") && isPunct(before - 1, "(") && isWord(before - 2, "operator"))
+        return true; // operator()(…)
     // operator==, operator<< …
     for (qsizetype k = before; k >= 0 && k >= before - 3; --k) {
         if (isWord(k))
@@ -451,7 +453,10 @@ qsizetype Parser::statement(qsizetype at, qsizetype limit, Owner owner, bool inR
             continue;
         }
         if (isPunct(j, "=") && candidate < 0) {
-            assigned = true;
+            qsizetype back = j - 1;
+            while (back > at && back > j - 3 && m_tokens[size_t(back)].kind == Kind::punct)
+                --back;
+            assigned = !isWord(back, "operator");
         } else if (isPunct(j, "[")) {
             j = closing(j, limit) + 1;
             continue;

@@ -63,7 +63,10 @@ QByteArray decoded(QByteArrayView text)
         return text.toByteArray();
     static constexpr std::pair<std::string_view, std::string_view> named[] { { "amp", "&" }, { "lt", "<" },
         { "gt", ">" }, { "quot", "\"" }, { "apos", "'" }, { "nbsp", " " }, { "copy", "©" }, { "mdash", "—" },
-        { "ndash", "–" }, { "hellip", "…" } };
+        { "ndash", "–" }, { "hellip", "…" }, { "pound", "£" }, { "euro", "€" }, { "yen", "¥" },
+        { "cent", "¢" }, { "times", "×" }, { "middot", "·" }, { "bull", "•" }, { "laquo", "«" },
+        { "raquo", "»" }, { "reg", "®" }, { "trade", "™" }, { "deg", "°" }, { "rarr", "→" },
+        { "larr", "←" } };
     QByteArray out;
     out.reserve(text.size());
     for (qsizetype i = 0; i < text.size(); ++i) {
@@ -313,8 +316,8 @@ void Scanner::startTag()
         element.kind = MarkupElement::Kind::style;
     else if (tag == "link" && rel.split(' ').contains("stylesheet"))
         element.kind = MarkupElement::Kind::link;
-    if (tag != "link" && tag != "script")
-        element.source.clear();
+    if (element.kind != MarkupElement::Kind::link)
+        element.source.clear(); // only linked scripts and stylesheets carry one
     const qsizetype index = qsizetype(m_flat.size());
     m_flat.push_back(std::move(element));
     m_parentOf.push_back(m_open.empty() ? -1 : m_open.back());

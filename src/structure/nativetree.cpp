@@ -57,20 +57,25 @@ bool NativeTree::namesFunction(QByteArrayView name) const
     return m_functionNames->contains(name.toByteArray());
 }
 
-ScriptSymbol NativeTree::built(qsizetype id) const
+// Reading order, whatever the order of adding: methods moved into their class, and classes made to
+// hold them, take their places by where they are written.
+std::vector<ScriptSymbol> NativeTree::inOrder(const std::vector<qsizetype>& ids) const
 {
-    ScriptSymbol symbol = m_nodes[size_t(id)].symbol;
-    for (const qsizetype child : m_nodes[size_t(id)].children)
-        symbol.children.push_back(built(child));
-    return symbol;
+    std::vector<qsizetype> sorted = ids;
+    std::stable_sort(sorted.begin(), sorted.end(),
+        [&](qsizetype a, qsizetype b) { return m_nodes[size_t(a)].symbol.start < m_nodes[size_t(b)].symbol.start; });
+    std::vector<ScriptSymbol> symbols;
+    symbols.reserve(sorted.size());
+    for (const qsizetype id : sorted) {
+        symbols.push_back(m_nodes[size_t(id)].symbol);
+        symbols.back().children = inOrder(m_nodes[size_t(id)].children);
+    }
+    return symbols;
 }
 
 std::vector<ScriptSymbol> NativeTree::build() const
 {
-    std::vector<ScriptSymbol> top;
-    for (const qsizetype id : m_roots)
-        top.push_back(built(id));
-    return top;
+    return inOrder(m_roots);
 }
 
 namespace NativeHandlers {

@@ -48,7 +48,7 @@ public:
     std::vector<ScriptSymbol> build() const;
 
 private:
-    ScriptSymbol built(qsizetype id) const;
+    std::vector<ScriptSymbol> inOrder(const std::vector<qsizetype>& ids) const;
 
     std::vector<NativeSymbol> m_nodes;
     std::vector<qsizetype> m_roots;

@@ -119,10 +119,18 @@ void Parser::items(qsizetype from, qsizetype to, Owner owner, bool inTrait, int 
         } else if (word == "mod" && isWord(k + 1)) {
             i = module(start, k, to, owner, depth);
         } else if (word == "use" || (word == "extern" && isWord(k + 1, "crate"))) {
-            const qsizetype end = endOfItem(k, to);
+            qsizetype end = k; // past the ";", over any {…} list of names
+            while (end < to && !isPunct(end, ";"))
+                end = isPunct(end, "{") ? closing(end, to) + 1 : end + 1;
+            end = std::min(end + 1, to);
             const qsizetype pathFrom = word == "use" ? k + 1 : k + 2;
-            QByteArray path = text(pathFrom, std::max(pathFrom, end - 2)).replace(' ', QByteArray());
-            path = SourceText::collapsed(path).replace(' ', QByteArray()).replace('\n', QByteArray());
+            // The path as written, spaced only between words: std::{io, fs} gives std::{io,fs}.
+            QByteArray path;
+            for (qsizetype t = pathFrom; t < end - 1; ++t) {
+                if (t > pathFrom && isWord(t) && isWord(t - 1))
+                    path += ' ';
+                path += text(t);
+            }
             if (path.startsWith("::"))
                 path = path.sliced(2);
             const bool local

@@ -105,14 +105,15 @@ qsizetype Parser::closing(qsizetype open, qsizetype limit) const
 }
 
 // A return or field type after ":", up to what follows it.
-qsizetype Parser::skipType(qsizetype at, qsizetype limit) const
+qsizetype Parser::skipType(qsizetype at, qsizetype limit, bool beforeBody) const
 {
     if (!isPunct(at, ':'))
         return at;
     qsizetype j = at + 1;
     for (int steps = 0; j < limit && steps < 64; ++steps) {
-        if (text(j) == "=>" || isPunct(j, '{') || isPunct(j, ';') || isPunct(j, '=') || isPunct(j, ',')
-            || isCloser(j) || (steps > 0 && newlineBefore(j) && !isPunct(j, '|') && !isPunct(j, '&')))
+        if ((text(j) == "=>" && !beforeBody) || isPunct(j, '{') || isPunct(j, ';') || isPunct(j, '=')
+            || isPunct(j, ',') || isCloser(j)
+            || (steps > 0 && newlineBefore(j) && !isPunct(j, '|') && !isPunct(j, '&')))
             break;
         j = isPunct(j, '(') || isPunct(j, '[') ? closing(j, limit) + 1 : j + 1;
     }
@@ -295,7 +296,8 @@ void Parser::collect(ScriptSymbol& symbol, const Found& found) const
                 constructs.add(text(last));
                 constructed = last;
             }
-        } else if (isPunct(i + 1, '(') && i != constructed && !isStatementKeyword(word)) {
+        } else if (isPunct(i + 1, '(') && i != constructed && !isStatementKeyword(word)
+            && !(word == "async" && closing(i + 1, to + 1) <= to && text(closing(i + 1, to + 1) + 1) == "=>")) {
             const bool afterDot = isPunct(i - 1, '.');
             (afterDot ? methodCalls : calls).add(word);
             if (const std::optional<QByteArray> selector = queried(i))

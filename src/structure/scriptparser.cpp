@@ -102,7 +102,7 @@ std::optional<Parser::Parsed> Parser::function(qsizetype from, qsizetype at, qsi
     const qsizetype paramsClose = closing(k, limit);
     if (paramsClose >= limit)
         return std::nullopt;
-    const qsizetype open = skipType(paramsClose + 1, limit);
+    const qsizetype open = skipType(paramsClose + 1, limit, true);
     if (open >= limit || !isPunct(open, '{'))
         return std::nullopt;
     const qsizetype close = closing(open, limit);
@@ -134,6 +134,17 @@ std::optional<Parser::Parsed> Parser::klass(qsizetype from, qsizetype at, qsizet
     qsizetype baseFrom = -1;
     qsizetype baseTo = -1;
     // Type parameters, the base and what it implements, up to the body.
+    if (isPunct(k, '<')) {
+        // Type parameters, which may say extends of their own: class Store<T extends Item>
+        int angles = 0;
+        for (int steps = 0; k < limit && steps < 256; ++steps, ++k) {
+            angles += isPunct(k, '<') ? 1 : isPunct(k, '>') ? -1 : 0;
+            if (angles == 0 || isPunct(k, '{'))
+                break;
+        }
+        if (isPunct(k, '>'))
+            ++k;
+    }
     for (int steps = 0; k < limit && !isPunct(k, '{') && steps < 256; ++steps) {
         if (isWord(k, "extends") && baseFrom < 0 && (nameAt < 0 || k > nameAt)) {
             baseFrom = k + 1;
@@ -293,7 +304,7 @@ std::optional<Parser::Parsed> Parser::method(
     const qsizetype paramsClose = closing(paren, limit);
     if (paramsClose >= limit)
         return std::nullopt;
-    const qsizetype open = skipType(paramsClose + 1, limit);
+    const qsizetype open = skipType(paramsClose + 1, limit, true);
     if (open >= limit || !isPunct(open, '{'))
         return std::nullopt;
     const qsizetype close = closing(open, limit);
@@ -510,9 +521,10 @@ std::optional<Parser::Parsed> Parser::listener(qsizetype at, qsizetype limit, in
             found.children = std::move(inline_->found.children);
         } else {
             // A handler given by name, perhaps as this.name or name.bind(this).
+            // The last word outside brackets: this.start.bind(this) gives bind, then start.
             qsizetype nameAt = nextComma(handlerAt, close) - 1;
             while (nameAt >= handlerAt && !isWord(nameAt))
-                --nameAt;
+                nameAt = isCloser(nameAt) && m_match[size_t(nameAt)] >= 0 ? m_match[size_t(nameAt)] - 1 : nameAt - 1;
             if (isWord(nameAt, "bind") && isPunct(nameAt - 1, '.') && isWord(nameAt - 2))
                 nameAt -= 2;
             if (nameAt >= handlerAt) {

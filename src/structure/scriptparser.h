@@ -96,7 +96,8 @@ private:
     QByteArray text(qsizetype from, qsizetype through) const;
     qsizetype closing(qsizetype open, qsizetype limit) const;
     bool isArrowAt(qsizetype at, qsizetype limit) const;
-    qsizetype skipType(qsizetype at, qsizetype limit) const;
+    // A type after ":"; before a body, "=>" belongs to a function type rather than ending it.
+    qsizetype skipType(qsizetype at, qsizetype limit, bool beforeBody = false) const;
     qsizetype expressionEnd(qsizetype at, qsizetype limit) const;
     bool newlineBefore(qsizetype i) const;
     qsizetype nextComma(qsizetype at, qsizetype limit) const;

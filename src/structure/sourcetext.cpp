@@ -102,9 +102,11 @@ bool hasAtLeastCharacters(QByteArrayView utf8, qsizetype count)
 
 QByteArray shortened(QByteArrayView utf8, qsizetype limit, qsizetype keep)
 {
+    if (!utf8.isValidUtf8()) // repaired first, so that characters map to bytes one way only
+        return shortened(QString::fromUtf8(utf8).toUtf8(), limit, keep);
     if (utf8.size() <= limit * bytesPerCharacterAtMost && !hasAtLeastCharacters(utf8, limit))
         return utf8.toByteArray();
-    return utf8.first(prefixOfCharacters(utf8, keep)).toByteArray() + "…";
+    return utf8.first(std::min(utf8.size(), prefixOfCharacters(utf8, keep))).toByteArray() + "…";
 }
 
 QByteArrayView unquoted(QByteArrayView token)

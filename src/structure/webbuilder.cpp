@@ -84,6 +84,7 @@ Builder::Id Builder::add(Node node, Parent parent)
     node.parent = parent;
     node.depth = parent ? document.nodes[size_t(*parent)].depth + 1 : 0;
     document.nodes.push_back(std::move(node));
+    m_scope.push_back(parent);
     if (parent)
         document.nodes[size_t(*parent)].children.append(id);
     else

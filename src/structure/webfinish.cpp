@@ -204,12 +204,12 @@ std::optional<Builder::Id> Builder::resolve(const QList<Id>& candidates, Id from
         return candidates.first();
     QHash<Id, qsizetype> distance;
     qsizetype steps = 0;
-    for (std::optional<Id> at = from; at; at = document.nodes[size_t(*at)].parent)
+    for (std::optional<Id> at = from; at; at = m_scope[size_t(*at)])
         distance.insert(*at, steps++);
     std::optional<Id> best;
     qsizetype bestDistance = steps;
     for (const Id candidate : candidates) {
-        const std::optional<Id> scope = document.nodes[size_t(candidate)].parent;
+        const std::optional<Id> scope = m_scope[size_t(candidate)];
         const qsizetype away = scope ? distance.value(*scope, -1) : steps;
         if (away >= 0 && away < bestDistance) {
             best = candidate;
@@ -218,9 +218,9 @@ std::optional<Builder::Id> Builder::resolve(const QList<Id>& candidates, Id from
     }
     if (best)
         return best;
-    const std::optional<Id> shared = document.nodes[size_t(candidates.first())].parent;
+    const std::optional<Id> shared = m_scope[size_t(candidates.first())];
     for (const Id candidate : candidates) {
-        if (document.nodes[size_t(candidate)].parent != shared)
+        if (m_scope[size_t(candidate)] != shared)
             return std::nullopt;
     }
     return candidates.first();
@@ -282,9 +282,9 @@ void Builder::link()
                 if (!callee) {
                     QList<Id> inScope;
                     for (const Id method : methodsByName.value(name.toLower())) {
-                        const std::optional<Id> owner = document.nodes[size_t(method)].parent;
-                        for (std::optional<Id> at = node.parent; owner && at;
-                             at = document.nodes[size_t(*at)].parent) {
+                        const std::optional<Id> owner = m_scope[size_t(method)];
+                        for (std::optional<Id> at = m_scope[size_t(id)]; owner && at;
+                             at = m_scope[size_t(*at)]) {
                             if (*at == *owner) {
                                 inScope.append(method);
                                 break;

@@ -75,6 +75,9 @@ private:
     bool matchesCompound(Id element, QStringView compound) const;
     void addLink(Id from, Id to, LinkKind kind);
 
+    // Where each node was written: its parent before handlers were gathered under events, which is
+    // the scope that decides between same-named definitions.
+    std::vector<Parent> m_scope;
     QHash<QString, QList<Id>> m_elementsByTag;
     QHash<Id, ElementFacts> m_elements;
     QSet<quint64> m_linked;
