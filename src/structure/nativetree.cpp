@@ -62,8 +62,9 @@ bool NativeTree::namesFunction(QByteArrayView name) const
 std::vector<ScriptSymbol> NativeTree::inOrder(const std::vector<qsizetype>& ids) const
 {
     std::vector<qsizetype> sorted = ids;
-    std::stable_sort(sorted.begin(), sorted.end(),
-        [&](qsizetype a, qsizetype b) { return m_nodes[size_t(a)].symbol.start < m_nodes[size_t(b)].symbol.start; });
+    std::stable_sort(sorted.begin(), sorted.end(), [&](qsizetype a, qsizetype b) {
+        return m_nodes[size_t(a)].symbol.start < m_nodes[size_t(b)].symbol.start;
+    });
     std::vector<ScriptSymbol> symbols;
     symbols.reserve(sorted.size());
     for (const qsizetype id : sorted) {

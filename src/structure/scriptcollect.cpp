@@ -297,7 +297,8 @@ void Parser::collect(ScriptSymbol& symbol, const Found& found) const
                 constructed = last;
             }
         } else if (isPunct(i + 1, '(') && i != constructed && !isStatementKeyword(word)
-            && !(word == "async" && closing(i + 1, to + 1) <= to && text(closing(i + 1, to + 1) + 1) == "=>")) {
+            && !(word == "async" && closing(i + 1, to + 1) <= to
+                && text(closing(i + 1, to + 1) + 1) == "=>")) {
             const bool afterDot = isPunct(i - 1, '.');
             (afterDot ? methodCalls : calls).add(word);
             if (const std::optional<QByteArray> selector = queried(i))

@@ -524,7 +524,8 @@ std::optional<Parser::Parsed> Parser::listener(qsizetype at, qsizetype limit, in
             // The last word outside brackets: this.start.bind(this) gives bind, then start.
             qsizetype nameAt = nextComma(handlerAt, close) - 1;
             while (nameAt >= handlerAt && !isWord(nameAt))
-                nameAt = isCloser(nameAt) && m_match[size_t(nameAt)] >= 0 ? m_match[size_t(nameAt)] - 1 : nameAt - 1;
+                nameAt = isCloser(nameAt) && m_match[size_t(nameAt)] >= 0 ? m_match[size_t(nameAt)] - 1
+                                                                          : nameAt - 1;
             if (isWord(nameAt, "bind") && isPunct(nameAt - 1, '.') && isWord(nameAt - 2))
                 nameAt -= 2;
             if (nameAt >= handlerAt) {

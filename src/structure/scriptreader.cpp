@@ -41,7 +41,7 @@ public:
     explicit Tokenizer(QByteArrayView text)
         : m_text(text)
     {
-        m_tokens.reserve(size_t(text.size() / 4));
+        m_tokens.reserve(size_t(text.size() / 3)); // minified code has a token every three bytes or so
     }
 
     std::vector<Token> run();

@@ -118,7 +118,8 @@ qsizetype endOfUrl(QByteArrayView text, qsizetype at)
 
 bool startsUrl(QByteArrayView text, qsizetype at)
 {
-    return at + 4 <= text.size() && SourceText::lowered(text.sliced(at, 4)) == "url("
+    const auto is = [&](qsizetype i, char lower) { return (text[at + i] | 0x20) == lower; };
+    return at + 4 <= text.size() && text[at + 3] == '(' && is(0, 'u') && is(1, 'r') && is(2, 'l')
         && (at == 0 || !isNameByte(text[at - 1]));
 }
 

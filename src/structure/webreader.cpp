@@ -136,8 +136,7 @@ std::optional<WebDocument> read(QByteArrayView utf8, QStringView pathExtension)
     document.program = QStringLiteral("JavaScript");
     document.programTitle = QStringLiteral("JS");
     document.programFile = QStringLiteral("x.js");
-    document.lines = QString::fromUtf8(utf8).split(u'\n');
-    document.stats.lines = document.lines.size();
+    document.stats.lines = utf8.count('\n') + 1;
     switch (*source) {
     case Source::native: readNative(builder, utf8, extension); break;
     case Source::rust: readRust(builder, utf8); break;
@@ -151,6 +150,17 @@ std::optional<WebDocument> read(QByteArrayView utf8, QStringView pathExtension)
     builder.link();
     builder.index();
     builder.layout();
+    // The lines are made last, line by line, so that they and a reader's working state (tokens of a
+    // multi-megabyte bundle) are never held at once.
+    document.lines.reserve(document.stats.lines);
+    for (qsizetype start = 0;;) {
+        const qsizetype newline = utf8.indexOf('\n', start);
+        document.lines.append(
+            QString::fromUtf8(utf8.sliced(start, (newline < 0 ? utf8.size() : newline) - start)));
+        if (newline < 0)
+            break;
+        start = newline + 1;
+    }
     return std::move(builder.document);
 }
 
