@@ -87,6 +87,8 @@ void Parser::fill(qsizetype open, qsizetype close, NativeSymbol& function) const
                     end = closing(end, argumentsClose);
                 ++end;
             }
+            end = std::min(end, argumentsClose); // a bracket left open ends with the list
+
             if (const std::optional<QByteArrayView> name = passedName(k, end)) {
                 names.append(name->toByteArray());
                 passed.add(*name);

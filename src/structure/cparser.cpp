@@ -330,6 +330,8 @@ void Parser::enumerators(qsizetype open, qsizetype close, qsizetype owner)
                 end = closing(end, close);
             ++end;
         }
+        end = std::min(end, close); // a bracket left open ends with the list
+
         if (isWord(k)) {
             NativeSymbol value;
             value.symbol.kind = SKind::property;

@@ -300,6 +300,8 @@ void Parser::fields(qsizetype open, qsizetype close, qsizetype owner, bool varia
                 end = closing(end, close);
             ++end;
         }
+        end = std::min(end, close); // a bracket left open ends with the list
+
         qsizetype name = k;
         while (name < end && isPunct(name, "#") && isPunct(name + 1, "["))
             name = closing(name + 1, end) + 1;
@@ -493,6 +495,8 @@ void Parser::fill(qsizetype open, qsizetype close, NativeSymbol& function) const
                     end = closing(end, argumentsClose);
                 ++end;
             }
+            end = std::min(end, argumentsClose); // a bracket left open ends with the list
+
             if (const std::optional<QByteArrayView> name = passedName(k, end)) {
                 names.append(name->toByteArray());
                 passed.add(*name);

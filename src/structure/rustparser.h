@@ -58,7 +58,7 @@ private:
     QByteArrayView text(qsizetype i) const { return m_tokens[size_t(i)].text(m_source); }
     QByteArray text(qsizetype from, qsizetype through) const
     {
-        if (from < 0 || through < from)
+        if (from < 0 || through < from || through >= qsizetype(m_tokens.size()))
             return {};
         const qsizetype start = m_tokens[size_t(from)].start;
         return m_source.sliced(start, m_tokens[size_t(through)].end - start).toByteArray();

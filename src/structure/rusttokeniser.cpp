@@ -32,6 +32,7 @@ public:
 private:
     void add(Kind kind, qsizetype start, qsizetype end)
     {
+        end = std::clamp(end, start + 1, m_text.size());
         m_tokens.push_back({ kind, qint32(m_line), qint32(start), qint32(end) });
         m_line += std::count(m_text.begin() + start, m_text.begin() + end, '\n');
         m_at = end;
@@ -39,6 +40,7 @@ private:
     qsizetype stringEnd(qsizetype quote) const;
     qsizetype rawStringEnd(qsizetype r) const;
     qsizetype blockCommentEnd(qsizetype at) const;
+    qsizetype characterEnd(qsizetype quote) const;
 
     QByteArrayView m_text;
     std::vector<Token> m_tokens;
@@ -73,6 +75,21 @@ qsizetype Tokeniser::rawStringEnd(qsizetype r) const
     const std::string closing = '"' + std::string(size_t(hashes), '#');
     const size_t close = SourceText::view(m_text).find(closing, size_t(i + 1));
     return close == std::string_view::npos ? m_text.size() : qsizetype(close + closing.size());
+}
+
+// Past the closing quote of a character literal that opens here, or 0 when the quote opens none.
+qsizetype Tokeniser::characterEnd(qsizetype quote) const
+{
+    const qsizetype size = m_text.size();
+    if (quote + 1 >= size)
+        return 0;
+    qsizetype close = quote + 1 + characterLength(m_text[quote + 1]);
+    if (m_text[quote + 1] == '\\') {
+        close = quote + 3; // '\n', '\'', '\u{1F600}'
+        while (close < size && m_text[close] != '\'' && m_text[close] != '\n' && close < quote + 12)
+            ++close;
+    }
+    return close < size && m_text[close] == '\'' ? close + 1 : 0;
 }
 
 // Block comments nest.
@@ -123,21 +140,14 @@ std::vector<Token> Tokeniser::run()
             || (c == 'b' && next == 'r' && at + 2 < size
                 && (m_text[at + 2] == '"' || m_text[at + 2] == '#'))) {
             add(Kind::string, at, rawStringEnd(c == 'b' ? at + 1 : at));
-        } else if (c == 'b' && (next == '"' || next == '\'')) {
-            add(Kind::string, at,
-                next == '"' ? stringEnd(at + 1) : std::min(size, m_text.indexOf('\'', at + 3) + 1));
+        } else if (c == 'b' && next == '"') {
+            add(Kind::string, at, stringEnd(at + 1));
+        } else if (c == 'b' && next == '\'' && characterEnd(at + 1) > 0) {
+            add(Kind::string, at, characterEnd(at + 1)); // b'x'
         } else if (c == '\'') {
             // A character literal, or a lifetime such as 'a, which has no closing quote.
-            const qsizetype after = at + 1 < size && m_text[at + 1] == '\\'
-                ? at + 3
-                : at + 1 + (at + 1 < size ? characterLength(m_text[at + 1]) : 0);
-            qsizetype close = after;
-            if (at + 1 < size && m_text[at + 1] == '\\') {
-                while (close < size && m_text[close] != '\'' && m_text[close] != '\n' && close < at + 12)
-                    ++close;
-            }
-            if (close < size && m_text[close] == '\'') {
-                add(Kind::string, at, close + 1);
+            if (const qsizetype literalEnd = characterEnd(at); literalEnd > 0) {
+                add(Kind::string, at, literalEnd);
             } else {
                 qsizetype end = at + 1;
                 while (end < size && isWordByte(m_text[end]))

@@ -339,7 +339,8 @@ ScriptSymbol Parser::symbol(const Found& found) const
     case Found::Detail::extra: symbol.detail = detailText(found.extra->detail); break;
     }
     const Token& first = m_tokens[size_t(found.first)];
-    const Token& last = m_tokens[size_t(std::max(found.last, found.first))];
+    const Token& last
+        = m_tokens[size_t(std::clamp<qsizetype>(found.last, found.first, qsizetype(m_tokens.size()) - 1))];
     symbol.start = first.start();
     symbol.end = last.end();
     symbol.line = m_lines.lineOf(first.start());

@@ -364,7 +364,7 @@ std::vector<Found> Parser::members(qsizetype open, qsizetype close, int depth)
         } else if (isPunct(j, '[')) {
             const qsizetype computedClose = closing(j, close);
             name = text(j, std::min(computedClose, close - 1));
-            j = computedClose + 1;
+            j = std::min(computedClose + 1, close);
         } else {
             j = start + 1;
             continue;
@@ -444,7 +444,7 @@ std::vector<Found> Parser::objectMembers(qsizetype open, qsizetype close, int de
         } else if (isPunct(j, '[')) {
             const qsizetype computedClose = closing(j, close);
             name = text(j, std::min(computedClose, close - 1));
-            j = computedClose + 1;
+            j = std::min(computedClose + 1, close);
         } else {
             j = std::max(nextComma(j, close), start + 1); // a spread or something unknown
             continue;

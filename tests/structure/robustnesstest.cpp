@@ -110,6 +110,20 @@ TEST(ReaderRobustness, DeepNestingReads)
     }
 }
 
+TEST(ReaderRobustness, InputsThatOnceBrokeAReaderRead)
+{
+    // Found by fuzzing: a class body ending in an unclosed computed name; a byte literal "b'" with
+    // no closing quote, once read as ending before it began; a record's fields in brackets never
+    // closed.
+    for (const QByteArray& text : { QByteArray("\x82"
+                                               "d__r\0class\x01\x05"
+                                               "c={clas\0\0\0\0sa\x02\0\0\0\x8f[",
+                                        32),
+             QByteArray("b'\xa9\0", 4), QByteArray("#=#==&#==b''Z\0\0\0\0", 17), QByteArray("b'"),
+             QByteArray("enum 'e(((%K") })
+        readEveryWay(text);
+}
+
 TEST(ReaderRobustness, ALongSingleLineReads)
 {
     QByteArray bundle;

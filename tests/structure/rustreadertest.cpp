@@ -70,6 +70,8 @@ INSTANTIATE_TEST_SUITE_P(Table, RustItems,
             "function f ((s: &'a str)); function g (())" },
         Row { "stringsHoldingBraces", "fn f() { let s = r#\"}\"#; let t = \"}\\\"\"; } fn g() {}",
             "function f (()); function g (())" },
+        Row { "byteCharacters", "fn f() { let a = b'{'; let b = b'\\''; let c = b\"}\"; } fn g() {}",
+            "function f (()); function g (())" },
         Row { "nestedComments", "/* a /* b */ fn hidden() {} */ fn shown() {}", "function shown (())" }),
     [](const auto& info) { return std::string(info.param.name); });
 
