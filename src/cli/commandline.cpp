@@ -36,6 +36,10 @@ const QList<Command>& commands()
                 QStringLiteral("--height"), QStringLiteral("--theme"), QStringLiteral("--size"),
                 QStringLiteral("--keys") },
             snapshot },
+        { QStringLiteral("outline"), QStringLiteral("outline FILE [--json]"),
+            QStringLiteral("Read one page, stylesheet, script, C-family or Rust file into its parts and the "
+                           "links between them"),
+            1, { QStringLiteral("--json") }, {}, outline },
     };
     return list;
 }

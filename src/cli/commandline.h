@@ -42,5 +42,6 @@ int layout(const Arguments& arguments);
 int history(const Arguments& arguments);
 // Needs a QApplication and a display.
 int snapshot(const Arguments& arguments);
+int outline(const Arguments& arguments);
 
 } // namespace Cli
