@@ -1,5 +1,6 @@
 #pragma once
 
+#include "dependencygraph.h"
 #include "scanner.h"
 
 #include <QHash>
@@ -31,6 +32,8 @@ const QList<Command>& commands();
 
 // Scans with a progress bar on a terminal; on failure says why on standard error.
 std::optional<ScanResult> scanFolder(const QString& path);
+// Reads the imports of a scanned tree, with a progress bar on a terminal.
+DependencyGraph readImports(const FileNode& root);
 
 // Runs the headless command line; returns the exit status (0 done, 1 failed, 2 wrong usage).
 int run(const QStringList& arguments);
@@ -39,5 +42,6 @@ int scan(const Arguments& arguments);
 int sexpr(const Arguments& arguments);
 int layout(const Arguments& arguments);
 int history(const Arguments& arguments);
+int imports(const Arguments& arguments);
 
 } // namespace Cli
