@@ -12,15 +12,20 @@ const QList<Command>& commands()
             { QStringLiteral("--json") }, {}, scan },
         { QStringLiteral("layout"),
             QStringLiteral(
-                "layout PATH [--mode city|tree] [--height lines|size|churn|flat] [--scale F] [--json]"),
-            QStringLiteral("Scan a folder and lay it out as a city or a tree: what stands where"), 1,
-            { QStringLiteral("--json") },
+                "layout PATH [--mode city|tree|graph] [--height lines|size|churn|flat] [--scale F] [--json]"),
+            QStringLiteral("Scan a folder and lay it out as a city, a tree or a graph of its imports: what "
+                           "stands where"),
+            1, { QStringLiteral("--json") },
             { QStringLiteral("--mode"), QStringLiteral("--height"), QStringLiteral("--scale") }, layout },
         { QStringLiteral("history"), QStringLiteral("history PATH [--at N|end] [--json] [--no-cache]"),
             QStringLiteral("Read a repository's first-parent history; --at N replays it to commit N and "
                            "lists the files"),
             1, { QStringLiteral("--json"), QStringLiteral("--no-cache") }, { QStringLiteral("--at") },
             history },
+        { QStringLiteral("imports"), QStringLiteral("imports PATH [--json]"),
+            QStringLiteral("Read which file of a folder imports which: counts, the most imported files and "
+                           "import cycles; --json prints the whole graph"),
+            1, { QStringLiteral("--json") }, {}, imports },
         { QStringLiteral("sexpr"), QStringLiteral("sexpr FILE [--json | --summary]"),
             QStringLiteral(
                 "Read an S-expression file such as a KiCad board: its tree, or its top-level lists by name"),

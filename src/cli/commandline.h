@@ -1,5 +1,6 @@
 #pragma once
 
+#include "dependencygraph.h"
 #include "scanner.h"
 
 #include <QHash>
@@ -32,6 +33,8 @@ bool isCommand(const QString& word);
 
 // Scans with a progress bar on a terminal; on failure says why on standard error.
 std::optional<ScanResult> scanFolder(const QString& path);
+// Reads the imports of a scanned tree, with a progress bar on a terminal.
+DependencyGraph readImports(const FileNode& root);
 
 // Runs the headless command line; returns the exit status (0 done, 1 failed, 2 wrong usage).
 int run(const QStringList& arguments);
@@ -43,5 +46,6 @@ int history(const Arguments& arguments);
 // Needs a QApplication and a display.
 int snapshot(const Arguments& arguments);
 int outline(const Arguments& arguments);
+int imports(const Arguments& arguments);
 
 } // namespace Cli

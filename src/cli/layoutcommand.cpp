@@ -1,5 +1,6 @@
 #include "citylayout.h"
 #include "commandline.h"
+#include "graphlayout.h"
 #include "jsonwriter.h"
 #include "terminal.h"
 #include "treelayout.h"
@@ -131,8 +132,8 @@ int layout(const Arguments& arguments)
     bool scaleOk = false;
     const float scale
         = arguments.options.value(QStringLiteral("--scale"), QStringLiteral("1")).toFloat(&scaleOk);
-    if (mode != u"city" && mode != u"tree") {
-        Terminal::err(QStringLiteral("korvane: --mode is city or tree\n"));
+    if (mode != u"city" && mode != u"tree" && mode != u"graph") {
+        Terminal::err(QStringLiteral("korvane: --mode is city, tree or graph\n"));
         return 2;
     }
     if (!height) {
@@ -147,8 +148,13 @@ int layout(const Arguments& arguments)
     if (!scanned)
         return 1;
     const FileNode& root = *scanned->root;
-    const LayoutResult result
-        = mode == u"tree" ? TreeLayout::build(root, *height, scale) : CityLayout::build(root, *height, scale);
+    LayoutResult result;
+    if (mode == u"graph")
+        result = GraphLayout::build(root, readImports(root), *height, scale);
+    else if (mode == u"tree")
+        result = TreeLayout::build(root, *height, scale);
+    else
+        result = CityLayout::build(root, *height, scale);
     if (arguments.flags.contains(QStringLiteral("--json"))) {
         const QByteArray out = json(result);
         Terminal::out(out);

@@ -50,10 +50,10 @@ QString reference(const WebDocument& document, qsizetype id)
 QString outline(const WebDocument& document, const QString& fileName)
 {
     QString text = fileName + QStringLiteral(": ") + document.program + QStringLiteral(", ")
-        + Terminal::grouped(document.stats.lines) + (document.stats.lines == 1 ? u" line"_qs : u" lines"_qs)
-        + QStringLiteral(", ") + Terminal::grouped(qint64(document.nodes.size()))
+        + Format::grouped(document.stats.lines) + (document.stats.lines == 1 ? u" line"_qs : u" lines"_qs)
+        + QStringLiteral(", ") + Format::grouped(qint64(document.nodes.size()))
         + (document.nodes.size() == 1 ? u" part"_qs : u" parts"_qs) + QStringLiteral(", ")
-        + Terminal::grouped(qint64(document.links.size()))
+        + Format::grouped(qint64(document.links.size()))
         + (document.links.size() == 1 ? u" link"_qs : u" links"_qs) + u'\n';
     if (document.truncated)
         text += QStringLiteral("The page is larger than the outline holds; what is shown stops partway.\n");
@@ -76,7 +76,7 @@ QString outline(const WebDocument& document, const QString& fileName)
     text += QStringLiteral("\nStats\n");
     for (const auto& [label, value] : counts)
         text
-            += QStringLiteral("  ") + Terminal::row(QString::fromLatin1(label), Terminal::grouped(value), 14);
+            += QStringLiteral("  ") + Terminal::row(QString::fromLatin1(label), Format::grouped(value), 14);
     return text;
 }
 

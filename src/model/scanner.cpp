@@ -1,6 +1,7 @@
 #include "scanner.h"
 
 #include "git.h"
+#include "parallel.h"
 
 #include <QDir>
 #include <QElapsedTimer>
@@ -30,20 +31,6 @@ QByteArray joinPath(const QByteArray& folder, const QByteArray& relative)
     if (folder.endsWith('/'))
         return folder + relative;
     return folder + '/' + relative;
-}
-
-// Runs body(0) .. body(count - 1) on the given number of threads, the calling one among them.
-void parallelFor(int count, int threads, const std::function<void(int)>& body)
-{
-    std::atomic<int> next = 0;
-    const auto work = [&] {
-        for (int i = next++; i < count; i = next++)
-            body(i);
-    };
-    std::vector<std::jthread> helpers;
-    for (int i = 1; i < threads; ++i)
-        helpers.emplace_back(work);
-    work();
 }
 
 struct Entry {

@@ -120,7 +120,11 @@ INSTANTIATE_TEST_SUITE_P(Cases, FolderGolden,
         GoldenCase { "json", "scan-basic", "scan --json", "scan-basic-json.expected" },
         GoldenCase { "city", "scan-basic", "layout --json", "scan-basic-city.expected" },
         GoldenCase {
-            "treeSummary", "scan-basic", "layout --mode tree --height size", "scan-basic-tree.expected" }),
+            "treeSummary", "scan-basic", "layout --mode tree --height size", "scan-basic-tree.expected" },
+        GoldenCase { "imports", "imports-basic", "imports", "imports-basic.expected" },
+        GoldenCase { "importsJson", "imports-basic", "imports --json", "imports-basic-json.expected" },
+        GoldenCase {
+            "graphSummary", "imports-basic", "layout --mode graph", "imports-basic-graph.expected" }),
     [](const auto& info) { return std::string(info.param.name); });
 
 class SexprGolden : public testing::TestWithParam<GoldenCase> { };
@@ -189,14 +193,18 @@ INSTANTIATE_TEST_SUITE_P(Table, CommandLineUsage,
             KORVANE_TEST_DATA "/scan-basic/empty.txt holds no S-expression.\n" },
         UsageCase { "sexprTwoForms", { u"sexpr"_s, u"x"_s, u"--json"_s, u"--summary"_s }, 2, "",
             "korvane: --json and --summary go one at a time" },
-        UsageCase { "layoutMode", { u"layout"_s, u"."_s, u"--mode"_s, u"graph"_s }, 2, "",
-            "korvane: --mode is city or tree" },
+        UsageCase { "layoutMode", { u"layout"_s, u"."_s, u"--mode"_s, u"map"_s }, 2, "",
+            "korvane: --mode is city, tree or graph" },
         UsageCase { "layoutHeight", { u"layout"_s, u"."_s, u"--height"_s, u"tall"_s }, 2, "",
             "korvane: --height is lines, size, churn or flat" },
         UsageCase { "layoutScale", { u"layout"_s, u"."_s, u"--scale"_s, u"-1"_s }, 2, "",
             "korvane: --scale takes a number above 0" },
         UsageCase {
             "layoutOfMissingFolder", { u"layout"_s, u"/no/such"_s }, 1, "", "/no/such is not a folder.\n" },
+        UsageCase {
+            "importsOfMissingFolder", { u"imports"_s, u"/no/such"_s }, 1, "", "/no/such is not a folder.\n" },
+        UsageCase { "importsWithoutFolder", { u"imports"_s, u"--json"_s }, 2, "",
+            "korvane: usage: korvane imports PATH [--json]" },
         UsageCase { "historyOfMissingFolder", { u"history"_s, u"/no/such"_s }, 1, "",
             "such is not a git repository.\n" },
         UsageCase { "historyAtNonsense", { u"history"_s, u"."_s, u"--at"_s, u"soon"_s }, 2, "",

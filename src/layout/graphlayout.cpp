@@ -1,0 +1,233 @@
+#include "graphlayout.h"
+
+#include <QHash>
+
+#include <algorithm>
+#include <cmath>
+
+namespace GraphLayout {
+
+namespace {
+
+constexpr float goldenAngle = 2.399963f;
+
+// The radius of the start spiral: it grows with the square root of the file count, so the starting
+// density is the same for any graph.
+float spiralRadius(size_t n)
+{
+    return std::sqrt(float(n)) * 2.6f;
+}
+
+// Grid coordinates truncate towards zero, as an integer conversion does; far-off values are held
+// to a range where the conversion is defined.
+qint32 cellOf(float value, float cellSize)
+{
+    const float cell = std::clamp(value / cellSize, -1e9f, 1e9f);
+    return std::isfinite(cell) ? qint32(cell) : 0;
+}
+
+struct Cell {
+    qint32 row; // z
+    qint32 column; // x
+    qint32 file;
+
+    bool operator<(const Cell& other) const
+    {
+        if (row != other.row)
+            return row < other.row;
+        if (column != other.column)
+            return column < other.column;
+        return file < other.file;
+    }
+};
+
+} // namespace
+
+Forces::Forces(const DependencyGraph& graph)
+    : m_graph(graph)
+{
+    const size_t n = graph.files.size();
+    const float r0 = spiralRadius(n);
+    m_k = n > 0 ? std::max(r0 / std::sqrt(float(n)) * 2.2f, 2.2f) : 2.2f;
+    m_iterations = n < 701 ? 260 : 160;
+    positions.resize(n);
+    velocities.resize(n);
+    m_displacement.resize(n);
+    for (size_t i = 0; i < n; ++i) {
+        const float r = r0 * std::sqrt(float(i) + 0.5f) / std::sqrt(float(n));
+        const float angle = float(i) * goldenAngle;
+        positions[i] = { r * std::cos(angle), r * std::sin(angle) };
+    }
+    QHash<const FileNode*, qint32> groups;
+    m_group.reserve(n);
+    for (const FileNode* file : graph.files) {
+        const auto known = groups.constFind(file->parent);
+        m_group.push_back(known != groups.cend() ? *known : (groups[file->parent] = m_groupCount++));
+    }
+}
+
+void Forces::repel()
+{
+    // Only files in the 3 × 3 block of grid cells around a file push it: one pass costs the file
+    // count times the crowding of a cell, not its square. The cells are runs of a sorted list.
+    const size_t n = positions.size();
+    const float cellSize = 2 * m_k;
+    const float strength = m_k * m_k * 0.6f;
+    std::vector<Cell> cells(n);
+    for (size_t i = 0; i < n; ++i)
+        cells[i] = { cellOf(positions[i].z, cellSize), cellOf(positions[i].x, cellSize), qint32(i) };
+    std::sort(cells.begin(), cells.end());
+    const auto rowStart = [&](qint32 row, qint32 column) {
+        return std::lower_bound(cells.begin(), cells.end(), Cell { row, column, -1 });
+    };
+    for (auto run = cells.begin(); run != cells.end();) {
+        auto runEnd = run;
+        while (runEnd != cells.end() && runEnd->row == run->row && runEnd->column == run->column)
+            ++runEnd;
+        std::pair<std::vector<Cell>::iterator, std::vector<Cell>::iterator> block[3];
+        for (int dz = -1; dz <= 1; ++dz) {
+            const qint32 row = run->row + dz;
+            block[dz + 1] = { rowStart(row, run->column - 1), rowStart(row, run->column + 2) };
+        }
+        for (auto at = run; at != runEnd; ++at) {
+            const auto i = size_t(at->file);
+            const Point p = positions[i];
+            Point push;
+            for (const auto& [from, to] : block) {
+                for (auto other = from; other != to; ++other) {
+                    const auto j = size_t(other->file);
+                    if (j == i)
+                        continue;
+                    float dx = p.x - positions[j].x;
+                    float dz = p.z - positions[j].z;
+                    float dist = std::sqrt(dx * dx + dz * dz);
+                    if (dist < 0.0001f) {
+                        // Coincident files part along a direction fixed by their indices.
+                        dx = float(qint64(i % 7) - 3);
+                        dz = float(qint64(j % 7) - 3);
+                        dist = 0.1f;
+                    }
+                    const float scale = strength / (dist * dist);
+                    push.x += dx * scale;
+                    push.z += dz * scale;
+                }
+            }
+            m_displacement[i].x += push.x;
+            m_displacement[i].z += push.z;
+        }
+        run = runEnd;
+    }
+}
+
+void Forces::step(int iteration)
+{
+    const size_t n = positions.size();
+    std::fill(m_displacement.begin(), m_displacement.end(), Point {});
+    repel();
+
+    for (const auto& [from, to] : m_graph.edges) {
+        Point& a = m_displacement[size_t(from)];
+        Point& b = m_displacement[size_t(to)];
+        const float dx = positions[size_t(to)].x - positions[size_t(from)].x;
+        const float dz = positions[size_t(to)].z - positions[size_t(from)].z;
+        const float dist = std::max(std::sqrt(dx * dx + dz * dz), 0.001f);
+        const float pull = dist / m_k * 0.06f; // (d / dist) × dist² / k × 0.06
+        a.x += dx * pull;
+        a.z += dz * pull;
+        b.x -= dx * pull;
+        b.z -= dz * pull;
+    }
+
+    const auto groups = static_cast<size_t>(m_groupCount);
+    std::vector<double> sumX(groups), sumZ(groups);
+    std::vector<qint32> members(groups);
+    for (size_t i = 0; i < n; ++i) {
+        const auto g = size_t(m_group[i]);
+        sumX[g] += positions[i].x;
+        sumZ[g] += positions[i].z;
+        ++members[g];
+    }
+    for (size_t i = 0; i < n; ++i) {
+        const auto g = size_t(m_group[i]);
+        const auto centreX = float(sumX[g] / members[g]);
+        const auto centreZ = float(sumZ[g] / members[g]);
+        m_displacement[i].x += (centreX - positions[i].x) * 0.02f - positions[i].x * 0.004f;
+        m_displacement[i].z += (centreZ - positions[i].z) * 0.02f - positions[i].z * 0.004f;
+    }
+
+    const float temperature = m_k * 1.2f * (1 - float(iteration) / float(m_iterations)) + 0.05f;
+    for (size_t i = 0; i < n; ++i) {
+        Point& v = velocities[i];
+        v.x = (v.x + m_displacement[i].x * 0.02f) * 0.82f;
+        v.z = (v.z + m_displacement[i].z * 0.02f) * 0.82f;
+        const float speed = std::sqrt(v.x * v.x + v.z * v.z);
+        if (speed > temperature) {
+            v.x *= temperature / speed;
+            v.z *= temperature / speed;
+        }
+        positions[i].x += v.x;
+        positions[i].z += v.z;
+    }
+}
+
+void Forces::run()
+{
+    for (int iteration = 0; iteration < m_iterations; ++iteration)
+        step(iteration);
+}
+
+LayoutResult build(const FileNode& root, const DependencyGraph& graph, HeightMode height, float scale)
+{
+    LayoutResult result;
+    result.metric = { height, 1 };
+    if (graph.files.empty() || graph.root != &root)
+        return result;
+    const size_t n = graph.files.size();
+    Forces forces(graph);
+    forces.run();
+
+    double maxValue = 1;
+    if (height != HeightMode::flat) {
+        for (const FileNode* file : graph.files)
+            maxValue = std::max(maxValue, heightMeasure(*file, height));
+    }
+    const float peak = scale * std::clamp(spiralRadius(n) * 0.5f, 6.0f, 26.0f);
+    result.peak = peak;
+    result.metric = { height, maxValue };
+    result.placements.reserve(n);
+    for (size_t i = 0; i < n; ++i) {
+        const FileNode& file = *graph.files[i];
+        const double t = height == HeightMode::flat
+            ? 0.12
+            : std::pow(std::max(heightMeasure(file, height), 0.0) / maxValue, 0.62);
+        const float tall = std::max(peak * float(t) + 0.2f, 0.2f);
+        const float width = std::min(std::sqrt(float(graph.incoming[i].size())) * 0.24f + 0.75f, 2.4f);
+        const Point at = forces.positions[i];
+        result.placements.push_back({ &file, PlacementKind::building, { at.x, 0, at.z },
+            { width, tall, width }, tall > 0.3f * peak, 1, false });
+        if (!result.tallest || tall > result.tallest->size.y)
+            result.tallest = result.placements.back();
+    }
+
+    // Links run roof to roof, so that buildings in front of them never hide them.
+    result.edges.reserve(graph.edges.size());
+    result.edgeEnds.reserve(graph.edges.size());
+    for (const auto& [from, to] : graph.edges) {
+        const Placement& a = result.placements[size_t(from)];
+        const Placement& b = result.placements[size_t(to)];
+        result.edges.push_back({ { a.base.x, a.size.y, a.base.z }, { b.base.x, b.size.y, b.base.z } });
+        result.edgeEnds.push_back({ a.file, b.file });
+    }
+
+    result.computeBounds();
+    // The ground is a square around everything, one ideal distance wider on each side.
+    const double margin = forces.idealDistance();
+    const double side
+        = std::max(result.maxBound.x - result.minBound.x, result.maxBound.z - result.minBound.z) + 2 * margin;
+    const double centreX = (double(result.minBound.x) + result.maxBound.x) / 2;
+    const double centreZ = (double(result.minBound.z) + result.maxBound.z) / 2;
+    result.ground = { centreX - side / 2, centreZ - side / 2, side, side };
+    return result;
+}
+
+} // namespace GraphLayout

@@ -1,0 +1,50 @@
+#pragma once
+
+#include "dependencygraph.h"
+#include "layoutresult.h"
+
+#include <vector>
+
+namespace GraphLayout {
+
+struct Point {
+    float x = 0;
+    float z = 0;
+};
+
+// The force simulation behind the imports view, one file a body: every file pushes its neighbours
+// away, every import pulls its two files together, files of one folder drift to their folder's
+// centre and everything is drawn gently to the origin, with a step length that cools to nothing.
+// There is no randomness: the files start on a sunflower spiral in index order, so the same graph
+// always settles the same way.
+class Forces {
+public:
+    explicit Forces(const DependencyGraph& graph);
+
+    int iterations() const { return m_iterations; }
+    float idealDistance() const { return m_k; }
+
+    // One iteration, 0-based: the step length shrinks as `iteration` nears iterations().
+    void step(int iteration);
+    void run();
+
+    std::vector<Point> positions;
+    std::vector<Point> velocities;
+
+private:
+    void repel();
+
+    const DependencyGraph& m_graph;
+    float m_k;
+    int m_iterations;
+    std::vector<Point> m_displacement;
+    std::vector<qint32> m_group; // per file: the index of its folder among the folders met
+    qint32 m_groupCount = 0;
+};
+
+// One building per file of the graph, where the simulation leaves it; wider the more files import
+// it, and a line for each import from the importer's roof to the imported file's roof. `root` is
+// the tree the graph was read from: a graph of another tree gives an empty result.
+LayoutResult build(const FileNode& root, const DependencyGraph& graph, HeightMode height, float scale = 1);
+
+} // namespace GraphLayout

@@ -1,0 +1,4 @@
+from .helpers import run
+import os
+
+run()

@@ -1,0 +1,3 @@
+import gone from "../missing";
+
+export const b = 2;
