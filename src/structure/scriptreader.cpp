@@ -248,7 +248,7 @@ Reading read(QByteArrayView utf8)
     // children: the rest of the text changes nothing, and is not scanned.
     std::vector<Found> found = parser.parse(0, qsizetype(tokens.size()), 0, size_t(symbolBudget) + 1);
     qsizetype budget = symbolBudget;
-    reading.truncated = keepWithin(found, budget);
+    reading.truncated = trim(found, budget);
     for (const Found& top : found) {
         if (top.kept)
             reading.symbols.push_back(parser.symbol(top));

@@ -449,7 +449,7 @@ Reading read(QByteArrayView utf8)
     Cursor cursor(utf8);
     std::vector<Found> found = cursor.block(0, false, nullptr);
     qsizetype budget = ruleBudget;
-    reading.truncated = keepWithin(found, budget);
+    reading.truncated = trim(found, budget);
     for (const Found& rule : found) {
         if (rule.kept)
             reading.rules.push_back(cursor.rule(rule));
