@@ -25,7 +25,7 @@ public:
     explicit Tokeniser(QByteArrayView text)
         : m_text(text)
     {
-        m_tokens.reserve(size_t(text.size() / 5));
+        m_tokens.reserve(size_t(text.size() / 2)); // more than real code needs: it never grows
     }
     std::vector<Token> run();
 

@@ -321,8 +321,9 @@ ScriptSymbol Parser::symbol(const Found& found) const
 {
     ScriptSymbol symbol;
     symbol.kind = found.kind;
-    symbol.name
-        = found.nameToken >= 0 ? SourceText::unquoted(text(found.nameToken)).toByteArray() : found.name;
+    symbol.name = found.nameToken >= 0 ? SourceText::unquoted(text(found.nameToken)).toByteArray()
+        : found.extra                  ? found.extra->name
+                                       : QByteArray();
     if (symbol.name.isEmpty())
         symbol.name = "anonymous";
     switch (found.detail) {

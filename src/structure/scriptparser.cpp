@@ -18,7 +18,7 @@ bool isFunctionLike(SKind kind)
 
 } // namespace
 
-std::vector<Found> Parser::parse(qsizetype from, qsizetype to, int depth)
+std::vector<Found> Parser::parse(qsizetype from, qsizetype to, int depth, size_t enough)
 {
     std::vector<Found> found;
     if (depth > depthLimit)
@@ -38,6 +38,8 @@ std::vector<Found> Parser::parse(qsizetype from, qsizetype to, int depth)
         if (isWord(i)) {
             if (std::optional<Parsed> parsed = declaration(i, limit, depth)) {
                 found.push_back(std::move(parsed->found));
+                if (found.size() >= enough)
+                    break;
                 i = std::max(parsed->next, i + 1);
                 continue;
             }
@@ -113,8 +115,6 @@ std::optional<Parser::Parsed> Parser::function(qsizetype from, qsizetype at, qsi
     found.bodyFrom = qint32(k);
     found.bodyTo = found.last;
     found.nameToken = qint32(nameAt);
-    if (nameAt < 0)
-        found.name = "anonymous";
     found.detail = Found::Detail::tokens;
     found.detailFrom = qint32(k);
     found.detailTo = qint32(paramsClose);
@@ -166,8 +166,6 @@ std::optional<Parser::Parsed> Parser::klass(qsizetype from, qsizetype at, qsizet
     found.bodyFrom = qint32(at);
     found.bodyTo = found.last;
     found.nameToken = qint32(nameAt);
-    if (nameAt < 0)
-        found.name = "anonymous";
     if (baseFrom >= 0 && baseTo >= baseFrom) {
         found.more().base = SourceText::collapsed(QByteArrayView(text(baseFrom, baseTo)));
         found.detail = Found::Detail::extends;
@@ -188,7 +186,8 @@ std::optional<Parser::Parsed> Parser::assignment(
         return std::nullopt;
     Found& found = parsed->found;
     found.nameToken = qint32(at);
-    found.name.clear();
+    if (found.extra)
+        found.extra->name.clear();
     if (!member)
         return parsed;
     // obj.name = value: a function there is a method, or a handler when named on…
@@ -206,7 +205,7 @@ std::optional<Parser::Parsed> Parser::assignment(
             found.kind = SKind::handler;
             found.detail = Found::Detail::extra;
             found.nameToken = -1;
-            found.name = extra.event
+            extra.name = extra.event
                 + (receiver.description.isEmpty() ? QByteArray() : " on " + receiver.description);
         } else {
             found.kind = SKind::method;
@@ -263,7 +262,6 @@ std::optional<Parser::Parsed> Parser::arrow(qsizetype from, qsizetype at, qsizet
     found.kind = SKind::arrow;
     found.first = qint32(from);
     found.bodyFrom = qint32(at);
-    found.name = "anonymous";
     found.detail = Found::Detail::arrow;
     found.detailFrom = qint32(at);
     found.detailTo = qint32(paramsTo);
@@ -377,7 +375,8 @@ std::vector<Found> Parser::members(qsizetype open, qsizetype close, int depth)
         }
         const auto named = [&](Found& member) {
             member.nameToken = qint32(nameAt);
-            member.name = name;
+            if (!name.isEmpty())
+                member.more().name = name;
         };
         if (isPunct(j, '(')) {
             if (std::optional<Parsed> parsed = method(start, nameAt, j, close, depth, kind)) {
@@ -451,7 +450,8 @@ std::vector<Found> Parser::objectMembers(qsizetype open, qsizetype close, int de
         }
         const auto named = [&](Found& member) {
             member.nameToken = qint32(nameAt);
-            member.name = name;
+            if (!name.isEmpty())
+                member.more().name = name;
         };
         if (isPunct(j, '(')) {
             if (std::optional<Parsed> parsed = method(start, nameAt, j, close, depth, kind)) {
@@ -537,7 +537,7 @@ std::optional<Parser::Parsed> Parser::listener(qsizetype at, qsizetype limit, in
     const Receiver receiver = isPunct(at - 1, '.') ? element(at - 1) : Receiver {};
     extra.selectors = receiver.selectors;
     extra.tag = receiver.tag;
-    found.name
+    extra.name
         = extra.event + (receiver.description.isEmpty() ? QByteArray() : " on " + receiver.description);
     const qsizetype next = found.last + 1;
     return Parsed { std::move(found), next };

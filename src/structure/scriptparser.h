@@ -15,6 +15,7 @@ namespace ScriptReader {
 
 // What a handler or class carries beyond the common fields.
 struct Extra {
+    QByteArray name; // when no token names it: a handler, a computed member name
     QByteArray detail;
     QByteArray base;
     QByteArray tag;
@@ -35,10 +36,9 @@ struct Found {
     qint32 last = 0;
     qint32 bodyFrom = 0; // the tokens whose references belong to it, inclusive
     qint32 bodyTo = -1;
-    qint32 nameToken = -1; // the token that names it, or -1 for `name`
+    qint32 nameToken = -1; // the token that names it; without one, the extra's name or "anonymous"
     qint32 detailFrom = 0;
     qint32 detailTo = -1;
-    QByteArray name;
     std::unique_ptr<Extra> extra;
     std::vector<Found> children;
 
@@ -54,7 +54,8 @@ class Parser {
 public:
     Parser(QByteArrayView source, const std::vector<Token>& tokens, const std::vector<qint32>& match);
 
-    std::vector<Found> parse(qsizetype from, qsizetype to, int depth);
+    // Stops once `enough` declarations are found at this level.
+    std::vector<Found> parse(qsizetype from, qsizetype to, int depth, size_t enough = SIZE_MAX);
     ScriptSymbol symbol(const Found& found) const;
 
 private:

@@ -41,7 +41,9 @@ public:
     explicit Tokenizer(QByteArrayView text)
         : m_text(text)
     {
-        m_tokens.reserve(size_t(text.size() / 3)); // minified code has a token every three bytes or so
+        // No token is shorter than a byte, so this never grows; the pages of what is not used are
+        // never touched, and cost no memory.
+        m_tokens.reserve(size_t(text.size()));
     }
 
     std::vector<Token> run();
@@ -242,9 +244,11 @@ Reading read(QByteArrayView utf8)
         return reading;
     const std::vector<qint32> match = brackets(tokens, utf8);
     Parser parser(utf8, tokens, match);
-    std::vector<Found> found = parser.parse(0, qsizetype(tokens.size()), 0);
+    // Once the top level alone passes the budget, the symbols kept are its first ones, without
+    // children: the rest of the text changes nothing, and is not scanned.
+    std::vector<Found> found = parser.parse(0, qsizetype(tokens.size()), 0, size_t(symbolBudget) + 1);
     qsizetype budget = symbolBudget;
-    reading.truncated = keepWithin(found, budget);
+    reading.truncated = trim(found, budget);
     for (const Found& top : found) {
         if (top.kept)
             reading.symbols.push_back(parser.symbol(top));

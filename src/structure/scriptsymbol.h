@@ -34,7 +34,7 @@ QString scriptSymbolKindName(ScriptSymbol::Kind kind);
 // Keeps the first `budget` entries of a tree, walking it depth-first: each list keeps as many as the
 // remaining budget allows, then its kept entries' children share what is left. Marks rather than
 // removes, so that dropped entries still mark where their text was. Returns whether any was dropped.
-template <typename Entry> bool keepWithin(std::vector<Entry>& list, qsizetype& budget)
+template <typename Entry> bool trim(std::vector<Entry>& list, qsizetype& budget)
 {
     bool dropped = false;
     const qsizetype kept = std::min<qsizetype>(std::max<qsizetype>(budget, 0), qsizetype(list.size()));
@@ -43,6 +43,6 @@ template <typename Entry> bool keepWithin(std::vector<Entry>& list, qsizetype& b
         list[size_t(i)].kept = i < kept;
     dropped = kept < qsizetype(list.size());
     for (qsizetype i = 0; i < kept; ++i)
-        dropped = keepWithin(list[size_t(i)].children, budget) || dropped;
+        dropped = trim(list[size_t(i)].children, budget) || dropped;
     return dropped;
 }

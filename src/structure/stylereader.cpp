@@ -235,6 +235,8 @@ std::vector<Found> Cursor::block(int depth, bool inKeyframes, Found* owner)
                     statement.preludeTo = m_at;
                     statement.end = m_at + 1;
                     rules.push_back(std::move(statement));
+                    if (depth == 0 && qsizetype(rules.size()) > ruleBudget)
+                        return rules;
                 } else if (owner) {
                     owner->loose.emplace_back(preludeStart, m_at);
                 }
@@ -262,6 +264,8 @@ std::vector<Found> Cursor::block(int depth, bool inKeyframes, Found* owner)
             found.end = m_at;
             rules.push_back(std::move(found));
             preludeStart = -1;
+            if (depth == 0 && qsizetype(rules.size()) > ruleBudget)
+                return rules; // beyond the budget the top level alone decides what is kept
             continue;
         }
         if (preludeStart < 0)
@@ -445,7 +449,7 @@ Reading read(QByteArrayView utf8)
     Cursor cursor(utf8);
     std::vector<Found> found = cursor.block(0, false, nullptr);
     qsizetype budget = ruleBudget;
-    reading.truncated = keepWithin(found, budget);
+    reading.truncated = trim(found, budget);
     for (const Found& rule : found) {
         if (rule.kept)
             reading.rules.push_back(cursor.rule(rule));

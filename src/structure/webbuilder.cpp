@@ -136,9 +136,9 @@ Builder::Id Builder::addElement(const MarkupElement& top, Parent topParent)
             elementsByClass[QString::fromUtf8(name).toLower()].append(id);
 
         if (element->kind == MarkupElement::Kind::style) {
-            addStylesheet(element->code, QStringLiteral("Style"), element->codeLine, std::nullopt);
+            readStylesheet(element->code, QStringLiteral("Style"), element->codeLine, std::nullopt);
         } else if (element->kind == MarkupElement::Kind::script && holdsScript(element->type)) {
-            addScript(element->code, element->codeLine);
+            readScript(element->code, element->codeLine);
         }
         for (auto child = element->children.rbegin(); child != element->children.rend(); ++child)
             pending.emplace_back(&*child, id);
@@ -227,7 +227,7 @@ Builder::Id Builder::addSymbol(const ScriptSymbol& symbol, qint64 offset, Parent
     return id;
 }
 
-Builder::Id Builder::addScript(QByteArrayView utf8, qint64 offset)
+Builder::Id Builder::readScript(QByteArrayView utf8, qint64 offset)
 {
     const ScriptReader::Reading reading = ScriptReader::read(utf8);
     document.truncated = document.truncated || reading.truncated;
@@ -248,7 +248,8 @@ Builder::Id Builder::addScript(QByteArrayView utf8, qint64 offset)
     return id;
 }
 
-Builder::Id Builder::addStylesheet(QByteArrayView utf8, const QString& rootName, qint64 offset, Parent parent)
+Builder::Id Builder::readStylesheet(
+    QByteArrayView utf8, const QString& rootName, qint64 offset, Parent parent)
 {
     const StyleReader::Reading reading = StyleReader::read(utf8);
     document.truncated = document.truncated || reading.truncated;

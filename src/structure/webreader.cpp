@@ -142,9 +142,9 @@ std::optional<WebDocument> read(QByteArrayView utf8, QStringView pathExtension)
     case Source::rust: readRust(builder, utf8); break;
     case Source::page: readPage(builder, utf8); break;
     case Source::stylesheet:
-        builder.addStylesheet(utf8, QStringLiteral("Stylesheet"), 0, std::nullopt);
+        builder.readStylesheet(utf8, QStringLiteral("Stylesheet"), 0, std::nullopt);
         break;
-    case Source::script: builder.addScript(utf8, 0); break;
+    case Source::script: builder.readScript(utf8, 0); break;
     }
     builder.gatherEvents();
     builder.link();

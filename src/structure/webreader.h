@@ -47,9 +47,9 @@ public:
     Id addSymbol(const ScriptSymbol& symbol, qint64 offset, Parent parent, Parent owner);
 
     // A root for a script's text and its top-level symbols.
-    Id addScript(QByteArrayView utf8, qint64 offset);
+    Id readScript(QByteArrayView utf8, qint64 offset);
     // A root for a stylesheet's text and its rules.
-    Id addStylesheet(QByteArrayView utf8, const QString& rootName, qint64 offset, Parent parent);
+    Id readStylesheet(QByteArrayView utf8, const QString& rootName, qint64 offset, Parent parent);
 
     // The finishing passes, in this order.
     void gatherEvents(); // handlers under an "Events" root, by event
