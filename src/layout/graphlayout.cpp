@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstring>
 
 namespace GraphLayout {
 
@@ -24,6 +25,18 @@ qint32 cellOf(float value, float cellSize)
 {
     const float cell = std::clamp(value / cellSize, -1e9f, 1e9f);
     return std::isfinite(cell) ? qint32(cell) : 0;
+}
+
+// Four files at a time, in one SSE register.
+constexpr size_t lanes = 4;
+using Floats = float __attribute__((vector_size(lanes * sizeof(float))));
+using Ints = qint32 __attribute__((vector_size(lanes * sizeof(qint32))));
+
+inline Floats load(const float* at)
+{
+    Floats values;
+    std::memcpy(&values, at, sizeof values);
+    return values;
 }
 
 struct Cell {
@@ -69,7 +82,9 @@ Forces::Forces(const DependencyGraph& graph)
 void Forces::repel()
 {
     // Only files in the 3 × 3 block of grid cells around a file push it: one pass costs the file
-    // count times the crowding of a cell, not its square. The cells are runs of a sorted list.
+    // count times the crowding of a cell, not its square. The files are sorted by cell, so a cell is
+    // a run of the sorted list and a row of three cells one stretch of it; their coordinates are
+    // copied in that order, so the innermost loop reads memory straight through.
     const size_t n = positions.size();
     const float cellSize = 2 * m_k;
     const float strength = m_k * m_k * 0.6f;
@@ -77,43 +92,65 @@ void Forces::repel()
     for (size_t i = 0; i < n; ++i)
         cells[i] = { cellOf(positions[i].z, cellSize), cellOf(positions[i].x, cellSize), qint32(i) };
     std::sort(cells.begin(), cells.end());
+    std::vector<float> xs(n + lanes), zs(n + lanes);
+    for (size_t s = 0; s < n; ++s) {
+        xs[s] = positions[size_t(cells[s].file)].x;
+        zs[s] = positions[size_t(cells[s].file)].z;
+    }
     const auto rowStart = [&](qint32 row, qint32 column) {
-        return std::lower_bound(cells.begin(), cells.end(), Cell { row, column, -1 });
+        return size_t(std::lower_bound(cells.begin(), cells.end(), Cell { row, column, -1 }) - cells.begin());
     };
-    for (auto run = cells.begin(); run != cells.end();) {
-        auto runEnd = run;
-        while (runEnd != cells.end() && runEnd->row == run->row && runEnd->column == run->column)
+    for (size_t run = 0; run < n;) {
+        size_t runEnd = run;
+        while (runEnd < n && cells[runEnd].row == cells[run].row && cells[runEnd].column == cells[run].column)
             ++runEnd;
-        std::pair<std::vector<Cell>::iterator, std::vector<Cell>::iterator> block[3];
+        std::pair<size_t, size_t> block[3];
         for (int dz = -1; dz <= 1; ++dz) {
-            const qint32 row = run->row + dz;
-            block[dz + 1] = { rowStart(row, run->column - 1), rowStart(row, run->column + 2) };
+            const qint32 row = cells[run].row + dz;
+            block[dz + 1] = { rowStart(row, cells[run].column - 1), rowStart(row, cells[run].column + 2) };
         }
-        for (auto at = run; at != runEnd; ++at) {
-            const auto i = size_t(at->file);
-            const Point p = positions[i];
-            Point push;
+        for (size_t at = run; at < runEnd; ++at) {
+            const float px = xs[at], pz = zs[at];
+            // Running sums, one a lane, added up in a fixed order: the result is the same on every
+            // run. Files closer than 0.0001, the file itself among them, are counted instead.
+            Floats pushX {}, pushZ {}, coincident {};
             for (const auto& [from, to] : block) {
-                for (auto other = from; other != to; ++other) {
-                    const auto j = size_t(other->file);
-                    if (j == i)
-                        continue;
-                    float dx = p.x - positions[j].x;
-                    float dz = p.z - positions[j].z;
-                    float dist = std::sqrt(dx * dx + dz * dz);
-                    if (dist < 0.0001f) {
-                        // Coincident files part along a direction fixed by their indices.
-                        dx = float(qint64(i % 7) - 3);
-                        dz = float(qint64(j % 7) - 3);
-                        dist = 0.1f;
-                    }
-                    const float scale = strength / (dist * dist);
-                    push.x += dx * scale;
-                    push.z += dz * scale;
+                // The last group reads past the stretch, into the padding at worst, and is masked.
+                for (size_t s = from; s < to; s += lanes) {
+                    const Ints index = Ints { 0, 1, 2, 3 } + qint32(s);
+                    const Floats counted = __builtin_convertvector(-Ints(index < qint32(to)), Floats);
+                    const Floats dx = px - load(&xs[s]);
+                    const Floats dz = pz - load(&zs[s]);
+                    const Floats squared = dx * dx + dz * dz;
+                    const Floats apart = __builtin_convertvector(-Ints(squared >= 1e-8f), Floats); // 0.0001²
+                    const Floats scale = strength / (squared + 1e-30f) * apart * counted;
+                    coincident += (1 - apart) * counted;
+                    pushX += dx * scale;
+                    pushZ += dz * scale;
                 }
             }
-            m_displacement[i].x += push.x;
-            m_displacement[i].z += push.z;
+            float sumX = 0, sumZ = 0, near = 0;
+            for (size_t lane = 0; lane < lanes; ++lane) {
+                sumX += pushX[lane];
+                sumZ += pushZ[lane];
+                near += coincident[lane];
+            }
+            const auto i = size_t(cells[at].file);
+            if (near > 1.5f) {
+                // Coincident files part along a direction fixed by their indices, as if 0.1 apart.
+                for (const auto& [from, to] : block) {
+                    for (size_t s = from; s < to; ++s) {
+                        const auto j = size_t(cells[s].file);
+                        const float dx = px - xs[s], dz = pz - zs[s];
+                        if (j == i || dx * dx + dz * dz >= 1e-8f)
+                            continue;
+                        sumX += float(qint64(i % 7) - 3) * strength / 0.01f;
+                        sumZ += float(qint64(j % 7) - 3) * strength / 0.01f;
+                    }
+                }
+            }
+            m_displacement[i].x += sumX;
+            m_displacement[i].z += sumZ;
         }
         run = runEnd;
     }

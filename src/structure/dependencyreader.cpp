@@ -311,26 +311,45 @@ std::optional<DependencyGraph> build(
     std::vector<std::vector<std::optional<qint32>>> targets(candidates.size());
     std::vector<std::vector<qint32>> typeTargets(candidates.size());
     PhaseProgress linking(progress, QStringLiteral("Linking files"), count);
-    parallelFor(count, workerCount(), [&](int c) {
-        if (cancelled())
-            return;
-        const Candidate& candidate = candidates[size_t(c)];
-        const FileRead& file = reads[size_t(c)];
-        const FileNode* parent = graph.files[size_t(candidate.index)]->parent;
-        const std::string from = parent ? Utf8Text::lower(parent->relativePath.toUtf8()) : std::string();
-        for (const Reference& reference : file.references)
-            targets[size_t(c)].push_back(resolve(reference, from, *candidate.language, lookup));
-        // A Swift file is linked to the file that declares a type it uses, unless it declares one of
-        // that name itself.
-        for (const QByteArray& word : file.used) {
-            const auto declared = declarations.find(std::string_view(word.constData(), size_t(word.size())));
-            if (declared == declarations.end())
-                continue;
-            if (std::find(declared->second.begin(), declared->second.end(), candidate.index)
-                == declared->second.end())
-                typeTargets[size_t(c)].push_back(declared->second.front());
+    // Files of one folder, next to each other in tree order, often import the same names: each
+    // stretch of files keeps the answers it found.
+    const int stretches = std::min(count, workerCount() * 8);
+    parallelFor(stretches, workerCount(), [&](int stretch) {
+        StringMap<std::optional<qint32>> known;
+        std::string key;
+        for (int c = int(qint64(count) * stretch / stretches);
+             c < int(qint64(count) * (stretch + 1) / stretches); ++c) {
+            if (cancelled())
+                return;
+            const Candidate& candidate = candidates[size_t(c)];
+            const FileRead& file = reads[size_t(c)];
+            const FileNode* parent = graph.files[size_t(candidate.index)]->parent;
+            const QByteArray from = parent ? parent->relativePath.toUtf8() : QByteArray();
+            for (const Reference& reference : file.references) {
+                key.assign(candidate.language->name).append(1, reference.relative ? '\1' : '\0');
+                key.append(from.constData(), size_t(from.size())).append(1, '\0');
+                key.append(reference.name.constData(), size_t(reference.name.size()));
+                auto answer = known.find(key);
+                if (answer == known.end()) {
+                    const std::string_view folder(from.constData(), size_t(from.size()));
+                    answer
+                        = known.emplace(key, resolve(reference, folder, *candidate.language, lookup)).first;
+                }
+                targets[size_t(c)].push_back(answer->second);
+            }
+            // A Swift file is linked to the file that declares a type it uses, unless it declares one
+            // of that name itself.
+            for (const QByteArray& word : file.used) {
+                const auto declared
+                    = declarations.find(std::string_view(word.constData(), size_t(word.size())));
+                if (declared == declarations.end())
+                    continue;
+                if (std::find(declared->second.begin(), declared->second.end(), candidate.index)
+                    == declared->second.end())
+                    typeTargets[size_t(c)].push_back(declared->second.front());
+            }
+            linking.step();
         }
-        linking.step();
     });
     if (cancelled())
         return std::nullopt;
