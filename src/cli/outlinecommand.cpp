@@ -1,4 +1,5 @@
 #include "commandline.h"
+#include "fuzzy.h"
 #include "jsonwriter.h"
 #include "terminal.h"
 #include "webreader.h"
@@ -47,7 +48,22 @@ QString reference(const WebDocument& document, qsizetype id)
     return u'#' + QString::number(id) + u' ' + document.nodes[size_t(id)].name;
 }
 
-QString outline(const WebDocument& document, const QString& fileName)
+// The parts whose names match a loose query, in document order; none for a blank query (no filter).
+std::optional<QSet<qsizetype>> matching(const WebDocument& document, const QString& query)
+{
+    const QStringList terms = Fuzzy::terms(query);
+    if (terms.isEmpty())
+        return std::nullopt;
+    QSet<qsizetype> found;
+    for (const Node& node : document.nodes) {
+        if (Fuzzy::matches(terms, node.name))
+            found.insert(node.id);
+    }
+    return found;
+}
+
+QString outline(const WebDocument& document, const QString& fileName,
+    const std::optional<QSet<qsizetype>>& only, const QString& query)
 {
     QString text = fileName + QStringLiteral(": ") + document.program + QStringLiteral(", ")
         + Format::grouped(document.stats.lines) + (document.stats.lines == 1 ? u" line"_qs : u" lines"_qs)
@@ -58,14 +74,25 @@ QString outline(const WebDocument& document, const QString& fileName)
     if (document.truncated)
         text += QStringLiteral("The page is larger than the outline holds; what is shown stops partway.\n");
     const qsizetype idWidth = QString::number(qint64(document.nodes.size()) - 1).size();
+    if (only)
+        text += Format::grouped(only->size())
+            + (only->size() == 1 ? u" part matches \""_qs : u" parts match \""_qs) + query
+            + QStringLiteral("\"\n");
     text += u'\n';
-    for (const qsizetype id : document.drawn)
-        text += row(document.nodes[size_t(id)], idWidth);
-    if (!document.links.empty()) {
+    const auto shown = [&](qsizetype id) { return !only || only->contains(id); };
+    for (const qsizetype id : document.drawn) {
+        if (shown(id))
+            text += row(document.nodes[size_t(id)], idWidth);
+    }
+    // Under a filter, the links that touch a matching part.
+    const bool anyLink = std::any_of(document.links.begin(), document.links.end(),
+        [&](const WebDocument::Link& link) { return shown(link.from) || shown(link.to); });
+    if (anyLink) {
         text += QStringLiteral("\nLinks\n");
         for (const WebDocument::Link& link : document.links)
-            text += QStringLiteral("  ") + reference(document, link.from) + QStringLiteral("  ")
-                + linkKindName(link.kind) + QStringLiteral("  ") + reference(document, link.to) + u'\n';
+            if (shown(link.from) || shown(link.to))
+                text += QStringLiteral("  ") + reference(document, link.from) + QStringLiteral("  ")
+                    + linkKindName(link.kind) + QStringLiteral("  ") + reference(document, link.to) + u'\n';
     }
     const WebDocument::Stats& stats = document.stats;
     const std::pair<const char*, qint64> counts[] { { "Lines", stats.lines },
@@ -75,8 +102,7 @@ QString outline(const WebDocument& document, const QString& fileName)
         { "Styles", stats.styles } };
     text += QStringLiteral("\nStats\n");
     for (const auto& [label, value] : counts)
-        text
-            += QStringLiteral("  ") + Terminal::row(QString::fromLatin1(label), Format::grouped(value), 14);
+        text += QStringLiteral("  ") + Terminal::row(QString::fromLatin1(label), Format::grouped(value), 14);
     return text;
 }
 
@@ -96,7 +122,7 @@ void ids(JsonWriter& json, const char* key, const QList<qsizetype>& list)
     json.endArray();
 }
 
-QByteArray json(const WebDocument& document)
+QByteArray json(const WebDocument& document, const std::optional<QSet<qsizetype>>& only)
 {
     JsonWriter json;
     json.beginObject();
@@ -159,6 +185,11 @@ QByteArray json(const WebDocument& document)
     json.value("styles", stats.styles);
     json.endObject();
     json.value("truncated", document.truncated);
+    if (only) {
+        QList<qsizetype> matches(only->begin(), only->end());
+        std::sort(matches.begin(), matches.end());
+        ids(json, "matches", matches);
+    }
     json.endObject();
     return json.bytes();
 }
@@ -186,10 +217,12 @@ int outline(const Arguments& arguments)
         return 1;
     }
     const std::optional<WebDocument> document = WebReader::read(file.readAll(), extension);
+    const QString query = arguments.options.value(QStringLiteral("--filter"));
+    const std::optional<QSet<qsizetype>> only = matching(*document, query);
     if (arguments.flags.contains(QStringLiteral("--json")))
-        Terminal::out(json(*document));
+        Terminal::out(json(*document, only));
     else
-        Terminal::out(outline(*document, info.fileName()));
+        Terminal::out(outline(*document, info.fileName(), only, query.trimmed()));
     return 0;
 }
 

@@ -123,8 +123,9 @@ INSTANTIATE_TEST_SUITE_P(Cases, FolderGolden,
             "treeSummary", "scan-basic", "layout --mode tree --height size", "scan-basic-tree.expected" },
         GoldenCase { "imports", "imports-basic", "imports", "imports-basic.expected" },
         GoldenCase { "importsJson", "imports-basic", "imports --json", "imports-basic-json.expected" },
-        GoldenCase {
-            "graphSummary", "imports-basic", "layout --mode graph", "imports-basic-graph.expected" }),
+        GoldenCase { "graphSummary", "imports-basic", "layout --mode graph", "imports-basic-graph.expected" },
+        GoldenCase { "search", "search-basic", "search panel", "search-basic.expected" },
+        GoldenCase { "searchJson", "search-basic", "search Panel --json", "search-basic-json.expected" }),
     [](const auto& info) { return std::string(info.param.name); });
 
 class SexprGolden : public testing::TestWithParam<GoldenCase> { };
@@ -219,6 +220,12 @@ INSTANTIATE_TEST_SUITE_P(Table, CommandLineUsage,
         UsageCase { "outlineOfNothing", { u"outline"_s }, 2, "", "korvane: usage: korvane outline FILE" },
         UsageCase { "outlineUnknownOption", { u"outline"_s, u"a.js"_s, u"--tree"_s }, 2, "",
             "korvane: unknown option --tree for outline" },
+        UsageCase {
+            "searchBlank", { u"search"_s, u"."_s, u"  "_s }, 1, "", "The text to search for is blank.\n" },
+        UsageCase { "searchOfMissingFolder", { u"search"_s, u"/no/such"_s, u"x"_s }, 1, "",
+            "/no/such is not a folder.\n" },
+        UsageCase {
+            "searchWithoutText", { u"search"_s, u"."_s }, 2, "", "korvane: usage: korvane search PATH TEXT" },
         UsageCase { "version", { u"--version"_s }, 0, "korvane " KORVANE_VERSION "\n", "" },
         UsageCase { "help", { u"--help"_s }, 0, "Usage: korvane [PATH]\n       korvane COMMAND", "" },
         UsageCase { "commandHelp", { u"scan"_s, u"--help"_s }, 0, "Usage: korvane scan PATH [--json]", "" }),
@@ -253,4 +260,14 @@ TEST(ScanCommand, JsonOfAHostileRepositoryIsRightAndRunsNothingItNames)
 
     repo.git({ u"status"_s, u"--porcelain"_s });
     EXPECT_TRUE(QFile::exists(marker)) << "plain git status does run them";
+}
+
+TEST(OutlineCommand, AFilterKeepsThePartsWhoseNamesMatchLoosely)
+{
+    const Outcome run = korvane({ u"outline"_s, dataPath(u"structure/menu.js"_s), u"--filter"_s, u"tgl"_s });
+    EXPECT_EQ(run.exitCode, 0);
+    expectGolden(run.out, u"outline-filter.expected"_s);
+    const Outcome blank = korvane({ u"outline"_s, dataPath(u"structure/menu.js"_s), u"--filter"_s, u" "_s });
+    EXPECT_EQ(blank.out, korvane({ u"outline"_s, dataPath(u"structure/menu.js"_s) }).out)
+        << "a blank query filters nothing";
 }
