@@ -46,6 +46,11 @@ const QList<Command>& commands()
             QStringLiteral("Read one page, stylesheet, script, C-family or Rust file into its parts and the "
                            "links between them; --filter keeps the parts whose names match loosely"),
             1, { QStringLiteral("--json") }, { QStringLiteral("--filter") }, outline },
+        { QStringLiteral("flow"), QStringLiteral("flow FILE [--focus NAME] [--reach N] [--json]"),
+            QStringLiteral("Arrange the calls between the functions of one file from left to right in the "
+                           "order things run; --focus centres on one function and follows --reach steps of "
+                           "calls"),
+            1, { QStringLiteral("--json") }, { QStringLiteral("--focus"), QStringLiteral("--reach") }, flow },
         { QStringLiteral("search"), QStringLiteral("search PATH TEXT [--json]"),
             QStringLiteral("Find a text in every file of a folder: the files with their counts of matching "
                            "lines, most first (an all-lower-case text ignores case)"),

@@ -48,5 +48,6 @@ int snapshot(const Arguments& arguments);
 int outline(const Arguments& arguments);
 int imports(const Arguments& arguments);
 int search(const Arguments& arguments);
+int flow(const Arguments& arguments);
 
 } // namespace Cli

@@ -226,6 +226,17 @@ INSTANTIATE_TEST_SUITE_P(Table, CommandLineUsage,
             "/no/such is not a folder.\n" },
         UsageCase {
             "searchWithoutText", { u"search"_s, u"."_s }, 2, "", "korvane: usage: korvane search PATH TEXT" },
+        UsageCase { "flowWithoutCalls",
+            { u"flow"_s, QStringLiteral(KORVANE_TEST_DATA "/structure/theme.css") }, 1, "",
+            "No calls between the functions here, so there is no flow to draw.\n" },
+        UsageCase { "flowOfUnknownFunction",
+            { u"flow"_s, QStringLiteral(KORVANE_TEST_DATA "/structure/menu.js"), u"--focus"_s, u"nothing"_s },
+            1, "", "No function named nothing in menu.js.\n" },
+        UsageCase { "flowOfAnUncalledFunction",
+            { u"flow"_s, QStringLiteral(KORVANE_TEST_DATA "/structure/menu.js"), u"--focus"_s, u"count"_s },
+            1, "", "Nothing calls this and it calls nothing the file defines.\n" },
+        UsageCase { "flowReach", { u"flow"_s, u"a.js"_s, u"--reach"_s, u"0"_s }, 2, "",
+            "korvane: --reach takes a number of calls from 1 to" },
         UsageCase { "version", { u"--version"_s }, 0, "korvane " KORVANE_VERSION "\n", "" },
         UsageCase { "help", { u"--help"_s }, 0, "Usage: korvane [PATH]\n       korvane COMMAND", "" },
         UsageCase { "commandHelp", { u"scan"_s, u"--help"_s }, 0, "Usage: korvane scan PATH [--json]", "" }),
@@ -270,4 +281,16 @@ TEST(OutlineCommand, AFilterKeepsThePartsWhoseNamesMatchLoosely)
     const Outcome blank = korvane({ u"outline"_s, dataPath(u"structure/menu.js"_s), u"--filter"_s, u" "_s });
     EXPECT_EQ(blank.out, korvane({ u"outline"_s, dataPath(u"structure/menu.js"_s) }).out)
         << "a blank query filters nothing";
+}
+
+TEST(FlowCommand, PrintsTheLayersAndCallsOfAFile)
+{
+    const QString menu = dataPath(u"structure/menu.js"_s);
+    const Outcome whole = korvane({ u"flow"_s, menu });
+    EXPECT_EQ(whole.exitCode, 0);
+    expectGolden(whole.out, u"flow-menu.expected"_s);
+    const Outcome centred
+        = korvane({ u"flow"_s, menu, u"--focus"_s, u"toggle"_s, u"--reach"_s, u"1"_s, u"--json"_s });
+    EXPECT_EQ(centred.exitCode, 0);
+    expectGolden(centred.out, u"flow-menu-toggle-json.expected"_s);
 }
