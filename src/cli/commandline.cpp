@@ -42,10 +42,12 @@ const QList<Command>& commands()
                 QStringLiteral("--height"), QStringLiteral("--theme"), QStringLiteral("--size"),
                 QStringLiteral("--keys") },
             snapshot },
-        { QStringLiteral("outline"), QStringLiteral("outline FILE [--filter QUERY] [--json]"),
+        { QStringLiteral("outline"), QStringLiteral("outline FILE [--filter QUERY] [--tiles WxH] [--json]"),
             QStringLiteral("Read one page, stylesheet, script, C-family or Rust file into its parts and the "
-                           "links between them; --filter keeps the parts whose names match loosely"),
-            1, { QStringLiteral("--json") }, { QStringLiteral("--filter") }, outline },
+                           "links between them; --filter keeps the parts whose names match loosely, --tiles "
+                           "prints the treemap of its parts for a view of that size"),
+            1, { QStringLiteral("--json") }, { QStringLiteral("--filter"), QStringLiteral("--tiles") },
+            outline },
         { QStringLiteral("flow"), QStringLiteral("flow FILE [--focus NAME] [--reach N] [--json]"),
             QStringLiteral("Arrange the calls between the functions of one file from left to right in the "
                            "order things run; --focus centres on one function and follows --reach steps of "

@@ -1,3 +1,4 @@
+#include "codetreemap.h"
 #include "commandline.h"
 #include "fuzzy.h"
 #include "jsonwriter.h"
@@ -103,6 +104,40 @@ QString outline(const WebDocument& document, const QString& fileName,
     text += QStringLiteral("\nStats\n");
     for (const auto& [label, value] : counts)
         text += QStringLiteral("  ") + Terminal::row(QString::fromLatin1(label), Format::grouped(value), 14);
+    return text;
+}
+
+// The document treemap for a view of the given size, one tile a line in drawing order.
+QString tiles(const WebDocument& document, const QString& fileName, QSizeF size,
+    const std::optional<QSet<qsizetype>>& only)
+{
+    // Under a filter the boxes of matching parts are reached through their ancestors.
+    std::optional<QSet<qsizetype>> shown;
+    if (only) {
+        shown.emplace();
+        for (const qsizetype id : *only) {
+            for (std::optional<qsizetype> at = id; at && !shown->contains(*at);
+                 at = document.nodes[size_t(*at)].parent)
+                shown->insert(*at);
+        }
+    }
+    const WebStream stream = document.roots.isEmpty() ? WebStream::script
+                                                      : document.nodes[size_t(document.roots.first())].stream;
+    const std::vector<CodeTreemap::Tile> list = CodeTreemap(document, stream, shown).layout(size);
+    QString text = fileName + QStringLiteral(": treemap of the ") + streamName(stream)
+        + QStringLiteral(" parts in ") + QString::number(size.width()) + u'×' + QString::number(size.height())
+        + QStringLiteral(" points, ") + Format::grouped(qint64(list.size()))
+        + (list.size() == 1 ? u" tile\n\n"_qs : u" tiles\n\n"_qs);
+    const auto number = [](double value) { return QString::number(value, 'f', 1).rightJustified(7); };
+    for (const CodeTreemap::Tile& tile : list) {
+        const Node& node = document.nodes[size_t(tile.index)];
+        text += number(tile.rect.x()) + number(tile.rect.y()) + number(tile.rect.width())
+            + QStringLiteral(" ×") + number(tile.rect.height()) + QStringLiteral("  ") + indent(tile.depth)
+            + (tile.header      ? u"header "_qs
+                    : tile.leaf ? u"leaf   "_qs
+                                : u"box    "_qs)
+            + u'#' + QString::number(tile.index) + u' ' + roleName(node.role) + u' ' + node.name + u'\n';
+    }
     return text;
 }
 
@@ -219,6 +254,19 @@ int outline(const Arguments& arguments)
     const std::optional<WebDocument> document = WebReader::read(file.readAll(), extension);
     const QString query = arguments.options.value(QStringLiteral("--filter"));
     const std::optional<QSet<qsizetype>> only = matching(*document, query);
+    if (arguments.options.contains(QStringLiteral("--tiles"))) {
+        const QStringList parts = arguments.options.value(QStringLiteral("--tiles")).split(u'x');
+        bool okWidth = false;
+        bool okHeight = false;
+        const double width = parts.size() == 2 ? parts[0].toDouble(&okWidth) : 0;
+        const double height = parts.size() == 2 ? parts[1].toDouble(&okHeight) : 0;
+        if (!okWidth || !okHeight || width <= 0 || height <= 0 || width > 100000 || height > 100000) {
+            Terminal::err(QStringLiteral("korvane: --tiles takes a view size such as 800x600\n"));
+            return 2;
+        }
+        Terminal::out(tiles(*document, info.fileName(), QSizeF(width, height), only));
+        return 0;
+    }
     if (arguments.flags.contains(QStringLiteral("--json")))
         Terminal::out(json(*document, only));
     else

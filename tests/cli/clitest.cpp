@@ -278,6 +278,10 @@ TEST(OutlineCommand, AFilterKeepsThePartsWhoseNamesMatchLoosely)
     const Outcome run = korvane({ u"outline"_s, dataPath(u"structure/menu.js"_s), u"--filter"_s, u"tgl"_s });
     EXPECT_EQ(run.exitCode, 0);
     expectGolden(run.out, u"outline-filter.expected"_s);
+    const Outcome tiles
+        = korvane({ u"outline"_s, dataPath(u"structure/menu.js"_s), u"--tiles"_s, u"640x400"_s });
+    EXPECT_EQ(tiles.exitCode, 0);
+    expectGolden(tiles.out, u"outline-tiles.expected"_s);
     const Outcome blank = korvane({ u"outline"_s, dataPath(u"structure/menu.js"_s), u"--filter"_s, u" "_s });
     EXPECT_EQ(blank.out, korvane({ u"outline"_s, dataPath(u"structure/menu.js"_s) }).out)
         << "a blank query filters nothing";
