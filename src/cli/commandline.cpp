@@ -31,9 +31,10 @@ const QList<Command>& commands()
                 "Read an S-expression file such as a KiCad board: its tree, or its top-level lists by name"),
             1, { QStringLiteral("--json"), QStringLiteral("--summary") }, {}, sexpr },
         { QStringLiteral("snapshot"),
-            QStringLiteral("snapshot PATH --out FILE.png [--mode city|tree] [--color language|age|churn|status] "
-                           "[--height lines|size|churn|flat] [--theme dark|light] [--size WxH] [--keys KEYS] "
-                           "[--print-state] [--timings]"),
+            QStringLiteral(
+                "snapshot PATH --out FILE.png [--mode city|tree] [--color language|age|churn|status] "
+                "[--height lines|size|churn|flat] [--theme dark|light] [--size WxH] [--keys KEYS] "
+                "[--print-state] [--timings]"),
             QStringLiteral("Draw a folder into an image without showing the window (needs a display or "
                            "xvfb-run); --keys plays keys first, --print-state prints the state they leave"),
             1, { QStringLiteral("--print-state"), QStringLiteral("--timings") },
@@ -41,17 +42,29 @@ const QList<Command>& commands()
                 QStringLiteral("--height"), QStringLiteral("--theme"), QStringLiteral("--size"),
                 QStringLiteral("--keys") },
             snapshot },
-        { QStringLiteral("outline"), QStringLiteral("outline FILE [--json]"),
+        { QStringLiteral("outline"), QStringLiteral("outline FILE [--filter QUERY] [--tiles WxH] [--json]"),
             QStringLiteral("Read one page, stylesheet, script, C-family or Rust file into its parts and the "
-                           "links between them"),
-            1, { QStringLiteral("--json") }, {}, outline },
+                           "links between them; --filter keeps the parts whose names match loosely, --tiles "
+                           "prints the treemap of its parts for a view of that size"),
+            1, { QStringLiteral("--json") }, { QStringLiteral("--filter"), QStringLiteral("--tiles") },
+            outline },
+        { QStringLiteral("flow"), QStringLiteral("flow FILE [--focus NAME] [--reach N] [--json]"),
+            QStringLiteral("Arrange the calls between the functions of one file from left to right in the "
+                           "order things run; --focus centres on one function and follows --reach steps of "
+                           "calls"),
+            1, { QStringLiteral("--json") }, { QStringLiteral("--focus"), QStringLiteral("--reach") }, flow },
+        { QStringLiteral("search"), QStringLiteral("search PATH TEXT [--json]"),
+            QStringLiteral("Find a text in every file of a folder: the files with their counts of matching "
+                           "lines, most first (an all-lower-case text ignores case)"),
+            2, { QStringLiteral("--json") }, {}, search },
     };
     return list;
 }
 
 bool isCommand(const QString& word)
 {
-    return std::any_of(commands().begin(), commands().end(), [&](const Command& c) { return c.name == word; });
+    return std::any_of(
+        commands().begin(), commands().end(), [&](const Command& c) { return c.name == word; });
 }
 
 namespace {

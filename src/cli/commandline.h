@@ -32,7 +32,7 @@ const QList<Command>& commands();
 bool isCommand(const QString& word);
 
 // Scans with a progress bar on a terminal; on failure says why on standard error.
-std::optional<ScanResult> scanFolder(const QString& path);
+std::optional<ScanResult> scanFolder(const QString& path, Scanner::Scope scope = Scanner::Scope::everything);
 // Reads the imports of a scanned tree, with a progress bar on a terminal.
 DependencyGraph readImports(const FileNode& root);
 
@@ -47,5 +47,7 @@ int history(const Arguments& arguments);
 int snapshot(const Arguments& arguments);
 int outline(const Arguments& arguments);
 int imports(const Arguments& arguments);
+int search(const Arguments& arguments);
+int flow(const Arguments& arguments);
 
 } // namespace Cli

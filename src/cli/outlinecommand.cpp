@@ -1,4 +1,6 @@
+#include "codetreemap.h"
 #include "commandline.h"
+#include "fuzzy.h"
 #include "jsonwriter.h"
 #include "terminal.h"
 #include "webreader.h"
@@ -47,7 +49,22 @@ QString reference(const WebDocument& document, qsizetype id)
     return u'#' + QString::number(id) + u' ' + document.nodes[size_t(id)].name;
 }
 
-QString outline(const WebDocument& document, const QString& fileName)
+// The parts whose names match a loose query, in document order; none for a blank query (no filter).
+std::optional<QSet<qsizetype>> matching(const WebDocument& document, const QString& query)
+{
+    const QStringList terms = Fuzzy::terms(query);
+    if (terms.isEmpty())
+        return std::nullopt;
+    QSet<qsizetype> found;
+    for (const Node& node : document.nodes) {
+        if (Fuzzy::matches(terms, node.name))
+            found.insert(node.id);
+    }
+    return found;
+}
+
+QString outline(const WebDocument& document, const QString& fileName,
+    const std::optional<QSet<qsizetype>>& only, const QString& query)
 {
     QString text = fileName + QStringLiteral(": ") + document.program + QStringLiteral(", ")
         + Format::grouped(document.stats.lines) + (document.stats.lines == 1 ? u" line"_qs : u" lines"_qs)
@@ -58,14 +75,25 @@ QString outline(const WebDocument& document, const QString& fileName)
     if (document.truncated)
         text += QStringLiteral("The page is larger than the outline holds; what is shown stops partway.\n");
     const qsizetype idWidth = QString::number(qint64(document.nodes.size()) - 1).size();
+    if (only)
+        text += Format::grouped(only->size())
+            + (only->size() == 1 ? u" part matches \""_qs : u" parts match \""_qs) + query
+            + QStringLiteral("\"\n");
     text += u'\n';
-    for (const qsizetype id : document.drawn)
-        text += row(document.nodes[size_t(id)], idWidth);
-    if (!document.links.empty()) {
+    const auto shown = [&](qsizetype id) { return !only || only->contains(id); };
+    for (const qsizetype id : document.drawn) {
+        if (shown(id))
+            text += row(document.nodes[size_t(id)], idWidth);
+    }
+    // Under a filter, the links that touch a matching part.
+    const bool anyLink = std::any_of(document.links.begin(), document.links.end(),
+        [&](const WebDocument::Link& link) { return shown(link.from) || shown(link.to); });
+    if (anyLink) {
         text += QStringLiteral("\nLinks\n");
         for (const WebDocument::Link& link : document.links)
-            text += QStringLiteral("  ") + reference(document, link.from) + QStringLiteral("  ")
-                + linkKindName(link.kind) + QStringLiteral("  ") + reference(document, link.to) + u'\n';
+            if (shown(link.from) || shown(link.to))
+                text += QStringLiteral("  ") + reference(document, link.from) + QStringLiteral("  ")
+                    + linkKindName(link.kind) + QStringLiteral("  ") + reference(document, link.to) + u'\n';
     }
     const WebDocument::Stats& stats = document.stats;
     const std::pair<const char*, qint64> counts[] { { "Lines", stats.lines },
@@ -75,8 +103,41 @@ QString outline(const WebDocument& document, const QString& fileName)
         { "Styles", stats.styles } };
     text += QStringLiteral("\nStats\n");
     for (const auto& [label, value] : counts)
-        text
-            += QStringLiteral("  ") + Terminal::row(QString::fromLatin1(label), Format::grouped(value), 14);
+        text += QStringLiteral("  ") + Terminal::row(QString::fromLatin1(label), Format::grouped(value), 14);
+    return text;
+}
+
+// The document treemap for a view of the given size, one tile a line in drawing order.
+QString tiles(const WebDocument& document, const QString& fileName, QSizeF size,
+    const std::optional<QSet<qsizetype>>& only)
+{
+    // Under a filter the boxes of matching parts are reached through their ancestors.
+    std::optional<QSet<qsizetype>> shown;
+    if (only) {
+        shown.emplace();
+        for (const qsizetype id : *only) {
+            for (std::optional<qsizetype> at = id; at && !shown->contains(*at);
+                 at = document.nodes[size_t(*at)].parent)
+                shown->insert(*at);
+        }
+    }
+    const WebStream stream = document.roots.isEmpty() ? WebStream::script
+                                                      : document.nodes[size_t(document.roots.first())].stream;
+    const std::vector<CodeTreemap::Tile> list = CodeTreemap(document, stream, shown).layout(size);
+    QString text = fileName + QStringLiteral(": treemap of the ") + streamName(stream)
+        + QStringLiteral(" parts in ") + QString::number(size.width()) + u'×' + QString::number(size.height())
+        + QStringLiteral(" points, ") + Format::grouped(qint64(list.size()))
+        + (list.size() == 1 ? u" tile\n\n"_qs : u" tiles\n\n"_qs);
+    const auto number = [](double value) { return QString::number(value, 'f', 1).rightJustified(7); };
+    for (const CodeTreemap::Tile& tile : list) {
+        const Node& node = document.nodes[size_t(tile.index)];
+        text += number(tile.rect.x()) + number(tile.rect.y()) + number(tile.rect.width())
+            + QStringLiteral(" ×") + number(tile.rect.height()) + QStringLiteral("  ") + indent(tile.depth)
+            + (tile.header      ? u"header "_qs
+                    : tile.leaf ? u"leaf   "_qs
+                                : u"box    "_qs)
+            + u'#' + QString::number(tile.index) + u' ' + roleName(node.role) + u' ' + node.name + u'\n';
+    }
     return text;
 }
 
@@ -96,7 +157,7 @@ void ids(JsonWriter& json, const char* key, const QList<qsizetype>& list)
     json.endArray();
 }
 
-QByteArray json(const WebDocument& document)
+QByteArray json(const WebDocument& document, const std::optional<QSet<qsizetype>>& only)
 {
     JsonWriter json;
     json.beginObject();
@@ -159,6 +220,11 @@ QByteArray json(const WebDocument& document)
     json.value("styles", stats.styles);
     json.endObject();
     json.value("truncated", document.truncated);
+    if (only) {
+        QList<qsizetype> matches(only->begin(), only->end());
+        std::sort(matches.begin(), matches.end());
+        ids(json, "matches", matches);
+    }
     json.endObject();
     return json.bytes();
 }
@@ -186,10 +252,25 @@ int outline(const Arguments& arguments)
         return 1;
     }
     const std::optional<WebDocument> document = WebReader::read(file.readAll(), extension);
+    const QString query = arguments.options.value(QStringLiteral("--filter"));
+    const std::optional<QSet<qsizetype>> only = matching(*document, query);
+    if (arguments.options.contains(QStringLiteral("--tiles"))) {
+        const QStringList parts = arguments.options.value(QStringLiteral("--tiles")).split(u'x');
+        bool okWidth = false;
+        bool okHeight = false;
+        const double width = parts.size() == 2 ? parts[0].toDouble(&okWidth) : 0;
+        const double height = parts.size() == 2 ? parts[1].toDouble(&okHeight) : 0;
+        if (!okWidth || !okHeight || width <= 0 || height <= 0 || width > 100000 || height > 100000) {
+            Terminal::err(QStringLiteral("korvane: --tiles takes a view size such as 800x600\n"));
+            return 2;
+        }
+        Terminal::out(tiles(*document, info.fileName(), QSizeF(width, height), only));
+        return 0;
+    }
     if (arguments.flags.contains(QStringLiteral("--json")))
-        Terminal::out(json(*document));
+        Terminal::out(json(*document, only));
     else
-        Terminal::out(outline(*document, info.fileName()));
+        Terminal::out(outline(*document, info.fileName(), only, query.trimmed()));
     return 0;
 }
 

@@ -88,12 +88,11 @@ QString summary(const ScanResult& result)
 
 } // namespace
 
-std::optional<ScanResult> scanFolder(const QString& path)
+std::optional<ScanResult> scanFolder(const QString& path, Scanner::Scope scope)
 {
     Terminal::Progress progress;
-    auto outcome = Scanner(path, std::make_shared<CancelFlag>()).scan([&](const ScanProgress& p) {
-        progress.update(p.phase, p.done, p.total);
-    });
+    auto outcome = Scanner(path, std::make_shared<CancelFlag>(), Scanner::defaultMaxFiles, scope)
+                       .scan([&](const ScanProgress& p) { progress.update(p.phase, p.done, p.total); });
     progress.finish();
     if (const auto* error = std::get_if<ScanError>(&outcome)) {
         Terminal::err(error->description() + u'\n');

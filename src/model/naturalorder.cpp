@@ -17,10 +17,20 @@ QCollator makeCollator()
     return collator;
 }
 
+const QCollator& threadCollator()
+{
+    thread_local const QCollator collator = makeCollator();
+    return collator;
+}
+
 } // namespace
 
 int naturalCompare(QStringView a, QStringView b)
 {
-    thread_local const QCollator collator = makeCollator();
-    return collator.compare(a, b);
+    return threadCollator().compare(a, b);
+}
+
+QCollatorSortKey naturalSortKey(const QString& name)
+{
+    return threadCollator().sortKey(name);
 }

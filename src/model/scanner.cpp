@@ -49,10 +49,11 @@ QString ScanError::description() const
     return {};
 }
 
-Scanner::Scanner(const QString& rootPath, CancelFlagPtr cancel, int maxFiles)
+Scanner::Scanner(const QString& rootPath, CancelFlagPtr cancel, int maxFiles, Scope scope)
     : m_rootPath(QDir::cleanPath(QFileInfo(rootPath).absoluteFilePath()))
     , m_cancel(std::move(cancel))
     , m_maxFiles(maxFiles)
+    , m_scope(scope)
 {
 }
 
@@ -246,7 +247,8 @@ std::variant<ScanResult, ScanError> Scanner::scan(const ProgressCallback& progre
     // The history is git's slowest answer: it starts first, on a thread of its own, and the rest of
     // the scan (listing, measuring, the status, finishing the tree) keeps to the other cores.
     std::future<Git::History> history;
-    if (result.isGit)
+    const bool everything = m_scope == Scope::everything;
+    if (result.isGit && everything)
         history = std::async(std::launch::async, [git] { return git.history(historyCommits); });
 
     QList<QByteArray> paths;
@@ -268,10 +270,11 @@ std::variant<ScanResult, ScanError> Scanner::scan(const ProgressCallback& progre
 
     // While git reads the history it keeps one core busy; leave that core to it.
     const int workers = std::max(1, QThread::idealThreadCount() - (history.valid() ? 1 : 0));
-    measure(files, paths, workers,
-        [&](qint64 done, qint64 total) { report(QStringLiteral("Counting lines"), done, total); });
+    if (everything)
+        measure(files, paths, workers,
+            [&](qint64 done, qint64 total) { report(QStringLiteral("Counting lines"), done, total); });
 
-    if (result.isGit) {
+    if (result.isGit && everything) {
         result.branch = git.branch();
         const QHash<QString, GitFileStatus> statuses = git.status();
         for (FileNode* file : files) {

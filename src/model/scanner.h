@@ -51,7 +51,13 @@ public:
     static constexpr qint64 readCap = qint64(24) * 1024 * 1024;
     static constexpr qint64 binaryProbeBytes = 8000;
 
-    Scanner(const QString& rootPath, CancelFlagPtr cancel, int maxFiles = defaultMaxFiles);
+    // How much of the scan runs. `listing` only lists the files and builds the tree: no measures (sizes
+    // and lines stay 0), no git status, branch or history; for work such as a text search that reads
+    // the files itself.
+    enum class Scope { everything, listing };
+
+    Scanner(const QString& rootPath, CancelFlagPtr cancel, int maxFiles = defaultMaxFiles,
+        Scope scope = Scope::everything);
 
     // progress may be called from any thread.
     std::variant<ScanResult, ScanError> scan(const ProgressCallback& progress = {}) const;
@@ -75,4 +81,5 @@ private:
     QString m_rootPath;
     CancelFlagPtr m_cancel;
     int m_maxFiles;
+    Scope m_scope;
 };

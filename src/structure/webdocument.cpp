@@ -1,5 +1,8 @@
 #include "webdocument.h"
 
+#include <algorithm>
+#include <functional>
+
 QString streamName(WebStream stream)
 {
     switch (stream) {
@@ -132,4 +135,45 @@ QString WebDocument::source(qsizetype id) const
     if (node.line < 0 || first > last)
         return {};
     return QStringList(lines.begin() + first, lines.begin() + last + 1).join(u'\n');
+}
+
+QHash<qsizetype, QList<qint64>> WebDocument::lineHits(const TextNeedle& needle) const
+{
+    QList<qint64> hitLines;
+    for (qsizetype i = 0; i < lines.size(); ++i) {
+        if (needle.inLine(lines[i]))
+            hitLines.append(i);
+    }
+    QHash<qsizetype, QList<qint64>> hits;
+    if (hitLines.isEmpty())
+        return hits;
+    // A grouping node may be made after the children it gathers, so its hits are collected from
+    // its children on demand rather than in one pass over `nodes`.
+    std::vector<char> done(nodes.size(), 0);
+    const std::function<const QList<qint64>*(qsizetype)> gather = [&](qsizetype id) -> const QList<qint64>* {
+        if (!done[size_t(id)]) {
+            done[size_t(id)] = 1;
+            const Node& node = nodes[size_t(id)];
+            QList<qint64> inside;
+            if (node.line >= 0) {
+                const auto first = std::lower_bound(hitLines.cbegin(), hitLines.cend(), node.line);
+                const auto last = std::upper_bound(first, hitLines.cend(), std::max(node.line, node.endLine));
+                inside = QList<qint64>(first, last);
+            } else {
+                for (const qsizetype child : node.children) {
+                    if (const QList<qint64>* found = gather(child))
+                        inside += *found;
+                }
+                std::sort(inside.begin(), inside.end());
+                inside.erase(std::unique(inside.begin(), inside.end()), inside.end());
+            }
+            if (!inside.isEmpty())
+                hits.insert(id, inside);
+        }
+        const auto found = hits.constFind(id);
+        return found == hits.cend() ? nullptr : &*found;
+    };
+    for (const Node& node : nodes)
+        gather(node.id);
+    return hits;
 }

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "textneedle.h"
+
 #include <QHash>
 #include <QList>
 #include <QString>
@@ -114,6 +116,9 @@ struct WebDocument {
     std::optional<qsizetype> definition(const QString& name, std::optional<qsizetype> near = {}) const;
     // The text of a node's lines.
     QString source(qsizetype id) const;
+    // Per node, the lines inside it that hold the needle, in order; nodes without a hit are absent.
+    // A grouping node without lines of its own (events) holds the hits of its children.
+    QHash<qsizetype, QList<qint64>> lineHits(const TextNeedle& needle) const;
 };
 
 using WebStream = WebDocument::Stream;

@@ -123,8 +123,9 @@ INSTANTIATE_TEST_SUITE_P(Cases, FolderGolden,
             "treeSummary", "scan-basic", "layout --mode tree --height size", "scan-basic-tree.expected" },
         GoldenCase { "imports", "imports-basic", "imports", "imports-basic.expected" },
         GoldenCase { "importsJson", "imports-basic", "imports --json", "imports-basic-json.expected" },
-        GoldenCase {
-            "graphSummary", "imports-basic", "layout --mode graph", "imports-basic-graph.expected" }),
+        GoldenCase { "graphSummary", "imports-basic", "layout --mode graph", "imports-basic-graph.expected" },
+        GoldenCase { "search", "search-basic", "search panel", "search-basic.expected" },
+        GoldenCase { "searchJson", "search-basic", "search Panel --json", "search-basic-json.expected" }),
     [](const auto& info) { return std::string(info.param.name); });
 
 class SexprGolden : public testing::TestWithParam<GoldenCase> { };
@@ -219,6 +220,23 @@ INSTANTIATE_TEST_SUITE_P(Table, CommandLineUsage,
         UsageCase { "outlineOfNothing", { u"outline"_s }, 2, "", "korvane: usage: korvane outline FILE" },
         UsageCase { "outlineUnknownOption", { u"outline"_s, u"a.js"_s, u"--tree"_s }, 2, "",
             "korvane: unknown option --tree for outline" },
+        UsageCase {
+            "searchBlank", { u"search"_s, u"."_s, u"  "_s }, 1, "", "The text to search for is blank.\n" },
+        UsageCase { "searchOfMissingFolder", { u"search"_s, u"/no/such"_s, u"x"_s }, 1, "",
+            "/no/such is not a folder.\n" },
+        UsageCase {
+            "searchWithoutText", { u"search"_s, u"."_s }, 2, "", "korvane: usage: korvane search PATH TEXT" },
+        UsageCase { "flowWithoutCalls",
+            { u"flow"_s, QStringLiteral(KORVANE_TEST_DATA "/structure/theme.css") }, 1, "",
+            "No calls between the functions here, so there is no flow to draw.\n" },
+        UsageCase { "flowOfUnknownFunction",
+            { u"flow"_s, QStringLiteral(KORVANE_TEST_DATA "/structure/menu.js"), u"--focus"_s, u"nothing"_s },
+            1, "", "No function named nothing in menu.js.\n" },
+        UsageCase { "flowOfAnUncalledFunction",
+            { u"flow"_s, QStringLiteral(KORVANE_TEST_DATA "/structure/menu.js"), u"--focus"_s, u"count"_s },
+            1, "", "Nothing calls this and it calls nothing the file defines.\n" },
+        UsageCase { "flowReach", { u"flow"_s, u"a.js"_s, u"--reach"_s, u"0"_s }, 2, "",
+            "korvane: --reach takes a number of calls from 1 to" },
         UsageCase { "version", { u"--version"_s }, 0, "korvane " KORVANE_VERSION "\n", "" },
         UsageCase { "help", { u"--help"_s }, 0, "Usage: korvane [PATH]\n       korvane COMMAND", "" },
         UsageCase { "commandHelp", { u"scan"_s, u"--help"_s }, 0, "Usage: korvane scan PATH [--json]", "" }),
@@ -253,4 +271,30 @@ TEST(ScanCommand, JsonOfAHostileRepositoryIsRightAndRunsNothingItNames)
 
     repo.git({ u"status"_s, u"--porcelain"_s });
     EXPECT_TRUE(QFile::exists(marker)) << "plain git status does run them";
+}
+
+TEST(OutlineCommand, AFilterKeepsThePartsWhoseNamesMatchLoosely)
+{
+    const Outcome run = korvane({ u"outline"_s, dataPath(u"structure/menu.js"_s), u"--filter"_s, u"tgl"_s });
+    EXPECT_EQ(run.exitCode, 0);
+    expectGolden(run.out, u"outline-filter.expected"_s);
+    const Outcome tiles
+        = korvane({ u"outline"_s, dataPath(u"structure/menu.js"_s), u"--tiles"_s, u"640x400"_s });
+    EXPECT_EQ(tiles.exitCode, 0);
+    expectGolden(tiles.out, u"outline-tiles.expected"_s);
+    const Outcome blank = korvane({ u"outline"_s, dataPath(u"structure/menu.js"_s), u"--filter"_s, u" "_s });
+    EXPECT_EQ(blank.out, korvane({ u"outline"_s, dataPath(u"structure/menu.js"_s) }).out)
+        << "a blank query filters nothing";
+}
+
+TEST(FlowCommand, PrintsTheLayersAndCallsOfAFile)
+{
+    const QString menu = dataPath(u"structure/menu.js"_s);
+    const Outcome whole = korvane({ u"flow"_s, menu });
+    EXPECT_EQ(whole.exitCode, 0);
+    expectGolden(whole.out, u"flow-menu.expected"_s);
+    const Outcome centred
+        = korvane({ u"flow"_s, menu, u"--focus"_s, u"toggle"_s, u"--reach"_s, u"1"_s, u"--json"_s });
+    EXPECT_EQ(centred.exitCode, 0);
+    expectGolden(centred.out, u"flow-menu-toggle-json.expected"_s);
 }

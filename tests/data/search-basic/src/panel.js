@@ -1,0 +1,4 @@
+function drawPanel() {
+  // draws the panel
+  return panel;
+}
