@@ -4,7 +4,10 @@
 #include "scenecontroller.h"
 #include "shaders.h"
 
+#include <QGuiApplication>
+#include <QOffscreenSurface>
 #include <QOpenGLContext>
+#include <QOpenGLFunctions>
 #include <QOpenGLShaderProgram>
 
 #include <algorithm>
@@ -109,6 +112,32 @@ QSurfaceFormat Renderer::defaultFormat()
 void Renderer::useDefaultFormat()
 {
     QSurfaceFormat::setDefaultFormat(defaultFormat());
+}
+
+bool Renderer::softwareRendering()
+{
+    if (!qobject_cast<QGuiApplication*>(QCoreApplication::instance()))
+        return false;
+    static const bool software = [] {
+        QOpenGLContext context;
+        QOffscreenSurface surface;
+        surface.setFormat(defaultFormat());
+        surface.create();
+        if (!context.create() || !context.makeCurrent(&surface))
+            return false;
+        const QByteArray driver
+            = QByteArray(reinterpret_cast<const char*>(context.functions()->glGetString(GL_RENDERER)))
+                  .toLower();
+        context.doneCurrent();
+        return driver.contains("llvmpipe") || driver.contains("softpipe") || driver.contains("swiftshader")
+            || driver.contains("software");
+    }();
+    return software;
+}
+
+int Renderer::interactiveSamples()
+{
+    return softwareRendering() ? 0 : defaultFormat().samples();
 }
 
 QVector3D Renderer::lightDirection()

@@ -28,6 +28,12 @@ public:
     // application's default, and must run before the QApplication is made.
     static QSurfaceFormat defaultFormat();
     static void useDefaultFormat();
+    // Whether OpenGL is drawn by the processor (Mesa's llvmpipe or softpipe, SwiftShader), found
+    // once with a throwaway context; needs a QGuiApplication.
+    static bool softwareRendering();
+    // Samples a pixel for an interactive view: none on a software renderer, where four would cost
+    // several times the frame, else the default format's.
+    static int interactiveSamples();
 
     Renderer();
     ~Renderer();
