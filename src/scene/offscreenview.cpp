@@ -10,6 +10,7 @@
 #include <QOpenGLFunctions>
 #include <QPainter>
 
+#include <algorithm>
 #include <cmath>
 
 OffscreenView::OffscreenView() = default;
@@ -58,7 +59,7 @@ bool OffscreenView::create(QSize size, float devicePixelRatio, int samples)
     const QSize pixels(qRound(size.width() * devicePixelRatio), qRound(size.height() * devicePixelRatio));
     QOpenGLFramebufferObjectFormat format;
     format.setAttachment(QOpenGLFramebufferObject::CombinedDepthStencil);
-    format.setSamples(samples >= 0 ? samples : Renderer::defaultFormat().samples());
+    format.setSamples(std::max(samples, 0));
     m_framebuffer = std::make_unique<QOpenGLFramebufferObject>(pixels, format);
     if (!m_framebuffer->isValid()) {
         m_error = QStringLiteral("No framebuffer of %1×%2 pixels can be made.")

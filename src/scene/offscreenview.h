@@ -22,9 +22,9 @@ public:
     OffscreenView(const OffscreenView&) = delete;
     OffscreenView& operator=(const OffscreenView&) = delete;
 
-    // A framebuffer of size × devicePixelRatio pixels with that many samples a pixel (the window's
-    // when not given); false, with the reason in error(), when no suitable context can be made.
-    bool create(QSize size, float devicePixelRatio = 1, int samples = -1);
+    // A framebuffer of size × devicePixelRatio pixels with that many samples a pixel; false, with
+    // the reason in error(), when no suitable context can be made.
+    bool create(QSize size, float devicePixelRatio = 1, int samples = 4);
     QString error() const { return m_error; }
     // The driver and its version, as OpenGL names them.
     QString driver() const;

@@ -1,11 +1,16 @@
 #include "renderer.h"
 
+#include "colorcontext.h"
 #include "scenecontroller.h"
 #include "shaders.h"
 
+#include <QGuiApplication>
+#include <QOffscreenSurface>
 #include <QOpenGLContext>
+#include <QOpenGLFunctions>
 #include <QOpenGLShaderProgram>
 
+#include <algorithm>
 #include <array>
 #include <cmath>
 
@@ -16,8 +21,9 @@ struct MeshVertex {
     float normal[3];
 };
 
-// A unit box standing on the origin: x and z in [-0.5, 0.5], y in [0, 1]; faces wound
-// counter-clockwise seen from outside.
+// A unit box standing on the origin: x and z in [-0.5, 0.5], y in [0, 1]; four corners a face so
+// that each face has its own normal, and six indices a face, wound counter-clockwise seen from
+// outside. Indexed, each corner is shaded once however many triangles share it.
 std::vector<MeshVertex> boxMesh()
 {
     struct Face {
@@ -34,15 +40,39 @@ std::vector<MeshVertex> boxMesh()
     std::vector<MeshVertex> mesh;
     for (const Face& face : faces) {
         const QVector3D centre = QVector3D(0, 0.5f, 0) + face.n / 2;
-        const std::array<QVector3D, 4> corners { centre + (-face.u - face.v) / 2,
-            centre + (face.u - face.v) / 2, centre + (face.u + face.v) / 2, centre + (-face.u + face.v) / 2 };
-        for (const int i : { 0, 1, 2, 0, 2, 3 }) {
-            const QVector3D& p = corners[size_t(i)];
+        for (const QVector3D& p : { centre + (-face.u - face.v) / 2, centre + (face.u - face.v) / 2,
+                 centre + (face.u + face.v) / 2, centre + (-face.u + face.v) / 2 })
             mesh.push_back({ { p.x(), p.y(), p.z() }, { face.n.x(), face.n.y(), face.n.z() } });
-        }
     }
     return mesh;
 }
+
+// The mesh's faces, in its order.
+enum Face : GLushort { east, west, top, bottom, south, north };
+
+// Every face first, for the perspective camera and the shadow map; then, for each quarter the
+// orthographic camera can look from, only the top and the two sides turned toward it. Those are
+// all it can see, and half the corners are half the work.
+std::vector<GLushort> boxIndices()
+{
+    std::vector<GLushort> indices;
+    const auto add = [&](GLushort face) {
+        for (const GLushort corner : { 0, 1, 2, 0, 2, 3 })
+            indices.push_back(GLushort(face * 4 + corner));
+    };
+    for (GLushort face = 0; face < 6; ++face)
+        add(face);
+    for (const Face side : { east, west }) {
+        for (const Face front : { south, north }) {
+            add(top);
+            add(side);
+            add(front);
+        }
+    }
+    return indices;
+}
+
+constexpr GLsizei allFaces = 36, visibleFaces = 18;
 
 // A unit square lying flat at height 0, facing up.
 std::vector<MeshVertex> planeMesh()
@@ -84,6 +114,32 @@ void Renderer::useDefaultFormat()
     QSurfaceFormat::setDefaultFormat(defaultFormat());
 }
 
+bool Renderer::softwareRendering()
+{
+    if (!qobject_cast<QGuiApplication*>(QCoreApplication::instance()))
+        return false;
+    static const bool software = [] {
+        QOpenGLContext context;
+        QOffscreenSurface surface;
+        surface.setFormat(defaultFormat());
+        surface.create();
+        if (!context.create() || !context.makeCurrent(&surface))
+            return false;
+        const QByteArray driver
+            = QByteArray(reinterpret_cast<const char*>(context.functions()->glGetString(GL_RENDERER)))
+                  .toLower();
+        context.doneCurrent();
+        return driver.contains("llvmpipe") || driver.contains("softpipe") || driver.contains("swiftshader")
+            || driver.contains("software");
+    }();
+    return software;
+}
+
+int Renderer::interactiveSamples()
+{
+    return softwareRendering() ? 0 : defaultFormat().samples();
+}
+
 QVector3D Renderer::lightDirection()
 {
     return QVector3D(0.55f, 0.78f, -0.3f).normalized();
@@ -121,11 +177,15 @@ bool Renderer::initialize()
         }
         return p;
     };
-    m_surface = program(Shaders::surfaceVertex, Shaders::surfaceFragment, "surface");
-    m_shadow = m_surface ? program(Shaders::shadowVertex, Shaders::shadowFragment, "shadow") : nullptr;
-    m_line = m_shadow ? program(Shaders::lineVertex, Shaders::lineFragment, "line") : nullptr;
-    if (!m_line) {
-        m_surface.reset();
+    m_box = program(Shaders::boxVertex, Shaders::boxFragment, "building");
+    m_plane = m_box ? program(Shaders::planeVertex, Shaders::planeFragment, "ground") : nullptr;
+    m_line = m_plane ? program(Shaders::lineVertex, Shaders::lineFragment, "line") : nullptr;
+    m_shadow = m_line ? program(Shaders::shadowVertex, Shaders::shadowFragment, "shadow") : nullptr;
+    m_bake = m_shadow ? program(Shaders::bakeVertex, Shaders::bakeFragment, "shade") : nullptr;
+    if (!m_bake) {
+        m_box.reset();
+        m_plane.reset();
+        m_line.reset();
         m_shadow.reset();
         return false;
     }
@@ -140,6 +200,8 @@ bool Renderer::initialize()
     };
     m_boxMesh = meshBuffer(boxMesh());
     m_planeMesh = meshBuffer(planeMesh());
+    const std::vector<GLushort> indices = boxIndices();
+    glGenBuffers(1, &m_boxIndices);
     glGenBuffers(1, &m_boxInstances);
     glGenBuffers(1, &m_planeInstances);
     glGenBuffers(1, &m_lineBuffer);
@@ -172,6 +234,10 @@ bool Renderer::initialize()
         return array;
     };
     m_boxArray = surfaceArray(m_boxMesh, m_boxInstances);
+    // The element buffer belongs to the vertex array bound while it is bound.
+    glBindBuffer(GL_ELEMENT_ARRAY_BUFFER, m_boxIndices);
+    glBufferData(GL_ELEMENT_ARRAY_BUFFER, GLsizeiptr(indices.size() * sizeof(GLushort)), indices.data(),
+        GL_STATIC_DRAW);
     m_planeArray = surfaceArray(m_planeMesh, m_planeInstances);
 
     glGenVertexArrays(1, &m_lineArray);
@@ -189,6 +255,9 @@ bool Renderer::initialize()
     glBindVertexArray(0);
     glBindBuffer(GL_ARRAY_BUFFER, 0);
 
+    // Drawing the shade texture takes no vertex data, but core profile wants a vertex array bound.
+    glGenVertexArrays(1, &m_emptyArray);
+
     glGenTextures(1, &m_shadowTexture);
     glBindTexture(GL_TEXTURE_2D, m_shadowTexture);
     glTexImage2D(GL_TEXTURE_2D, 0, GL_DEPTH_COMPONENT24, shadowMapSize, shadowMapSize, 0, GL_DEPTH_COMPONENT,
@@ -199,6 +268,15 @@ bool Renderer::initialize()
     glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_WRAP_T, GL_CLAMP_TO_EDGE);
     glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_COMPARE_MODE, GL_COMPARE_REF_TO_TEXTURE);
     glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_COMPARE_FUNC, GL_LEQUAL);
+
+    glGenTextures(1, &m_shadeTexture);
+    glBindTexture(GL_TEXTURE_2D, m_shadeTexture);
+    glTexImage2D(
+        GL_TEXTURE_2D, 0, GL_R8, groundShadeSize, groundShadeSize, 0, GL_RED, GL_UNSIGNED_BYTE, nullptr);
+    glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MIN_FILTER, GL_LINEAR);
+    glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MAG_FILTER, GL_LINEAR);
+    glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_WRAP_S, GL_CLAMP_TO_EDGE);
+    glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_WRAP_T, GL_CLAMP_TO_EDGE);
     glBindTexture(GL_TEXTURE_2D, 0);
 
     GLint previous = 0;
@@ -208,17 +286,21 @@ bool Renderer::initialize()
     glFramebufferTexture2D(GL_FRAMEBUFFER, GL_DEPTH_ATTACHMENT, GL_TEXTURE_2D, m_shadowTexture, 0);
     glDrawBuffer(GL_NONE);
     glReadBuffer(GL_NONE);
-    const GLenum status = glCheckFramebufferStatus(GL_FRAMEBUFFER);
+    GLenum status = glCheckFramebufferStatus(GL_FRAMEBUFFER);
+    glGenFramebuffers(1, &m_shadeFramebuffer);
+    glBindFramebuffer(GL_FRAMEBUFFER, m_shadeFramebuffer);
+    glFramebufferTexture2D(GL_FRAMEBUFFER, GL_COLOR_ATTACHMENT0, GL_TEXTURE_2D, m_shadeTexture, 0);
+    if (status == GL_FRAMEBUFFER_COMPLETE)
+        status = glCheckFramebufferStatus(GL_FRAMEBUFFER);
     glBindFramebuffer(GL_FRAMEBUFFER, GLuint(previous));
     m_initialized = true;
     if (status != GL_FRAMEBUFFER_COMPLETE) {
-        m_error = QStringLiteral("The shadow map cannot be drawn into (framebuffer status 0x%1).")
-                      .arg(status, 0, 16);
+        m_error = QStringLiteral("The shadows cannot be drawn (framebuffer status 0x%1).").arg(status, 0, 16);
         release();
         return false;
     }
     m_uploaded = false;
-    m_shadowDirty = true;
+    m_shadowShape.reset();
     return true;
 }
 
@@ -226,36 +308,63 @@ void Renderer::release()
 {
     if (!m_initialized)
         return;
-    const GLuint buffers[] = { m_boxMesh, m_planeMesh, m_boxInstances, m_planeInstances, m_lineBuffer };
+    const GLuint buffers[]
+        = { m_boxMesh, m_boxIndices, m_planeMesh, m_boxInstances, m_planeInstances, m_lineBuffer };
     glDeleteBuffers(GLsizei(std::size(buffers)), buffers);
-    const GLuint arrays[] = { m_boxArray, m_planeArray, m_lineArray };
+    const GLuint arrays[] = { m_boxArray, m_planeArray, m_lineArray, m_emptyArray };
     glDeleteVertexArrays(GLsizei(std::size(arrays)), arrays);
-    glDeleteFramebuffers(1, &m_shadowFramebuffer);
-    glDeleteTextures(1, &m_shadowTexture);
-    m_boxMesh = m_planeMesh = m_boxInstances = m_planeInstances = m_lineBuffer = 0;
-    m_boxArray = m_planeArray = m_lineArray = m_shadowFramebuffer = m_shadowTexture = 0;
-    m_surface.reset();
-    m_shadow.reset();
+    const GLuint framebuffers[] = { m_shadowFramebuffer, m_shadeFramebuffer };
+    glDeleteFramebuffers(GLsizei(std::size(framebuffers)), framebuffers);
+    const GLuint textures[] = { m_shadowTexture, m_shadeTexture };
+    glDeleteTextures(GLsizei(std::size(textures)), textures);
+    m_boxMesh = m_boxIndices = m_planeMesh = m_boxInstances = m_planeInstances = m_lineBuffer = 0;
+    m_boxArray = m_planeArray = m_lineArray = m_emptyArray = 0;
+    m_shadowFramebuffer = m_shadeFramebuffer = m_shadowTexture = m_shadeTexture = 0;
+    m_box.reset();
+    m_plane.reset();
     m_line.reset();
+    m_shadow.reset();
+    m_bake.reset();
     m_initialized = false;
     m_uploaded = false;
+    m_shadowShape.reset();
 }
 
-void Renderer::upload(const SceneController& scene)
+void Renderer::upload(const SceneController& scene, int quarter)
 {
-    const auto fill = [&](GLuint buffer, const auto& data) {
-        glBindBuffer(GL_ARRAY_BUFFER, buffer);
-        glBufferData(
-            GL_ARRAY_BUFFER, GLsizeiptr(data.size() * sizeof(data[0])), data.data(), GL_DYNAMIC_DRAW);
-        return GLsizei(data.size());
-    };
-    m_boxCount = fill(m_boxInstances, scene.boxInstances());
-    m_planeCount = fill(m_planeInstances, scene.planeInstances());
-    m_lineCount = fill(m_lineBuffer, scene.lineVertices());
+    uploadBoxes(scene, quarter);
+    // Lots in reverse: nested lots lie a little above their parents and the ground beneath all, so
+    // drawn top first, the depth test spares shading each layer under them.
+    const std::vector<SceneInstance> planes(scene.planeInstances().rbegin(), scene.planeInstances().rend());
+    glBindBuffer(GL_ARRAY_BUFFER, m_planeInstances);
+    glBufferData(
+        GL_ARRAY_BUFFER, GLsizeiptr(planes.size() * sizeof(SceneInstance)), planes.data(), GL_DYNAMIC_DRAW);
+    m_planeCount = GLsizei(planes.size());
+    const std::vector<SceneLineVertex>& lines = scene.lineVertices();
+    glBindBuffer(GL_ARRAY_BUFFER, m_lineBuffer);
+    glBufferData(
+        GL_ARRAY_BUFFER, GLsizeiptr(lines.size() * sizeof(SceneLineVertex)), lines.data(), GL_DYNAMIC_DRAW);
+    m_lineCount = GLsizei(lines.size());
     glBindBuffer(GL_ARRAY_BUFFER, 0);
     m_generation = scene.generation();
     m_uploaded = true;
-    m_shadowDirty = true;
+}
+
+// Nearest first from the given quarter of view, so that the depth test throws away most of what
+// stands behind, before it is shaded.
+void Renderer::uploadBoxes(const SceneController& scene, int quarter)
+{
+    std::vector<SceneInstance> boxes = scene.boxInstances();
+    const float sx = quarter < 2 ? 1 : -1, sz = quarter % 2 == 0 ? 1 : -1;
+    std::sort(boxes.begin(), boxes.end(), [&](const SceneInstance& a, const SceneInstance& b) {
+        return sx * a.base[0] + sz * a.base[2] > sx * b.base[0] + sz * b.base[2];
+    });
+    glBindBuffer(GL_ARRAY_BUFFER, m_boxInstances);
+    glBufferData(
+        GL_ARRAY_BUFFER, GLsizeiptr(boxes.size() * sizeof(SceneInstance)), boxes.data(), GL_DYNAMIC_DRAW);
+    glBindBuffer(GL_ARRAY_BUFFER, 0);
+    m_boxCount = GLsizei(boxes.size());
+    m_boxQuarter = quarter;
 }
 
 QMatrix4x4 Renderer::lightMatrix(const SceneController& scene) const
@@ -269,25 +378,52 @@ QMatrix4x4 Renderer::lightMatrix(const SceneController& scene) const
     return projection * view;
 }
 
-void Renderer::drawShadowMap(const SceneController& scene)
+void Renderer::drawShadows(const SceneController& scene)
 {
-    m_lightMatrix = lightMatrix(scene);
+    m_shadowShape = scene.shapeGeneration();
+    const std::optional<SceneBox> ground = scene.ground();
+    if (!ground || m_boxCount == 0)
+        return;
+    const QMatrix4x4 light = lightMatrix(scene);
+
+    // The buildings' depth as the sun sees them.
     glBindFramebuffer(GL_FRAMEBUFFER, m_shadowFramebuffer);
     glViewport(0, 0, shadowMapSize, shadowMapSize);
     glClear(GL_DEPTH_BUFFER_BIT);
     glEnable(GL_DEPTH_TEST);
     glDepthFunc(GL_LESS);
+    glDepthMask(GL_TRUE);
     glEnable(GL_POLYGON_OFFSET_FILL);
     glPolygonOffset(1.5f, 3.0f);
     glDisable(GL_CULL_FACE);
     m_shadow->bind();
-    m_shadow->setUniformValue("lightMatrix", m_lightMatrix);
+    m_shadow->setUniformValue("lightMatrix", light);
     glBindVertexArray(m_boxArray);
-    glDrawArraysInstanced(GL_TRIANGLES, 0, 36, m_boxCount);
-    glBindVertexArray(0);
+    glDrawElementsInstanced(GL_TRIANGLES, allFaces, GL_UNSIGNED_SHORT, nullptr, m_boxCount);
     m_shadow->release();
     glDisable(GL_POLYGON_OFFSET_FILL);
-    m_shadowDirty = false;
+
+    // Then, once, how much sun each spot of the ground gets.
+    m_shadeRect = QVector4D(ground->min.x(), ground->min.z(), ground->extent().x(), ground->extent().z());
+    QMatrix4x4 bias;
+    bias.translate(0.5f, 0.5f, 0.5f);
+    bias.scale(0.5f);
+    glBindFramebuffer(GL_FRAMEBUFFER, m_shadeFramebuffer);
+    glViewport(0, 0, groundShadeSize, groundShadeSize);
+    glDisable(GL_DEPTH_TEST);
+    m_bake->bind();
+    m_bake->setUniformValue("lightMatrix", bias * light);
+    m_bake->setUniformValue("shadeRect", m_shadeRect);
+    m_bake->setUniformValue("groundHeight", ground->min.y());
+    m_bake->setUniformValue("texel", 1.0f / shadowMapSize);
+    m_bake->setUniformValue("shadowMap", 0);
+    glActiveTexture(GL_TEXTURE0);
+    glBindTexture(GL_TEXTURE_2D, m_shadowTexture);
+    glBindVertexArray(m_emptyArray);
+    glDrawArrays(GL_TRIANGLES, 0, 3);
+    m_bake->release();
+    glBindTexture(GL_TEXTURE_2D, 0);
+    glBindVertexArray(0);
 }
 
 void Renderer::render(const SceneController& scene, QSize pixels, float devicePixelRatio)
@@ -296,24 +432,28 @@ void Renderer::render(const SceneController& scene, QSize pixels, float devicePi
         return;
     GLint target = 0;
     glGetIntegerv(GL_DRAW_FRAMEBUFFER_BINDING, &target);
+    const OrbitCamera& camera = scene.camera();
+    const QVector3D towardEye = camera.eye() - camera.current.target;
+    const int quarter = (towardEye.x() >= 0 ? 0 : 2) + (towardEye.z() >= 0 ? 0 : 1);
     if (!m_uploaded || scene.generation() != m_generation)
-        upload(scene);
-    const bool shadows = scene.shadowsEnabled() && m_boxCount > 0;
-    if (shadows && m_shadowDirty) {
-        drawShadowMap(scene);
+        upload(scene, quarter);
+    else if (quarter != m_boxQuarter)
+        uploadBoxes(scene, quarter);
+    const bool shadows = scene.shadowsEnabled() && scene.ground() && m_boxCount > 0;
+    if (shadows && m_shadowShape != scene.shapeGeneration()) {
+        drawShadows(scene);
         glBindFramebuffer(GL_FRAMEBUFFER, GLuint(target));
     }
 
     const Theme& theme = scene.theme();
-    const OrbitCamera& camera = scene.camera();
     glViewport(0, 0, pixels.width(), pixels.height());
     const QColor paper = theme.paper.toRgb();
     glClearColor(paper.redF(), paper.greenF(), paper.blueF(), 1);
     glClearDepth(1);
+    glDepthMask(GL_TRUE);
     glClear(GL_COLOR_BUFFER_BIT | GL_DEPTH_BUFFER_BIT);
     glEnable(GL_DEPTH_TEST);
     glDepthFunc(GL_LEQUAL);
-    glDepthMask(GL_TRUE);
     glEnable(GL_CULL_FACE);
     glCullFace(GL_BACK);
     glDisable(GL_BLEND);
@@ -321,69 +461,77 @@ void Renderer::render(const SceneController& scene, QSize pixels, float devicePi
     const float aspect = float(pixels.width()) / float(pixels.height());
     const QMatrix4x4 view = camera.viewMatrix();
     const QMatrix4x4 viewProjection = camera.projectionMatrix(aspect) * view;
+    const QVector4D depthRow = -view.row(2);
     // Fog starts a little behind the target and thickens toward the far edge of the layout.
     const float depth = camera.distance();
     const float radius = std::max(scene.bounds().extent().length() / 2, 4.0f);
     const QVector2D fogRange(depth + radius * 0.2f, depth + radius * 1.3f);
     const float fogMax = 0.55f;
-    const float storey = std::max(scene.layout().peak / 18, 0.25f);
-    QMatrix4x4 bias;
-    bias.translate(0.5f, 0.5f, 0.5f);
-    bias.scale(0.5f);
+    const QVector3D fogColor = rgb(theme.paper);
 
-    m_surface->bind();
-    m_surface->setUniformValue("viewProjection", viewProjection);
-    m_surface->setUniformValue("view", view);
-    m_surface->setUniformValue("lightMatrix", bias * m_lightMatrix);
-    m_surface->setUniformValue("normalOffset", radius * 2 / shadowMapSize * 1.5f);
-    m_surface->setUniformValue("lightDirection", lightDirection());
-    m_surface->setUniformValue("sunTint", rgb(theme.sunTint));
-    m_surface->setUniformValue("shadeTint", rgb(theme.shadeTint));
-    m_surface->setUniformValue("shadowColor", rgb(theme.shadow));
-    m_surface->setUniformValue("fogColor", rgb(theme.paper));
-    m_surface->setUniformValue("fogRange", fogRange);
-    m_surface->setUniformValue("fogMax", fogMax);
-    m_surface->setUniformValue("storey", storey);
-    // The theme's floor line is a whisper; walls need it a little stronger to read.
-    const QColor line = theme.floorLine.toRgb();
-    m_surface->setUniformValue("lineTint", QVector4D(rgb(line), std::min(float(line.alphaF()) * 2.5f, 1.0f)));
-    const QColor kerb = theme.dark ? theme.paper : mix(theme.stoneDark, theme.ink3, 0.35);
-    m_surface->setUniformValue("kerbTint", QVector4D(rgb(kerb), theme.dark ? 0.75f : 0.6f));
-    m_surface->setUniformValue("pixelRatio", std::max(devicePixelRatio, 0.5f));
-    m_surface->setUniformValue("shadows", shadows);
-    m_surface->setUniformValue("shadowMap", 0);
-    m_surface->setUniformValue("shadowTexel", 1.0f / shadowMapSize);
-    glActiveTexture(GL_TEXTURE0);
-    glBindTexture(GL_TEXTURE_2D, m_shadowTexture);
-
+    // Buildings first: the lots they hide are then never shaded.
+    if (m_boxCount > 0) {
+        m_box->bind();
+        m_box->setUniformValue("viewProjection", viewProjection);
+        m_box->setUniformValue("depthRow", depthRow);
+        m_box->setUniformValue("lightDirection", lightDirection());
+        m_box->setUniformValue("sunTint", rgb(theme.sunTint));
+        m_box->setUniformValue("shadeTint", rgb(theme.shadeTint));
+        m_box->setUniformValue("fogRange", fogRange);
+        m_box->setUniformValue("fogMax", fogMax);
+        m_box->setUniformValue("fogColor", fogColor);
+        // One storey a eighteenth of the tallest building, so that any city shows about as many.
+        m_box->setUniformValue("storey", std::max(scene.layout().peak / 18, 0.25f));
+        // The theme's floor line is a whisper; walls need it a little stronger to read.
+        const QColor line = theme.floorLine.toRgb();
+        m_box->setUniformValue("lineTint", QVector4D(rgb(line), std::min(float(line.alphaF()) * 2.5f, 1.0f)));
+        m_box->setUniformValue("pixelRatio", std::max(devicePixelRatio, 0.5f));
+        GLsizei count = allFaces;
+        const void* first = nullptr;
+        if (!camera.perspective) {
+            count = visibleFaces;
+            first = offset(size_t(allFaces + quarter * visibleFaces) * sizeof(GLushort));
+        }
+        glBindVertexArray(m_boxArray);
+        glDrawElementsInstanced(GL_TRIANGLES, count, GL_UNSIGNED_SHORT, first, m_boxCount);
+        m_box->release();
+    }
     if (m_planeCount > 0) {
-        m_surface->setUniformValue("ground", true);
+        m_plane->bind();
+        m_plane->setUniformValue("viewProjection", viewProjection);
+        m_plane->setUniformValue("depthRow", depthRow);
+        m_plane->setUniformValue("fogRange", fogRange);
+        m_plane->setUniformValue("fogMax", fogMax);
+        m_plane->setUniformValue("fogColor", fogColor);
+        m_plane->setUniformValue("shadeRect", m_shadeRect);
+        m_plane->setUniformValue("topLight", 0.86f + 0.14f * lightDirection().y());
+        m_plane->setUniformValue("shadowColor", rgb(theme.shadow));
+        const QColor kerb = theme.dark ? theme.paper : mix(theme.stoneDark, theme.ink3, 0.35);
+        m_plane->setUniformValue("kerbTint", QVector4D(rgb(kerb), theme.dark ? 0.75f : 0.6f));
+        m_plane->setUniformValue("shadows", shadows);
+        m_plane->setUniformValue("groundShade", 0);
+        glActiveTexture(GL_TEXTURE0);
+        glBindTexture(GL_TEXTURE_2D, m_shadeTexture);
         glBindVertexArray(m_planeArray);
         glDrawArraysInstanced(GL_TRIANGLES, 0, 6, m_planeCount);
+        glBindTexture(GL_TEXTURE_2D, 0);
+        m_plane->release();
     }
-    if (m_boxCount > 0) {
-        m_surface->setUniformValue("ground", false);
-        glBindVertexArray(m_boxArray);
-        glDrawArraysInstanced(GL_TRIANGLES, 0, 36, m_boxCount);
-    }
-    m_surface->release();
-
     if (m_lineCount > 0) {
         glEnable(GL_BLEND);
         glBlendFunc(GL_SRC_ALPHA, GL_ONE_MINUS_SRC_ALPHA);
         m_line->bind();
         m_line->setUniformValue("viewProjection", viewProjection);
-        m_line->setUniformValue("view", view);
-        m_line->setUniformValue("fogColor", rgb(theme.paper));
+        m_line->setUniformValue("depthRow", depthRow);
         m_line->setUniformValue("fogRange", fogRange);
         m_line->setUniformValue("fogMax", fogMax);
+        m_line->setUniformValue("fogColor", fogColor);
         glBindVertexArray(m_lineArray);
         glDrawArrays(GL_LINES, 0, m_lineCount);
         m_line->release();
         glDisable(GL_BLEND);
     }
     glBindVertexArray(0);
-    glBindTexture(GL_TEXTURE_2D, 0);
     glDisable(GL_CULL_FACE);
     glDisable(GL_DEPTH_TEST);
 }

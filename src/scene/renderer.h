@@ -7,24 +7,33 @@
 #include <QSurfaceFormat>
 
 #include <memory>
+#include <optional>
 
 class QOpenGLShaderProgram;
 class SceneController;
 
 // Draws a SceneController with OpenGL 3.3 core: buildings as instanced boxes with storey lines,
-// lots and the ground as instanced planes, connections as lines, a sun with a shadow map, fog into
-// the background. Works in whatever context is current at initialize() (a window's or an
-// offscreen one) and draws into the framebuffer bound when render() is called. Instance buffers
-// are uploaded only when the scene's generation changes; the shadow map is redrawn only then,
-// since the sun does not move with the camera.
+// lots and the ground as instanced planes, connections as lines, a sun whose shadows fall on the
+// ground, fog into the background. Works in whatever context is current at initialize() (a
+// window's or an offscreen one) and draws into the framebuffer bound when render() is called; one
+// draw call per kind of geometry. Instance buffers are uploaded only when the scene's generation
+// changes. The sun does not move with the camera, so the shadows (a shadow map drawn from the sun,
+// then baked into a shade texture over the ground) are redone only when the shapes change.
 class Renderer : protected QOpenGLFunctions_3_3_Core {
 public:
     static constexpr int shadowMapSize = 2048;
+    static constexpr int groundShadeSize = 1024;
 
     // 3.3 core with depth, stencil and 4× multisampling; useDefaultFormat() makes it the
     // application's default, and must run before the QApplication is made.
     static QSurfaceFormat defaultFormat();
     static void useDefaultFormat();
+    // Whether OpenGL is drawn by the processor (Mesa's llvmpipe or softpipe, SwiftShader), found
+    // once with a throwaway context; needs a QGuiApplication.
+    static bool softwareRendering();
+    // Samples a pixel for an interactive view: none on a software renderer, where four would cost
+    // several times the frame, else the default format's.
+    static int interactiveSamples();
 
     Renderer();
     ~Renderer();
@@ -43,22 +52,27 @@ public:
     static QVector3D lightDirection();
 
 private:
-    void upload(const SceneController& scene);
-    void drawShadowMap(const SceneController& scene);
+    void upload(const SceneController& scene, int quarter);
+    void uploadBoxes(const SceneController& scene, int quarter);
+    void drawShadows(const SceneController& scene);
     QMatrix4x4 lightMatrix(const SceneController& scene) const;
 
     bool m_initialized = false;
     QString m_error;
-    std::unique_ptr<QOpenGLShaderProgram> m_surface;
-    std::unique_ptr<QOpenGLShaderProgram> m_shadow;
+    std::unique_ptr<QOpenGLShaderProgram> m_box;
+    std::unique_ptr<QOpenGLShaderProgram> m_plane;
     std::unique_ptr<QOpenGLShaderProgram> m_line;
-    GLuint m_boxMesh = 0, m_planeMesh = 0;
+    std::unique_ptr<QOpenGLShaderProgram> m_shadow;
+    std::unique_ptr<QOpenGLShaderProgram> m_bake;
+    GLuint m_boxMesh = 0, m_boxIndices = 0, m_planeMesh = 0;
     GLuint m_boxInstances = 0, m_planeInstances = 0, m_lineBuffer = 0;
-    GLuint m_boxArray = 0, m_planeArray = 0, m_lineArray = 0;
+    GLuint m_boxArray = 0, m_planeArray = 0, m_lineArray = 0, m_emptyArray = 0;
     GLuint m_shadowTexture = 0, m_shadowFramebuffer = 0;
+    GLuint m_shadeTexture = 0, m_shadeFramebuffer = 0;
     GLsizei m_boxCount = 0, m_planeCount = 0, m_lineCount = 0;
     quint64 m_generation = 0;
     bool m_uploaded = false;
-    bool m_shadowDirty = true;
-    QMatrix4x4 m_lightMatrix;
+    int m_boxQuarter = -1; // the quarter of view the boxes are sorted for
+    std::optional<quint64> m_shadowShape; // the shape generation the shade texture shows
+    QVector4D m_shadeRect;
 };

@@ -158,6 +158,7 @@ void SceneController::build(const FileNode& root, const SceneConfig& config, boo
     m_built = true;
 
     makeLegend();
+    ++m_shapeGeneration;
     refresh();
 }
 
@@ -173,6 +174,7 @@ void SceneController::clear()
     m_filteredOut = {};
     m_hidden = {};
     m_touched.clear();
+    ++m_shapeGeneration;
     refresh();
 }
 
@@ -250,6 +252,7 @@ void SceneController::setHidden(const NodePredicate& isHidden)
     m_hidden = isHidden;
     for (EntityNode& entity : m_entities)
         entity.hidden = m_hidden && m_hidden(*entity.file);
+    ++m_shapeGeneration;
     refresh();
 }
 

@@ -86,13 +86,20 @@ public:
     // The node whose geometry the ray through that screen point meets first.
     const FileNode* pick(QPointF screen, QSize view) const;
 
-    // Changes whenever the instance lists below change.
+    // Changes whenever the instance lists below change; the shape generation only when what stands
+    // where changes (a build, hiding), not with colours and outlines, so shadows are redone less.
     quint64 generation() const { return m_generation; }
+    quint64 shapeGeneration() const { return m_shapeGeneration; }
     const std::vector<SceneInstance>& boxInstances() const { return m_boxes; }
     const std::vector<SceneInstance>& planeInstances() const { return m_planes; }
     const std::vector<SceneLineVertex>& lineVertices() const { return m_lines; }
     // The box that holds everything drawn, the ground included.
     const SceneBox& bounds() const { return m_bounds; }
+    // The flat box of the ground plane, in the views drawn on one.
+    std::optional<SceneBox> ground() const
+    {
+        return m_ground ? std::optional(m_ground->box()) : std::nullopt;
+    }
 
 private:
     EntityNode makeEntity(const Placement& placement) const;
@@ -119,6 +126,7 @@ private:
 
     OrbitCamera m_camera;
     quint64 m_generation = 0;
+    quint64 m_shapeGeneration = 0;
     std::vector<SceneInstance> m_boxes;
     std::vector<SceneInstance> m_planes;
     std::vector<SceneLineVertex> m_lines;
