@@ -38,6 +38,8 @@ public:
     Parent ownerClass; // the class whose members are being added
     QString codeTag = QStringLiteral("js"); // the tag of code nodes: js, c, cpp, rs
 
+    // Room for this many more nodes, so that a large file's nodes are not moved as they come.
+    void reserve(qsizetype count);
     // Appends a node under a parent, or as a root; returns its id.
     Id add(WebDocument::Node node, Parent parent);
     // An element with everything inside it; script and style blocks are read as roots of their own.
