@@ -97,9 +97,11 @@ void Parser::fill(qsizetype open, qsizetype close, NativeSymbol& function) const
         }
         if (names.isEmpty())
             continue;
-        function.registrations.push_back({ word.toByteArray(), names });
+        // Only calls that register are kept: a body may hold a hundred thousand calls.
+        if (!NativeHandlers::registers(word).isEmpty())
+            function.registrations.push_back({ word.toByteArray(), names });
         // std::thread worker(run): the type of a variable made with arguments registers too.
-        if (!member && isWord(i - 1)
+        if (!member && isWord(i - 1) && !NativeHandlers::registers(text(i - 1)).isEmpty()
             && !among(text(i - 1), { "return", "else", "case", "throw", "goto", "co_return" }))
             function.registrations.push_back({ text(i - 1).toByteArray(), names });
     }

@@ -91,7 +91,8 @@ qsizetype Parser::closing(qsizetype open, qsizetype limit) const
 qsizetype Parser::skipAngles(qsizetype open, qsizetype limit) const
 {
     qsizetype depth = 0;
-    for (qsizetype i = open; i < limit && i < open + 512; ++i) {
+    // Parameter lists are short: a "<" with no ">" within this many tokens was a comparison.
+    for (qsizetype i = open; i < limit && i < open + 128; ++i) {
         if (isPunct(i, "<")) {
             ++depth;
         } else if (isPunct(i, ">")) {

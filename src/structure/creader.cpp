@@ -20,7 +20,7 @@ public:
     explicit Tokeniser(QByteArrayView text)
         : m_text(text)
     {
-        m_tokens.reserve(size_t(text.size() / 2)); // more than real code needs: it never grows
+        m_tokens.reserve(size_t(text.size())); // no token is shorter than a byte: it never grows
     }
     std::vector<Token> run();
 

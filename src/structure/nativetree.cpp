@@ -59,7 +59,7 @@ bool NativeTree::namesFunction(QByteArrayView name) const
 
 // Reading order, whatever the order of adding: methods moved into their class, and classes made to
 // hold them, take their places by where they are written.
-std::vector<ScriptSymbol> NativeTree::inOrder(const std::vector<qsizetype>& ids) const
+std::vector<ScriptSymbol> NativeTree::inOrder(const std::vector<qsizetype>& ids)
 {
     std::vector<qsizetype> sorted = ids;
     std::stable_sort(sorted.begin(), sorted.end(), [&](qsizetype a, qsizetype b) {
@@ -68,15 +68,17 @@ std::vector<ScriptSymbol> NativeTree::inOrder(const std::vector<qsizetype>& ids)
     std::vector<ScriptSymbol> symbols;
     symbols.reserve(sorted.size());
     for (const qsizetype id : sorted) {
-        symbols.push_back(m_nodes[size_t(id)].symbol);
+        symbols.push_back(std::move(m_nodes[size_t(id)].symbol));
         symbols.back().children = inOrder(m_nodes[size_t(id)].children);
     }
     return symbols;
 }
 
-std::vector<ScriptSymbol> NativeTree::build() const
+std::vector<ScriptSymbol> NativeTree::build()
 {
-    return inOrder(m_roots);
+    std::vector<ScriptSymbol> symbols = inOrder(m_roots);
+    *this = NativeTree();
+    return symbols;
 }
 
 namespace NativeHandlers {

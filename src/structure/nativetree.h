@@ -44,11 +44,11 @@ public:
     // Whether a name is that of a function, method or handler of the file.
     bool namesFunction(QByteArrayView name) const;
 
-    // The nested symbols, top level first.
-    std::vector<ScriptSymbol> build() const;
+    // The nested symbols, top level first, moved out of the tree, which is left empty.
+    std::vector<ScriptSymbol> build();
 
 private:
-    std::vector<ScriptSymbol> inOrder(const std::vector<qsizetype>& ids) const;
+    std::vector<ScriptSymbol> inOrder(const std::vector<qsizetype>& ids);
 
     std::vector<NativeSymbol> m_nodes;
     std::vector<qsizetype> m_roots;

@@ -37,7 +37,8 @@ qsizetype Parser::add(NativeSymbol symbol, Owner owner)
 qsizetype Parser::skipAngles(qsizetype open, qsizetype limit) const
 {
     qsizetype depth = 0;
-    for (qsizetype i = open; i < limit && i < open + 512; ++i) {
+    // Parameter lists are short: a "<" with no ">" within this many tokens was a comparison.
+    for (qsizetype i = open; i < limit && i < open + 128; ++i) {
         if (isPunct(i, "<")) {
             ++depth;
         } else if (isPunct(i, ">")) {
@@ -503,7 +504,7 @@ void Parser::fill(qsizetype open, qsizetype close, NativeSymbol& function) const
             }
             k = end + 1;
         }
-        if (!names.isEmpty())
+        if (!names.isEmpty() && !registers(word).isEmpty()) // only calls that register are kept
             function.registrations.push_back({ word.toByteArray(), names });
     }
 }

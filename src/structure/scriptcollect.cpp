@@ -249,8 +249,9 @@ Parser::Receiver Parser::element(qsizetype dot)
     const auto after = std::lower_bound(places->second.begin(), places->second.end(), qint32(at));
     if (after == places->second.begin())
         return receiver;
+    // The query that made it opens the value; only the start of a long expression is looked at.
     const qsizetype assigned = *(after - 1);
-    const qsizetype end = expressionEnd(assigned + 2, qsizetype(m_tokens.size()));
+    const qsizetype end = expressionEnd(assigned + 2, std::min(qsizetype(m_tokens.size()), assigned + 66));
     for (qsizetype i = end - 1; i >= assigned + 2; --i) {
         if (const std::optional<QByteArray> selector = queried(i)) {
             receiver.selectors.append(*selector);

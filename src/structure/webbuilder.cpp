@@ -77,6 +77,12 @@ QString animationName(const QString& prelude)
 
 } // namespace
 
+void Builder::reserve(qsizetype count)
+{
+    document.nodes.reserve(document.nodes.size() + size_t(count));
+    m_scope.reserve(m_scope.size() + size_t(count));
+}
+
 Builder::Id Builder::add(Node node, Parent parent)
 {
     const Id id = Id(document.nodes.size());

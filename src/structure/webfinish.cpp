@@ -16,14 +16,9 @@ bool isNameChar(QChar c)
     return c.isLetterOrNumber() || c == u'_' || c == u'$';
 }
 
-// The parts of one compound selector such as div#main.a:hover: its tag, id and classes.
-struct Compound {
-    QString tag;
-    QString id;
-    QStringList classes;
-};
+} // namespace
 
-Compound parsed(QStringView text)
+Builder::Compound Builder::compound(QStringView text)
 {
     Compound compound;
     qsizetype i = 0;
@@ -55,8 +50,6 @@ Compound parsed(QStringView text)
     }
     return compound;
 }
-
-} // namespace
 
 void Builder::setDepth(Id top)
 {
@@ -140,12 +133,11 @@ QStringList Builder::called(QStringView code)
     return names;
 }
 
-bool Builder::matchesCompound(Id element, QStringView text) const
+bool Builder::matches(Id element, const Compound& compound) const
 {
     const auto facts = m_elements.constFind(element);
     if (facts == m_elements.constEnd())
         return false;
-    const Compound compound = parsed(text);
     if (!compound.tag.isEmpty() && compound.tag != facts->tag.toLower())
         return false;
     if (!compound.id.isEmpty() && compound.id.compare(facts->id, Qt::CaseInsensitive) != 0)
@@ -160,16 +152,18 @@ bool Builder::matchesCompound(Id element, QStringView text) const
 QList<Builder::Id> Builder::elements(const QString& selector) const
 {
     QList<Id> found;
+    QSet<Id> seen; // "li" may name thousands of elements
     for (const QString& part : selector.split(u',')) {
         // Combinators are read as descent: an element matches when its ancestors hold the rest.
         QString spaced = part;
         for (const QChar combinator : { u'>', u'+', u'~' })
             spaced.replace(combinator, u' ');
-        const QStringList compounds = spaced.split(u' ', Qt::SkipEmptyParts);
-        if (compounds.isEmpty())
+        std::vector<Compound> compounds;
+        for (const QString& text : spaced.split(u' ', Qt::SkipEmptyParts))
+            compounds.push_back(compound(text));
+        if (compounds.empty())
             continue;
-        const QString& last = compounds.last();
-        const Compound key = parsed(last);
+        const Compound& key = compounds.back();
         QList<Id> candidates;
         if (!key.id.isEmpty())
             candidates = elementsById.value(key.id.toLower());
@@ -178,16 +172,18 @@ QList<Builder::Id> Builder::elements(const QString& selector) const
         else if (!key.tag.isEmpty())
             candidates = m_elementsByTag.value(key.tag);
         for (const Id candidate : std::as_const(candidates)) {
-            if (found.contains(candidate) || !matchesCompound(candidate, last))
+            if (seen.contains(candidate) || !matches(candidate, key))
                 continue;
-            qsizetype wanted = compounds.size() - 2;
+            qsizetype wanted = qsizetype(compounds.size()) - 2;
             for (std::optional<Id> at = document.nodes[size_t(candidate)].parent; at && wanted >= 0;
                  at = document.nodes[size_t(*at)].parent) {
-                if (matchesCompound(*at, compounds[wanted]))
+                if (matches(*at, compounds[size_t(wanted)]))
                     --wanted;
             }
-            if (wanted < 0)
+            if (wanted < 0) {
                 found.append(candidate);
+                seen.insert(candidate);
+            }
         }
     }
     return found;
@@ -230,6 +226,10 @@ void Builder::addLink(Id from, Id to, LinkKind kind)
 {
     if (from == to)
         return;
+    if (qsizetype(document.links.size()) >= linkLimit) {
+        document.truncated = true;
+        return;
+    }
     const quint64 key = (quint64(from) << 35) | (quint64(to) << 3) | quint64(kind);
     if (m_linked.contains(key))
         return;
@@ -246,6 +246,10 @@ void Builder::link()
     document.outgoing.assign(size_t(count), {});
     document.incoming.assign(size_t(count), {});
     for (Id id = 0; id < count; ++id) {
+        if (qsizetype(document.links.size()) >= linkLimit) {
+            document.truncated = true;
+            return;
+        }
         const Node& node = document.nodes[size_t(id)];
         if (node.role == WebRole::element) {
             for (const QString& code : node.handlers) {

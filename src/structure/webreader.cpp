@@ -13,6 +13,20 @@ using Node = WebDocument::Node;
 
 enum class Source { native, rust, page, stylesheet, script };
 
+template <typename Tree> qsizetype countOf(const std::vector<Tree>& list)
+{
+    qsizetype count = qsizetype(list.size());
+    for (const Tree& item : list)
+        count += countOf(item.children);
+    return count;
+}
+
+// Handlers gathered under events add a few grouping nodes.
+qsizetype withRoom(qsizetype nodes)
+{
+    return nodes + nodes / 8 + 16;
+}
+
 std::optional<Source> sourceOf(const QString& extension)
 {
     static const QStringList native { QStringLiteral("c"), QStringLiteral("h"), QStringLiteral("cpp"),
@@ -42,6 +56,7 @@ void readPage(Builder& builder, QByteArrayView utf8)
 {
     const MarkupReader::Reading reading = MarkupReader::read(utf8);
     builder.document.truncated = builder.document.truncated || reading.truncated;
+    builder.reserve(withRoom(countOf(reading.elements)));
     for (const MarkupElement& element : reading.elements)
         builder.addElement(element, std::nullopt);
     WebDocument::Stats& stats = builder.document.stats;
@@ -54,6 +69,7 @@ void addNative(Builder& builder, const QString& rootName, const std::vector<Scri
     const std::vector<Include>& includes, const QString& includeTag, bool cSystem)
 {
     WebDocument& document = builder.document;
+    builder.reserve(withRoom(countOf(symbols) + qsizetype(includes.size())));
     Node root;
     root.role = WebRole::scriptBlock;
     root.stream = WebStream::script;

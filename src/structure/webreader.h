@@ -27,6 +27,10 @@ public:
     using Id = qsizetype;
     using Parent = std::optional<Id>;
 
+    // Linking stops here, and the document is marked truncated: a page whose every rule styles
+    // thousands of elements would otherwise make millions of links.
+    static constexpr qsizetype linkLimit = 50000;
+
     WebDocument document;
     QHash<QString, QList<Id>> elementsById;
     QHash<QString, QList<Id>> elementsByClass;
@@ -38,6 +42,8 @@ public:
     Parent ownerClass; // the class whose members are being added
     QString codeTag = QStringLiteral("js"); // the tag of code nodes: js, c, cpp, rs
 
+    // Room for this many more nodes, so that a large file's nodes are not moved as they come.
+    void reserve(qsizetype count);
     // Appends a node under a parent, or as a root; returns its id.
     Id add(WebDocument::Node node, Parent parent);
     // An element with everything inside it; script and style blocks are read as roots of their own.
@@ -63,6 +69,12 @@ public:
     QList<Id> elements(const QString& selector) const;
 
 private:
+    // The parts of one compound selector such as div#main.a:hover: its tag, id and classes.
+    struct Compound {
+        QString tag;
+        QString id;
+        QStringList classes;
+    };
     struct ElementFacts {
         QString tag;
         QString id;
@@ -72,7 +84,8 @@ private:
     void move(Id id, Id parent);
     void setDepth(Id id);
     std::optional<Id> resolve(const QList<Id>& candidates, Id from) const;
-    bool matchesCompound(Id element, QStringView compound) const;
+    static Compound compound(QStringView text);
+    bool matches(Id element, const Compound& compound) const;
     void addLink(Id from, Id to, LinkKind kind);
 
     // Where each node was written: its parent before handlers were gathered under events, which is

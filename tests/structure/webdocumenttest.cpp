@@ -136,6 +136,17 @@ TEST(WebDocument, IdAndClassSelectorsStyleOnlyTheirElements)
         << "a tag selector styles nothing it is linked to";
 }
 
+TEST(WebDocument, LinkingStopsAtItsLimit)
+{
+    QByteArray page = "<ul>" + QByteArray("<li class=i></li>").repeated(2990) + "</ul><style>";
+    for (int rule = 0; rule < 20; ++rule)
+        page += ".i { order: " + QByteArray::number(rule) + " }\n";
+    const WebDocument document = read(page + "</style>", u"html"_s);
+    EXPECT_EQ(qsizetype(document.links.size()), WebReader::Builder::linkLimit);
+    EXPECT_TRUE(document.truncated);
+    EXPECT_FALSE(read("<p class=i></p><style>.i {}</style>", u"html"_s).truncated);
+}
+
 TEST(WebDocument, InlineHandlersListenWithTheFunctionTheyCall)
 {
     const WebDocument document = read("<button onclick=\"if (ok) save(1)\">Save</button>\n"
