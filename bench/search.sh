@@ -10,13 +10,13 @@ if [ -z "$dir" ]; then
     dir="$work/tree"
     "$here/bench/make-tree.sh" "$dir" 40000 >&2
     # Some capitals, so that the case-keeping query has something to tell apart.
-    find "$dir" -name 'file*7.c' -exec sed -i 's/some words/Some Words/' {} +
+    find "$dir" -name 'file*7.md' -exec sed -i 's/some words/Some Words/' {} +
 fi
 dir=$(cd "$dir" && pwd)
 exact='Some Words'
 folded='some words'
 cat "$(find "$dir" -type f | head -n 1)" >/dev/null
-hyperfine --style none --warmup 2 --runs "${RUNS:-5}" --export-json "$work/times.json" \
+hyperfine --style none -i --warmup 2 --runs "${RUNS:-5}" --export-json "$work/times.json" \
     -n "korvane search '$exact'" "$korvane search $dir '$exact'" \
     -n "rg -c -F '$exact'" "rg -c -F '$exact' $dir" \
     -n "korvane search '$folded'" "$korvane search $dir '$folded'" \
