@@ -1,14 +1,54 @@
 #include "commandline.h"
+#include "renderer.h"
+#include "startup.h"
 
-#include <QCoreApplication>
+#include <QApplication>
 
-int main(int argc, char* argv[])
+#include <cstdio>
+
+namespace {
+
+void name(QCoreApplication&)
 {
-    QCoreApplication app(argc, argv);
     QCoreApplication::setApplicationName(QStringLiteral("Korvane"));
     QCoreApplication::setOrganizationName(QStringLiteral("Korvane"));
     QCoreApplication::setApplicationVersion(QStringLiteral(KORVANE_VERSION));
+}
+
+bool hasDisplay()
+{
+    return qEnvironmentVariableIsSet("DISPLAY") || qEnvironmentVariableIsSet("WAYLAND_DISPLAY")
+        || qEnvironmentVariableIsSet("QT_QPA_PLATFORM");
+}
+
+} // namespace
+
+// Commands run headless; the window, and snapshots drawn by it, need a display.
+int main(int argc, char* argv[])
+{
+    const QString first = argc > 1 ? QString::fromLocal8Bit(argv[1]) : QString();
+    const bool window = argc == 1 || (argc == 2 && !first.startsWith(u'-') && !Cli::isCommand(first));
+    const bool snapshot = first == u"snapshot" && argc > 2;
+    if (!window && !snapshot) {
+        QCoreApplication app(argc, argv);
+        name(app);
+        QStringList arguments = QCoreApplication::arguments();
+        arguments.removeFirst();
+        return Cli::run(arguments);
+    }
+    if (!hasDisplay()) {
+        std::fputs(snapshot ? "korvane snapshot needs a display: run it under xvfb-run, or set DISPLAY.\n"
+                            : "Korvane's window needs a display (DISPLAY is not set). Commands such as "
+                              "\"korvane scan PATH\" run without one.\n",
+            stderr);
+        return 1;
+    }
+    Renderer::useDefaultFormat();
+    QApplication app(argc, argv);
+    name(app);
     QStringList arguments = QCoreApplication::arguments();
     arguments.removeFirst();
-    return Cli::run(arguments);
+    if (snapshot)
+        return Cli::run(arguments);
+    return runWindow(arguments.isEmpty() ? std::nullopt : std::optional(arguments.first()));
 }

@@ -30,8 +30,28 @@ const QList<Command>& commands()
             QStringLiteral(
                 "Read an S-expression file such as a KiCad board: its tree, or its top-level lists by name"),
             1, { QStringLiteral("--json"), QStringLiteral("--summary") }, {}, sexpr },
+        { QStringLiteral("snapshot"),
+            QStringLiteral("snapshot PATH --out FILE.png [--mode city|tree] [--color language|age|churn|status] "
+                           "[--height lines|size|churn|flat] [--theme dark|light] [--size WxH] [--keys KEYS] "
+                           "[--print-state] [--timings]"),
+            QStringLiteral("Draw a folder into an image without showing the window (needs a display or "
+                           "xvfb-run); --keys plays keys first, --print-state prints the state they leave"),
+            1, { QStringLiteral("--print-state"), QStringLiteral("--timings") },
+            { QStringLiteral("--out"), QStringLiteral("--mode"), QStringLiteral("--color"),
+                QStringLiteral("--height"), QStringLiteral("--theme"), QStringLiteral("--size"),
+                QStringLiteral("--keys") },
+            snapshot },
+        { QStringLiteral("outline"), QStringLiteral("outline FILE [--json]"),
+            QStringLiteral("Read one page, stylesheet, script, C-family or Rust file into its parts and the "
+                           "links between them"),
+            1, { QStringLiteral("--json") }, {}, outline },
     };
     return list;
+}
+
+bool isCommand(const QString& word)
+{
+    return std::any_of(commands().begin(), commands().end(), [&](const Command& c) { return c.name == word; });
 }
 
 namespace {
@@ -39,10 +59,12 @@ namespace {
 QString usage()
 {
     QString text
-        = QStringLiteral("Usage: korvane COMMAND [ARGUMENTS]\n"
+        = QStringLiteral("Usage: korvane [PATH]\n"
+                         "       korvane COMMAND [ARGUMENTS]\n"
                          "       korvane --help | --version\n\n"
                          "Korvane draws a folder or Git repository as a city, a tree, a replay of its\n"
-                         "history or a graph of its imports. Its commands run without a window:\n\n");
+                         "history or a graph of its imports. Without a command it opens its window (on\n"
+                         "PATH, when given). Its commands run without a window:\n\n");
     for (const Command& command : commands())
         text += QStringLiteral("  korvane ") + command.synopsis + QStringLiteral("\n      ") + command.summary
             + u'\n';

@@ -29,6 +29,7 @@ struct Command {
 };
 
 const QList<Command>& commands();
+bool isCommand(const QString& word);
 
 // Scans with a progress bar on a terminal; on failure says why on standard error.
 std::optional<ScanResult> scanFolder(const QString& path);
@@ -42,6 +43,9 @@ int scan(const Arguments& arguments);
 int sexpr(const Arguments& arguments);
 int layout(const Arguments& arguments);
 int history(const Arguments& arguments);
+// Needs a QApplication and a display.
+int snapshot(const Arguments& arguments);
+int outline(const Arguments& arguments);
 int imports(const Arguments& arguments);
 
 } // namespace Cli

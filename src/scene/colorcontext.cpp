@@ -54,6 +54,13 @@ ColorContext::ColorContext(ColorMode mode, bool dark, const QList<const FileNode
     for (const FileNode* file : files)
         m_ranked.emplace_back(value(mode, *file), bucket.value(file));
     std::sort(m_ranked.begin(), m_ranked.end());
+    // A file without a date or a commit says nothing about a bucket's range.
+    for (const auto& [value, rank] : m_ranked) {
+        auto& range = m_ranges[size_t(rank)];
+        if (value > 0)
+            range = range ? std::pair(std::min(range->first, value), std::max(range->second, value))
+                          : std::pair(value, value);
+    }
 }
 
 double ColorContext::value(ColorMode mode, const FileNode& node)
@@ -139,22 +146,14 @@ QString ColorContext::label(const QString& key) const
     const int rank = tail.toInt(&ok);
     if (!ok)
         return key;
-    // The range of values the bucket holds, read from the ranked files; a file without a date or a
-    // commit says nothing about the range.
-    std::optional<double> low, high;
-    for (const auto& [value, owner] : m_ranked) {
-        if (owner != rank || value <= 0)
-            continue;
-        low = low ? std::min(*low, value) : value;
-        high = high ? std::max(*high, value) : value;
-    }
-    if (!low)
+    if (rank < 0 || rank >= rankCount || !m_ranges[size_t(rank)])
         return mode == ColorMode::churn ? QStringLiteral("none") : QStringLiteral("undated");
+    const auto [low, high] = *m_ranges[size_t(rank)];
     if (mode == ColorMode::churn) {
-        return *low == *high ? commitsText(qint64(*low))
-                             : QStringLiteral("%1–%2 commits").arg(qint64(*low)).arg(qint64(*high));
+        return low == high ? commitsText(qint64(low))
+                           : QStringLiteral("%1–%2 commits").arg(qint64(low)).arg(qint64(high));
     }
-    const QString first = dayText(*low), last = dayText(*high);
+    const QString first = dayText(low), last = dayText(high);
     return first == last ? first : first + u" – " + last;
 }
 

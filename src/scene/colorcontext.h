@@ -8,6 +8,7 @@
 #include <QList>
 #include <QString>
 
+#include <array>
 #include <optional>
 #include <vector>
 
@@ -55,4 +56,7 @@ private:
 
     // Every ranked value in ascending order with its bucket, to place values that were not ranked.
     std::vector<std::pair<double, int>> m_ranked;
+    // The smallest and largest value above 0 in each bucket, for the legend; none when it holds no
+    // dated or committed file.
+    std::array<std::optional<std::pair<double, double>>, rankCount> m_ranges;
 };

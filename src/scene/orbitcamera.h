@@ -4,6 +4,7 @@
 #include <QVector3D>
 
 #include <numbers>
+#include <vector>
 
 // An axis-aligned box in scene units.
 struct SceneBox {
@@ -58,8 +59,9 @@ public:
     void settle() { current = goal; }
     bool settled() const { return current == goal; }
 
-    // A new layout: the zoom limits and the far distance follow its size, and home() frames it.
-    void setUp(const SceneBox& bounds);
+    // A new layout: the zoom limits and the far distance follow its size, and home() frames the
+    // outline points (the corners of the bounds when none are given).
+    void setUp(const SceneBox& bounds, std::vector<QVector3D> outline = {});
     void setUp(float radius); // a layout of that radius around the origin
     float radius() const { return m_radius; }
     // The width-to-height ratio that framing fits boxes into; the view tells it when it resizes.
@@ -74,22 +76,30 @@ public:
     void home(); // the whole layout from the default angle
     void frame(const SceneBox& box); // one thing, filling most of the view, keeping the angle
     void follow(const QVector3D& point); // only the target moves
-    void togglePerspective() { perspective = !perspective; }
+    // Switches the projection; a view that showed the whole layout is framed anew for the other one,
+    // whose near parts look bigger.
+    void setPerspective(bool on);
+    void togglePerspective() { setPerspective(!perspective); }
 
     // The state a home() command aims at.
     OrbitState homeState() const;
 
-    QVector3D eye() const;
-    float distance() const; // from the eye to the target
-    QMatrix4x4 viewMatrix() const;
-    QMatrix4x4 projectionMatrix(float aspect) const;
+    QVector3D eye() const { return eye(current); }
+    float distance() const { return distance(current); } // from the eye to the target
+    QMatrix4x4 viewMatrix() const { return viewMatrix(current); }
+    QMatrix4x4 projectionMatrix(float aspect) const { return projectionMatrix(current, aspect); }
     // The scale that shows the whole box from the given angle in a view of the framing aspect.
     float fittingScale(const SceneBox& box, float yaw, float pitch) const;
 
 private:
     float clampScale(float scale) const;
+    QVector3D eye(const OrbitState& state) const;
+    float distance(const OrbitState& state) const;
+    QMatrix4x4 viewMatrix(const OrbitState& state) const;
+    QMatrix4x4 projectionMatrix(const OrbitState& state, float aspect) const;
 
     SceneBox m_bounds;
+    std::vector<QVector3D> m_outline;
     float m_radius = 4;
     float m_aspect = 1.5f;
 };

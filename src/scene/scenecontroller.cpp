@@ -135,7 +135,22 @@ void SceneController::build(const FileNode& root, const SceneConfig& config, boo
     }
     m_radius = std::max((vec(m_layout.maxBound) - vec(m_layout.minBound)).length() / 2, 4.0f);
 
-    m_camera.setUp(m_bounds);
+    // What home must show: the ground's corners and every building's and disc's box.
+    std::vector<QVector3D> outline;
+    outline.reserve(m_entities.size() * 8 + 4);
+    const auto corners = [&](const SceneBox& box) {
+        for (int corner = 0; corner < 8; ++corner) {
+            outline.emplace_back((corner & 1) ? box.max.x() : box.min.x(),
+                (corner & 2) ? box.max.y() : box.min.y(), (corner & 4) ? box.max.z() : box.min.z());
+        }
+    };
+    if (m_ground)
+        corners(m_ground->box());
+    for (const EntityNode& entity : m_entities) {
+        if (entity.kind() != PlacementKind::paving || !m_ground)
+            corners(entity.box());
+    }
+    m_camera.setUp(m_bounds, std::move(outline));
     if (resetCamera || !m_built)
         m_camera.home();
     if (!m_built)

@@ -30,8 +30,9 @@ struct ProgressMailbox {
 
 } // namespace
 
-AppState::AppState(QObject* parent)
+AppState::AppState(QObject* parent, bool persistent)
     : QObject(parent)
+    , m_persistent(persistent)
 {
     for (const QString& path : settings().value(recentsKey).toStringList()) {
         if (!path.isEmpty() && m_recents.size() < maxRecents)
@@ -44,14 +45,6 @@ AppState::~AppState()
     // Scans stop at their next check of the flag; none may report into a state being destroyed.
     cancelScan();
     m_pool.waitForDone();
-}
-
-template <typename T> void AppState::assign(T& field, const T& value, void (AppState::*changed)())
-{
-    if (field == value)
-        return;
-    field = value;
-    emit(this->*changed)();
 }
 
 // --- the folder -----------------------------------------------------------------------------
@@ -171,7 +164,8 @@ void AppState::remember(const QString& path)
         if (standardized(entry) != folder && recents.size() < maxRecents)
             recents.append(entry);
     }
-    settings().setValue(recentsKey, recents);
+    if (m_persistent)
+        settings().setValue(recentsKey, recents);
     assign(m_recents, recents, &AppState::recentsChanged);
     setRecentIndex(0);
 }

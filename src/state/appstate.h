@@ -33,7 +33,8 @@ public:
     static constexpr double narrowDrawerWidth = 340;
     static constexpr double wideDrawerWidth = 620;
 
-    explicit AppState(QObject* parent = nullptr);
+    // A state that does not persist keeps its recent folders to itself (scripted snapshots).
+    explicit AppState(QObject* parent = nullptr, bool persistent = true);
     ~AppState() override;
 
     // --- the folder -------------------------------------------------------------------------
@@ -196,7 +197,14 @@ signals:
     void filtersChanged();
 
 private:
-    template <typename T> void assign(T& field, const T& value, void (AppState::*changed)());
+    // Sets a field and announces it, when it changes.
+    template <typename T> void assign(T& field, const T& value, void (AppState::*changed)())
+    {
+        if (field == value)
+            return;
+        field = value;
+        emit(this->*changed)();
+    }
     void filterChanged();
     void installRoot(ScanResult result);
     bool selectNearestCentre();
@@ -243,5 +251,6 @@ private:
     bool m_suspendFilter = false;
     std::optional<QString> m_scannedPath;
     SceneHost* m_scene = nullptr;
+    bool m_persistent = true;
     QThreadPool m_pool;
 };

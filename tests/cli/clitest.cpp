@@ -23,6 +23,11 @@ struct Outcome {
 Outcome korvane(const QStringList& arguments)
 {
     QProcess process;
+    // Headless, as on CI: without a command korvane would open its window on a display.
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    for (const QString& name : { u"DISPLAY"_s, u"WAYLAND_DISPLAY"_s, u"QT_QPA_PLATFORM"_s })
+        environment.remove(name);
+    process.setProcessEnvironment(environment);
     process.start(QStringLiteral(KORVANE_BINARY), arguments);
     process.waitForFinished(-1);
     return { process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -1,
@@ -176,8 +181,9 @@ INSTANTIATE_TEST_SUITE_P(Table, CommandLineUsage,
         UsageCase { "twoPaths", { u"scan"_s, u"a"_s, u"b"_s }, 2, "", "korvane: usage: korvane scan PATH" },
         UsageCase { "unknownOption", { u"scan"_s, u"."_s, u"--bogus"_s }, 2, "",
             "korvane: unknown option --bogus for scan" },
-        UsageCase { "unknownCommand", { u"frobnicate"_s }, 2, "", "korvane: unknown command \"frobnicate\"" },
-        UsageCase { "nothing", {}, 2, "", "korvane: no command given" },
+        UsageCase {
+            "unknownCommand", { u"frobnicate"_s, u"x"_s }, 2, "", "korvane: unknown command \"frobnicate\"" },
+        UsageCase { "windowWithoutDisplay", {}, 1, "", "Korvane's window needs a display" },
         UsageCase { "sexprOfMissingFile", { u"sexpr"_s, u"/no/such.kicad_pcb"_s }, 1, "",
             "/no/such.kicad_pcb is not a file.\n" },
         UsageCase { "sexprOfAFolder", { u"sexpr"_s, QStringLiteral(KORVANE_TEST_DATA) }, 1, "",
@@ -203,8 +209,18 @@ INSTANTIATE_TEST_SUITE_P(Table, CommandLineUsage,
             "such is not a git repository.\n" },
         UsageCase { "historyAtNonsense", { u"history"_s, u"."_s, u"--at"_s, u"soon"_s }, 2, "",
             "korvane: --at takes a commit number or \"end\"" },
+        UsageCase { "outlineOfMissingFile", { u"outline"_s, u"/no/such.js"_s }, 1, "",
+            "/no/such.js is not a file.\n" },
+        UsageCase { "outlineOfUnreadableKind",
+            { u"outline"_s, QStringLiteral(KORVANE_TEST_DATA "/board.kicad_pcb") }, 1, "",
+            "No structure reader for .kicad_pcb files.\n" },
+        UsageCase { "outlineWithoutExtension", { u"outline"_s, QStringLiteral(KORVANE_BINARY) }, 1, "",
+            "No structure reader for files without an extension.\n" },
+        UsageCase { "outlineOfNothing", { u"outline"_s }, 2, "", "korvane: usage: korvane outline FILE" },
+        UsageCase { "outlineUnknownOption", { u"outline"_s, u"a.js"_s, u"--tree"_s }, 2, "",
+            "korvane: unknown option --tree for outline" },
         UsageCase { "version", { u"--version"_s }, 0, "korvane " KORVANE_VERSION "\n", "" },
-        UsageCase { "help", { u"--help"_s }, 0, "Usage: korvane COMMAND", "" },
+        UsageCase { "help", { u"--help"_s }, 0, "Usage: korvane [PATH]\n       korvane COMMAND", "" },
         UsageCase { "commandHelp", { u"scan"_s, u"--help"_s }, 0, "Usage: korvane scan PATH [--json]", "" }),
     [](const auto& info) { return std::string(info.param.name); });
 

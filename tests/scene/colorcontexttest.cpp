@@ -77,12 +77,16 @@ TEST(ColorContext, AgeRanksByLastCommitThenModificationTimeThenZero)
 {
     auto root = makeTree(u"a.c\nb.c\nc.c\nd.c\n"_s);
     auto& files = root->children;
-    files[0]->lastCommit = 300; // newest: its commit wins over a later modification time
-    files[0]->modified = 900;
-    files[1]->modified = 200;
-    files[2]->lastCommit = 100;
+    files[0]->lastCommit = 1700000000; // newest: its commit wins over a later modification time
+    files[0]->modified = 1900000000;
+    files[1]->modified = 1600000000;
+    files[2]->lastCommit = 1500000000;
     // d.c has neither: it counts as 1970 and is the oldest.
     EXPECT_EQ(ranks(*root, ColorMode::age), (std::vector<int> { 9, 6, 3, 0 }));
+    const ColorContext age(ColorMode::age, false, root->allFiles());
+    EXPECT_EQ(age.label(u"age:9"_s), u"2023-11-14");
+    EXPECT_EQ(age.label(u"age:3"_s), u"2017-07-14");
+    EXPECT_EQ(age.label(u"age:0"_s), u"undated");
 }
 
 TEST(ColorContext, ChurnAndAgeKeysAndTheUncommittedFile)

@@ -150,3 +150,42 @@ TEST(OrbitCamera, FramingABoxFillsAboutHalfTheView)
     EXPECT_GT(top.y(), 0.2);
     EXPECT_LT(top.y(), 0.6);
 }
+
+TEST(OrbitCamera, HomeStaysFramedWhenTheViewChangesShapeOrProjection)
+{
+    OrbitCamera camera;
+    // A tall tower at one corner of a flat square: lopsided, so centring matters.
+    const std::vector<QVector3D> outline { { -20, 0, -20 }, { 20, 0, -20 }, { -20, 0, 20 }, { 20, 0, 20 },
+        { 15, 30, 15 }, { 19, 30, 19 } };
+    camera.setUp(SceneBox { QVector3D(-20, 0, -20), QVector3D(20, 30, 20) }, outline);
+    camera.home();
+    for (const float aspect : { 2.0f, 0.8f }) {
+        camera.setAspect(aspect);
+        for (const bool perspective : { true, false }) {
+            camera.setPerspective(perspective);
+            camera.settle();
+            float x0 = 1, x1 = -1, y0 = 1, y1 = -1;
+            for (const QVector3D& p : outline) {
+                const QVector3D at = ndc(camera, p, aspect);
+                x0 = std::min(x0, at.x());
+                x1 = std::max(x1, at.x());
+                y0 = std::min(y0, at.y());
+                y1 = std::max(y1, at.y());
+            }
+            // Inside, centred, and filling one direction up to the margin.
+            EXPECT_GE(x0, -1);
+            EXPECT_LE(x1, 1);
+            EXPECT_GE(y0, -1);
+            EXPECT_LE(y1, 1);
+            EXPECT_NEAR(x0 + x1, 0, 0.03);
+            EXPECT_NEAR(y0 + y1, 0, 0.03);
+            EXPECT_GT(std::max(x1 - x0, y1 - y0), 1.85);
+        }
+    }
+    // Away from home, a change of shape leaves the goal alone.
+    camera.zoom(2);
+    const OrbitState zoomed = camera.goal;
+    camera.setAspect(1.2f);
+    camera.setPerspective(true);
+    EXPECT_EQ(camera.goal, zoomed);
+}

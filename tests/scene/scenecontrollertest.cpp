@@ -1,4 +1,6 @@
 #include "scenecontroller.h"
+#include "offscreenview.h"
+#include "renderer.h"
 #include "scanner.h"
 #include "testsupport.h"
 
@@ -339,4 +341,18 @@ TEST(SceneController, CityOnlyKeepsTheListedNodesAndHistoryIgnoresTheList)
     scene.build(*root, config(VisualizationMode::graph), true, {}, &only);
     EXPECT_FALSE(scene.entityFor(root->find(u"docs/guide.md")));
     EXPECT_TRUE(scene.entityFor(root->find(u"src/main.c")));
+}
+
+TEST(SceneController, WithoutAGraphicsContextTheRendererSaysWhy)
+{
+    Renderer renderer;
+    EXPECT_FALSE(renderer.initialize());
+    EXPECT_FALSE(renderer.error().isEmpty());
+    // No QGuiApplication in this test program: no image, and the reason.
+    const auto root = town();
+    SceneController scene;
+    scene.build(*root, config(), true);
+    QString error;
+    EXPECT_TRUE(renderImage(scene, QSize(64, 64), 1, &error).isNull());
+    EXPECT_EQ(error, u"Rendering needs a QGuiApplication.");
 }

@@ -260,6 +260,11 @@ struct NearestCase {
     std::optional<std::size_t> expected;
 };
 
+void PrintTo(const NearestCase& c, std::ostream* os)
+{
+    *os << c.name;
+}
+
 class Nearest : public ::testing::TestWithParam<NearestCase> { };
 
 TEST_P(Nearest, PicksTheLowestScoreInsideTheCone)
@@ -317,6 +322,11 @@ struct RouteCase {
     const char* text;
     const char* action; // "" when no layer takes the key
 };
+
+void PrintTo(const RouteCase& c, std::ostream* os)
+{
+    *os << c.name;
+}
 
 class Routing : public StateTest, public ::testing::WithParamInterface<RouteCase> { };
 

@@ -1,0 +1,11 @@
+#pragma once
+
+#include <QSize>
+
+class QPainter;
+class SceneController;
+
+// Draws the selected node's name tag over a rendered scene of that size (in logical pixels): the
+// name, a line of detail in the height mode's measure, and a leader down to the building. Shared by
+// the window and offscreen images.
+void paintLabels(QPainter& painter, const SceneController& scene, QSize view);

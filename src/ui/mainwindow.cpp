@@ -1,0 +1,297 @@
+#include "mainwindow.h"
+
+#include "filetreemodel.h"
+#include "format.h"
+#include "panels.h"
+#include "sceneview.h"
+#include "style.h"
+#include "welcomeview.h"
+
+#include <QApplication>
+#include <QDragEnterEvent>
+#include <QFileInfo>
+#include <QHBoxLayout>
+#include <QHeaderView>
+#include <QKeyEvent>
+#include <QLabel>
+#include <QLineEdit>
+#include <QMimeData>
+#include <QPushButton>
+#include <QStackedWidget>
+#include <QTreeView>
+#include <QVBoxLayout>
+
+namespace {
+
+constexpr int compactRail = 230;
+constexpr int expandedRail = 360;
+
+// The first local folder among dropped URLs.
+QString droppedFolder(const QMimeData* data)
+{
+    if (!data || !data->hasUrls())
+        return {};
+    for (const QUrl& url : data->urls()) {
+        if (url.isLocalFile() && QFileInfo(url.toLocalFile()).isDir())
+            return url.toLocalFile();
+    }
+    return {};
+}
+
+} // namespace
+
+MainWindow::MainWindow(AppState& state, QWidget* parent)
+    : QWidget(parent)
+    , m_state(state)
+    , m_router(state)
+{
+    setWindowTitle(QStringLiteral("Korvane"));
+    setAcceptDrops(true);
+    resize(1400, 880);
+
+    m_stage = new QWidget(this);
+    m_pages = new QStackedWidget(m_stage);
+    m_welcome = new WelcomeView(state, m_pages);
+    m_viewer = new QWidget(m_pages);
+    m_pages->addWidget(m_welcome);
+    m_pages->addWidget(m_viewer);
+    auto* stageLayout = new QVBoxLayout(m_stage);
+    stageLayout->setContentsMargins(0, 0, 0, 0);
+    stageLayout->addWidget(m_pages);
+
+    m_rail = new QTreeView(m_viewer);
+    m_rail->setObjectName(QStringLiteral("rail"));
+    m_rail->setAttribute(Qt::WA_StyledBackground);
+    m_railModel = new FileTreeModel(m_rail);
+    m_rail->setModel(m_railModel);
+    m_rail->setHeaderHidden(true);
+    m_rail->setUniformRowHeights(true);
+    m_rail->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+    m_rail->setFocusPolicy(Qt::ClickFocus);
+    m_rail->header()->setStretchLastSection(false);
+    m_rail->header()->setSectionResizeMode(0, QHeaderView::Stretch);
+    m_rail->header()->setSectionResizeMode(1, QHeaderView::ResizeToContents);
+    m_scene = new SceneView(state, m_viewer);
+    m_drawer = new Drawer(state, m_viewer);
+    auto* body = new QHBoxLayout(m_viewer);
+    body->setContentsMargins(0, 0, 0, 0);
+    body->setSpacing(0);
+    body->addWidget(m_rail);
+    body->addWidget(m_scene, 1);
+    body->addWidget(m_drawer);
+
+    m_banner = new MessageBanner(state, m_stage);
+    m_progress = new ProgressPanel(state, m_stage);
+    m_keySheet = new KeySheet(m_stage);
+    m_legend = new Legend(m_stage);
+    m_stage->installEventFilter(this);
+
+    auto* layout = new QVBoxLayout(this);
+    layout->setContentsMargins(0, 0, 0, 0);
+    layout->setSpacing(0);
+    layout->addWidget(makeMasthead());
+    layout->addWidget(m_stage, 1);
+
+    connect(m_rail->selectionModel(), &QItemSelectionModel::currentChanged, this,
+        [this](const QModelIndex& index) {
+            if (!m_syncing && index.isValid())
+                m_state.select(m_railModel->node(index), true, false);
+        });
+    connect(&state, &AppState::rootChanged, this, [this] { m_railModel->setRoot(m_state.root()); });
+    connect(&state, &AppState::selectionChanged, this, &MainWindow::syncRail);
+    connect(m_scene, &SceneView::built, this, &MainWindow::refreshLegend);
+    for (const auto signal : { &AppState::rootChanged, &AppState::modeChanged, &AppState::colorModeChanged,
+             &AppState::heightModeChanged, &AppState::viewRootChanged, &AppState::scanningChanged })
+        connect(&state, signal, this, &MainWindow::refreshMasthead);
+    for (const auto signal : { &AppState::rootChanged, &AppState::scanningChanged, &AppState::railModeChanged,
+             &AppState::showDrawerChanged, &AppState::drawerWidthChanged, &AppState::showKeysChanged,
+             &AppState::errorMessageChanged, &AppState::captureImageChanged })
+        connect(&state, signal, this, &MainWindow::refreshPanels);
+    connect(&state, &AppState::darkChanged, this, [this] {
+        applyTheme(*this, Theme::of(m_state.dark()));
+        m_railModel->setDark(m_state.dark());
+        refreshLegend();
+    });
+
+    applyTheme(*this, Theme::of(state.dark()));
+    qApp->installEventFilter(this);
+    refreshMasthead();
+    refreshPanels();
+}
+
+MainWindow::~MainWindow()
+{
+    qApp->removeEventFilter(this);
+}
+
+QWidget* MainWindow::makeMasthead()
+{
+    auto* masthead = new QWidget(this);
+    masthead->setObjectName(QStringLiteral("masthead"));
+    masthead->setAttribute(Qt::WA_StyledBackground);
+    m_folderName = new QLabel(QStringLiteral("Korvane"), masthead);
+    m_folderName->setObjectName(QStringLiteral("folderName"));
+    m_facts = new QLabel(masthead);
+    m_facts->setProperty("class", QStringLiteral("secondary"));
+    m_facts->setMinimumWidth(1); // the facts give way to the buttons in a narrow window
+
+    const auto button = [&](const QString& text, const QString& action, const QString& tip) {
+        auto* b = new QPushButton(text, masthead);
+        b->setFocusPolicy(Qt::NoFocus);
+        b->setSizePolicy(QSizePolicy::Fixed, QSizePolicy::Fixed);
+        b->setToolTip(tip);
+        connect(b, &QPushButton::clicked, this, [this, action] { m_router.perform(action); });
+        return b;
+    };
+    m_cityButton = button(QStringLiteral("City"), QStringLiteral("city"), QStringLiteral("City view (1)"));
+    m_treeButton = button(QStringLiteral("Tree"), QStringLiteral("tree"), QStringLiteral("Tree view (2)"));
+    m_cityButton->setCheckable(true);
+    m_treeButton->setCheckable(true);
+    m_colorButton = button({}, QStringLiteral("color"), QStringLiteral("Next colouring (c, C goes back)"));
+    m_heightButton = button({}, QStringLiteral("height"), QStringLiteral("Next height (h, H goes back)"));
+    auto* keys = button(QStringLiteral("?"), QStringLiteral("keys"), QStringLiteral("Keys (?)"));
+
+    m_modes = new QWidget(masthead);
+    auto* modes = new QHBoxLayout(m_modes);
+    modes->setContentsMargins(0, 0, 0, 0);
+    modes->setSpacing(6);
+    modes->addWidget(m_cityButton);
+    modes->addWidget(m_treeButton);
+    modes->addSpacing(12);
+    modes->addWidget(m_colorButton);
+    modes->addWidget(m_heightButton);
+
+    auto* row = new QHBoxLayout(masthead);
+    row->setContentsMargins(16, 8, 12, 8);
+    row->setSpacing(14);
+    row->addWidget(m_folderName);
+    row->addWidget(m_facts);
+    row->addStretch(1);
+    row->addWidget(m_modes);
+    row->addWidget(keys);
+    return masthead;
+}
+
+void MainWindow::refreshMasthead()
+{
+    const FileNode* root = m_state.root();
+    m_modes->setVisible(root != nullptr);
+    if (!root) {
+        m_folderName->setText(QStringLiteral("Korvane"));
+        m_facts->clear();
+        setWindowTitle(QStringLiteral("Korvane"));
+        return;
+    }
+    m_folderName->setText(root->name);
+    QStringList facts;
+    if (m_state.branch())
+        facts << QStringLiteral("⎇ ") + *m_state.branch();
+    facts << Format::count(root->fileCount, u"file") << Format::count(root->lines, u"line");
+    if (m_state.truncated())
+        facts << QStringLiteral("first %1 files only").arg(Format::grouped(root->fileCount));
+    if (m_state.viewRoot() && m_state.viewRoot() != root)
+        facts << QStringLiteral("in ") + m_state.viewRoot()->relativePath;
+    m_facts->setText(facts.join(QStringLiteral("  ·  ")));
+    setWindowTitle(root->name + QStringLiteral(" — Korvane"));
+    m_cityButton->setChecked(m_state.mode() == VisualizationMode::city);
+    m_treeButton->setChecked(m_state.mode() == VisualizationMode::tree);
+    m_colorButton->setText(QStringLiteral("Colour: ") + modeName(m_state.colorMode()));
+    m_heightButton->setText(QStringLiteral("Height: ") + modeName(m_state.heightMode()));
+}
+
+void MainWindow::refreshPanels()
+{
+    m_pages->setCurrentWidget(m_state.root() ? m_viewer : m_welcome);
+    const bool capture = m_state.captureImage();
+    m_rail->setVisible(!capture && m_state.railMode() != RailMode::hidden);
+    m_rail->setFixedWidth(m_state.railMode() == RailMode::expanded ? expandedRail : compactRail);
+    m_rail->setColumnHidden(1, m_state.railMode() != RailMode::expanded);
+    m_drawer->setVisible(!capture && m_state.showDrawer());
+    m_drawer->setFixedWidth(int(m_state.drawerWidth()));
+    m_keySheet->setVisible(m_state.showKeys());
+    m_legend->setVisible(!capture && m_state.root() && !m_legend->isHidden());
+    placeOverlays();
+}
+
+void MainWindow::refreshLegend()
+{
+    m_legend->setEntries(m_scene->controller().legend(), Theme::of(m_state.dark()));
+    m_legend->setVisible(
+        m_state.root() && !m_state.captureImage() && !m_scene->controller().legend().isEmpty());
+    placeOverlays();
+}
+
+void MainWindow::placeOverlays()
+{
+    const QRect area = m_stage->rect();
+    const int left = m_rail->isVisible() && m_state.root() ? m_rail->width() : 0;
+    const int right = m_drawer->isVisible() && m_state.root() ? m_drawer->width() : 0;
+    const QRect scene = area.adjusted(left, 0, -right, 0);
+    m_banner->setFixedWidth(std::min(560, scene.width() - 32));
+    m_banner->adjustSize();
+    m_banner->move(scene.center().x() - m_banner->width() / 2, 16);
+    m_progress->adjustSize();
+    m_progress->move(scene.center() - QPoint(m_progress->width() / 2, m_progress->height() / 2));
+    m_keySheet->adjustSize();
+    m_keySheet->move(scene.center() - QPoint(m_keySheet->width() / 2, m_keySheet->height() / 2));
+    m_legend->move(scene.left() + 14, scene.bottom() - m_legend->height() - 14);
+    for (QWidget* overlay : { static_cast<QWidget*>(m_legend), static_cast<QWidget*>(m_progress),
+             static_cast<QWidget*>(m_banner), static_cast<QWidget*>(m_keySheet) })
+        overlay->raise();
+}
+
+void MainWindow::syncRail()
+{
+    const QModelIndex index = m_railModel->indexOf(m_state.selection());
+    m_syncing = true;
+    if (index.isValid()) {
+        m_rail->setCurrentIndex(index);
+        m_rail->scrollTo(index);
+    } else {
+        m_rail->selectionModel()->clearCurrentIndex();
+        m_rail->clearSelection();
+    }
+    m_syncing = false;
+}
+
+bool MainWindow::eventFilter(QObject* watched, QEvent* event)
+{
+    if (watched == m_stage && event->type() == QEvent::Resize)
+        placeOverlays();
+    if (event->type() != QEvent::KeyPress)
+        return false;
+    auto* widget = qobject_cast<QWidget*>(watched);
+    if (!widget || widget->window() != this || QApplication::activeModalWidget()
+        || QApplication::activePopupWidget())
+        return false;
+    return routeKey(static_cast<QKeyEvent*>(event));
+}
+
+bool MainWindow::routeKey(QKeyEvent* event)
+{
+    // A text field keeps its typing; the welcome list still answers the arrows, and Return in an
+    // empty field opens the highlighted recent folder.
+    if (auto* field = qobject_cast<QLineEdit*>(QApplication::focusWidget())) {
+        const int key = event->key();
+        const bool listKey = key == Qt::Key_Up || key == Qt::Key_Down
+            || ((key == Qt::Key_Return || key == Qt::Key_Enter) && field->text().isEmpty());
+        if (!listKey)
+            return false;
+    }
+    return m_router.handle({ event->key(), event->text(), event->modifiers() });
+}
+
+void MainWindow::dragEnterEvent(QDragEnterEvent* event)
+{
+    if (!droppedFolder(event->mimeData()).isEmpty())
+        event->acceptProposedAction();
+}
+
+void MainWindow::dropEvent(QDropEvent* event)
+{
+    const QString folder = droppedFolder(event->mimeData());
+    if (folder.isEmpty())
+        return;
+    event->acceptProposedAction();
+    m_state.open(folder);
+}

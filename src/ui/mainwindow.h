@@ -1,0 +1,72 @@
+#pragma once
+
+#include "appstate.h"
+#include "keyrouter.h"
+
+#include <QWidget>
+
+class Drawer;
+class FileTreeModel;
+class KeySheet;
+class Legend;
+class MessageBanner;
+class ProgressPanel;
+class QLabel;
+class QPushButton;
+class QStackedWidget;
+class QTreeView;
+class SceneView;
+class WelcomeView;
+
+// The window: a masthead with the folder and the modes, the folder rail on the left, the scene in
+// the middle with its overlays (progress, message, legend, key sheet), the details drawer on the
+// right, and the welcome screen when no folder is open. Every key goes through the key router
+// before any widget sees it.
+class MainWindow : public QWidget {
+    Q_OBJECT
+
+public:
+    explicit MainWindow(AppState& state, QWidget* parent = nullptr);
+    ~MainWindow() override;
+
+    KeyRouter& router() { return m_router; }
+    SceneView& sceneView() { return *m_scene; }
+
+    bool eventFilter(QObject* watched, QEvent* event) override;
+
+protected:
+    void dragEnterEvent(QDragEnterEvent* event) override;
+    void dropEvent(QDropEvent* event) override;
+
+private:
+    QWidget* makeMasthead();
+    void refreshMasthead();
+    void refreshPanels();
+    void refreshLegend();
+    void placeOverlays();
+    void syncRail();
+    bool routeKey(QKeyEvent* event);
+
+    AppState& m_state;
+    KeyRouter m_router;
+    QLabel* m_folderName = nullptr;
+    QLabel* m_facts = nullptr;
+    QPushButton* m_cityButton = nullptr;
+    QPushButton* m_treeButton = nullptr;
+    QPushButton* m_colorButton = nullptr;
+    QPushButton* m_heightButton = nullptr;
+    QWidget* m_modes = nullptr;
+    QStackedWidget* m_pages = nullptr;
+    QWidget* m_stage = nullptr;
+    WelcomeView* m_welcome = nullptr;
+    QWidget* m_viewer = nullptr;
+    QTreeView* m_rail = nullptr;
+    FileTreeModel* m_railModel = nullptr;
+    SceneView* m_scene = nullptr;
+    Drawer* m_drawer = nullptr;
+    MessageBanner* m_banner = nullptr;
+    ProgressPanel* m_progress = nullptr;
+    KeySheet* m_keySheet = nullptr;
+    Legend* m_legend = nullptr;
+    bool m_syncing = false;
+};

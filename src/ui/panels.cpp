@@ -1,0 +1,306 @@
+#include "panels.h"
+
+#include "format.h"
+#include "keyrouter.h"
+#include "style.h"
+
+#include <QGridLayout>
+#include <QHBoxLayout>
+#include <QLabel>
+#include <QPainter>
+#include <QProgressBar>
+#include <QPushButton>
+#include <QVBoxLayout>
+
+// --- message --------------------------------------------------------------------------------
+
+MessageBanner::MessageBanner(AppState& state, QWidget* parent)
+    : QFrame(parent)
+    , m_text(new QLabel(this))
+{
+    setObjectName(QStringLiteral("banner"));
+    m_text->setWordWrap(true);
+    m_text->setTextInteractionFlags(Qt::TextSelectableByMouse);
+    auto* close = new QPushButton(QStringLiteral("✕"), this);
+    close->setToolTip(QStringLiteral("Dismiss (Escape)"));
+    close->setFocusPolicy(Qt::NoFocus);
+    connect(close, &QPushButton::clicked, this, [&state] { state.setErrorMessage(std::nullopt); });
+    auto* layout = new QHBoxLayout(this);
+    layout->setContentsMargins(14, 8, 8, 8);
+    layout->addWidget(m_text, 1);
+    layout->addWidget(close);
+    const auto refresh = [this, &state] {
+        m_text->setText(state.errorMessage().value_or(QString()));
+        setVisible(state.errorMessage().has_value());
+        adjustSize();
+    };
+    connect(&state, &AppState::errorMessageChanged, this, refresh);
+    refresh();
+}
+
+// --- progress -------------------------------------------------------------------------------
+
+ProgressPanel::ProgressPanel(AppState& state, QWidget* parent)
+    : QFrame(parent)
+    , m_state(state)
+    , m_phase(new QLabel(this))
+    , m_bar(new QProgressBar(this))
+    , m_count(new QLabel(this))
+{
+    setObjectName(QStringLiteral("panel"));
+    m_bar->setTextVisible(false);
+    m_bar->setFixedHeight(6);
+    m_count->setProperty("class", QStringLiteral("faint"));
+    auto* hint = new QLabel(QStringLiteral("Escape cancels"), this);
+    hint->setProperty("class", QStringLiteral("faint"));
+    auto* layout = new QVBoxLayout(this);
+    layout->setContentsMargins(20, 16, 20, 16);
+    layout->addWidget(m_phase);
+    layout->addWidget(m_bar);
+    auto* row = new QHBoxLayout;
+    row->addWidget(m_count);
+    row->addStretch();
+    row->addWidget(hint);
+    layout->addLayout(row);
+    setFixedWidth(360);
+    connect(&state, &AppState::scanningChanged, this, &ProgressPanel::refresh);
+    refresh();
+}
+
+void ProgressPanel::refresh()
+{
+    const std::optional<ScanProgress>& scan = m_state.scanning();
+    setVisible(scan.has_value());
+    if (!scan)
+        return;
+    m_phase->setText(scan->phase + QStringLiteral("…"));
+    if (scan->total > 0) {
+        m_bar->setRange(0, 1000);
+        m_bar->setValue(int(1000 * std::min(scan->done, scan->total) / scan->total));
+        m_count->setText(Format::grouped(scan->done) + QStringLiteral(" / ") + Format::grouped(scan->total));
+    } else {
+        m_bar->setRange(0, 0); // no end known yet: a busy bar
+        m_count->setText(scan->done > 0 ? Format::grouped(scan->done) : QString());
+    }
+}
+
+// --- key sheet ------------------------------------------------------------------------------
+
+KeySheet::KeySheet(QWidget* parent)
+    : QFrame(parent)
+{
+    setObjectName(QStringLiteral("panel"));
+    auto* grid = new QGridLayout(this);
+    grid->setContentsMargins(24, 18, 24, 18);
+    grid->setHorizontalSpacing(18);
+    grid->setVerticalSpacing(5);
+    auto* title = new QLabel(QStringLiteral("Keys"), this);
+    title->setObjectName(QStringLiteral("folderName"));
+    grid->addWidget(title, 0, 0, 1, 2);
+    int row = 1;
+    for (const auto& [keys, what] : KeyRouter::sceneKeys()) {
+        auto* key = new QLabel(keys, this);
+        key->setStyleSheet(QStringLiteral("font-weight: 600; font-family: monospace;"));
+        grid->addWidget(key, row, 0, Qt::AlignRight);
+        grid->addWidget(new QLabel(what, this), row++, 1);
+    }
+    auto* hint = new QLabel(QStringLiteral("Escape or ? closes this sheet"), this);
+    hint->setProperty("class", QStringLiteral("faint"));
+    grid->addWidget(hint, row, 0, 1, 2);
+}
+
+// --- legend ---------------------------------------------------------------------------------
+
+namespace {
+
+constexpr int legendRow = 18;
+constexpr int legendShown = 8;
+constexpr int legendCount = 56; // the width of the count column
+
+} // namespace
+
+Legend::Legend(QWidget* parent)
+    : QWidget(parent)
+{
+    setAttribute(Qt::WA_TransparentForMouseEvents);
+}
+
+void Legend::setEntries(const QList<LegendEntry>& entries, const Theme& theme)
+{
+    m_entries = entries;
+    m_theme = theme;
+    const int rows = int(std::min<qsizetype>(entries.size(), legendShown + 1));
+    int labelWidth = 80;
+    for (qsizetype i = 0; i < std::min<qsizetype>(entries.size(), legendShown); ++i)
+        labelWidth = std::max(labelWidth, fontMetrics().horizontalAdvance(entries[i].label));
+    m_labelWidth = std::min(labelWidth, 260);
+    setFixedSize(28 + m_labelWidth + 12 + legendCount + 10, rows * legendRow + 12);
+    setVisible(!entries.isEmpty());
+    update();
+}
+
+void Legend::paintEvent(QPaintEvent*)
+{
+    QPainter painter(this);
+    painter.setRenderHint(QPainter::Antialiasing);
+    QColor back = m_theme.paper;
+    back.setAlphaF(0.82f);
+    painter.setPen(Qt::NoPen);
+    painter.setBrush(back);
+    painter.drawRoundedRect(rect(), 6, 6);
+    int y = 6;
+    const auto text = [&](const QRect& box, const QString& words, const QColor& ink, Qt::Alignment align) {
+        painter.setPen(ink);
+        painter.drawText(box, int(align | Qt::AlignVCenter), words);
+    };
+    qint64 rest = 0;
+    for (qsizetype i = 0; i < m_entries.size(); ++i) {
+        const LegendEntry& entry = m_entries[i];
+        if (i >= legendShown) {
+            rest += entry.count;
+            continue;
+        }
+        painter.setPen(Qt::NoPen);
+        painter.setBrush(entry.color);
+        painter.drawRoundedRect(QRectF(10, y + 4, 10, 10), 2, 2);
+        const QString label = fontMetrics().elidedText(entry.label, Qt::ElideRight, m_labelWidth);
+        text(QRect(28, y, m_labelWidth, legendRow), label, m_theme.ink2, Qt::AlignLeft);
+        text(QRect(width() - legendCount - 10, y, legendCount, legendRow), Format::grouped(entry.count),
+            m_theme.ink3, Qt::AlignRight);
+        y += legendRow;
+    }
+    if (rest > 0) {
+        text(QRect(28, y, m_labelWidth, legendRow),
+            QStringLiteral("%1 more").arg(m_entries.size() - legendShown), m_theme.ink3, Qt::AlignLeft);
+        text(QRect(width() - legendCount - 10, y, legendCount, legendRow), Format::grouped(rest),
+            m_theme.ink3, Qt::AlignRight);
+    }
+}
+
+// --- language bar ---------------------------------------------------------------------------
+
+LanguageBar::LanguageBar(QWidget* parent)
+    : QWidget(parent)
+{
+    setFixedHeight(10);
+}
+
+void LanguageBar::setShares(const QList<LanguageShare>& shares, bool dark)
+{
+    m_shares = shares;
+    std::stable_sort(m_shares.begin(), m_shares.end(),
+        [](const LanguageShare& a, const LanguageShare& b) { return a.lines > b.lines; });
+    m_dark = dark;
+    update();
+}
+
+void LanguageBar::paintEvent(QPaintEvent*)
+{
+    qint64 total = 0;
+    for (const LanguageShare& share : m_shares)
+        total += share.lines;
+    if (total <= 0)
+        return;
+    QPainter painter(this);
+    double x = 0;
+    for (const LanguageShare& share : m_shares) {
+        const double w = double(width()) * double(share.lines) / double(total);
+        painter.fillRect(QRectF(x, 0, w, height()),
+            QColor(QRgb(m_dark ? share.language->darkColor : share.language->lightColor)));
+        x += w;
+    }
+}
+
+// --- drawer ---------------------------------------------------------------------------------
+
+Drawer::Drawer(AppState& state, QWidget* parent)
+    : QWidget(parent)
+    , m_state(state)
+    , m_title(new QLabel(this))
+    , m_path(new QLabel(this))
+    , m_details(new QLabel(this))
+    , m_bar(new LanguageBar(this))
+    , m_languages(new QLabel(this))
+{
+    setObjectName(QStringLiteral("drawer"));
+    setAttribute(Qt::WA_StyledBackground);
+    m_title->setObjectName(QStringLiteral("folderName"));
+    m_title->setWordWrap(true);
+    m_path->setWordWrap(true);
+    m_path->setProperty("class", QStringLiteral("secondary"));
+    // Rows of a table do not wrap: a wrapping rich-text label is measured a line short.
+    for (QLabel* label : { m_path, m_details, m_languages }) {
+        label->setTextFormat(label == m_path ? Qt::PlainText : Qt::RichText);
+        label->setTextInteractionFlags(Qt::TextSelectableByMouse);
+    }
+    auto* layout = new QVBoxLayout(this);
+    layout->setContentsMargins(16, 14, 16, 14);
+    layout->setSpacing(10);
+    layout->addWidget(m_title);
+    layout->addWidget(m_path);
+    layout->addWidget(m_details);
+    layout->addWidget(m_bar);
+    layout->addWidget(m_languages);
+    layout->addStretch();
+    for (const auto signal :
+        { &AppState::selectionChanged, &AppState::viewRootChanged, &AppState::darkChanged })
+        connect(&state, signal, this, &Drawer::refresh);
+}
+
+void Drawer::refresh()
+{
+    const FileNode* node = m_state.selection() ? m_state.selection() : m_state.viewRoot();
+    if (!node) {
+        m_title->clear();
+        m_path->clear();
+        m_details->clear();
+        m_languages->clear();
+        m_bar->setShares({}, m_state.dark());
+        return;
+    }
+    const Theme& theme = Theme::of(m_state.dark());
+    QString rows;
+    const auto row = [&](const QString& label, const QString& value) {
+        rows += QStringLiteral("<tr><td style='color:%1; padding-right:12px'>%2</td><td>%3</td></tr>")
+                    .arg(cssColor(theme.ink3), label, value.toHtmlEscaped());
+    };
+    m_path->setText(node->relativePath.isEmpty() ? node->url : node->relativePath);
+    if (node->isDirectory) {
+        row(QStringLiteral("Files"), Format::grouped(node->fileCount));
+        row(QStringLiteral("Lines"), Format::grouped(node->lines));
+        row(QStringLiteral("Size"), Format::bytes(node->size));
+    } else {
+        row(QStringLiteral("Language"), node->language ? node->language->name : QString());
+        row(QStringLiteral("Lines"),
+            node->isBinary ? QStringLiteral("binary") : Format::grouped(node->lines));
+        row(QStringLiteral("Size"), Format::bytes(node->size));
+    }
+    if (node->modified)
+        row(QStringLiteral("Modified"), Format::date(*node->modified));
+    if (m_state.isGit()) {
+        row(QStringLiteral("Commits"), Format::grouped(node->commits));
+        if (node->lastCommit)
+            row(QStringLiteral("Last commit"), Format::date(*node->lastCommit));
+        if (!node->isDirectory)
+            row(QStringLiteral("Status"),
+                node->gitStatus ? gitFileStatusName(*node->gitStatus) : QStringLiteral("clean"));
+        else if (node->changedCount > 0)
+            row(QStringLiteral("Changed"), Format::count(node->changedCount, u"file"));
+    }
+    m_title->setText(node->name);
+    m_details->setText(QStringLiteral("<table>") + rows + QStringLiteral("</table>"));
+
+    const QList<LanguageShare> shares
+        = node->isDirectory ? node->languageBreakdown() : QList<LanguageShare> {};
+    m_bar->setVisible(!shares.isEmpty());
+    m_bar->setShares(shares, m_state.dark());
+    QString list;
+    for (qsizetype i = 0; i < std::min<qsizetype>(shares.size(), 8); ++i) {
+        const LanguageShare& share = shares[i];
+        const QColor swatch(QRgb(m_state.dark() ? share.language->darkColor : share.language->lightColor));
+        list += QStringLiteral("<span style='color:%1'>■</span> %2 <span style='color:%3'>%4 · %5</span><br>")
+                    .arg(cssColor(swatch), share.language->name.toHtmlEscaped(), cssColor(theme.ink3),
+                        Format::count(share.files, u"file"), Format::count(share.lines, u"line"));
+    }
+    m_languages->setText(list);
+}

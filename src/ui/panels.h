@@ -1,0 +1,89 @@
+#pragma once
+
+#include "appstate.h"
+#include "scenecontroller.h"
+
+#include <QFrame>
+#include <QWidget>
+
+class QLabel;
+class QProgressBar;
+class QPushButton;
+
+// A message shown in place over the view, dismissed with its button or Escape.
+class MessageBanner : public QFrame {
+    Q_OBJECT
+public:
+    explicit MessageBanner(AppState& state, QWidget* parent = nullptr);
+
+private:
+    QLabel* m_text;
+};
+
+// The scan's phase with a bar of done and total.
+class ProgressPanel : public QFrame {
+    Q_OBJECT
+public:
+    explicit ProgressPanel(AppState& state, QWidget* parent = nullptr);
+    void refresh();
+
+private:
+    AppState& m_state;
+    QLabel* m_phase;
+    QProgressBar* m_bar;
+    QLabel* m_count;
+};
+
+// Every key that works, on "?".
+class KeySheet : public QFrame {
+    Q_OBJECT
+public:
+    explicit KeySheet(QWidget* parent = nullptr);
+};
+
+// The colour keys of the buildings in view, with how many use each.
+class Legend : public QWidget {
+    Q_OBJECT
+public:
+    explicit Legend(QWidget* parent = nullptr);
+    void setEntries(const QList<LegendEntry>& entries, const Theme& theme);
+
+protected:
+    void paintEvent(QPaintEvent* event) override;
+
+private:
+    QList<LegendEntry> m_entries;
+    Theme m_theme = Theme::darkPalette();
+    int m_labelWidth = 140;
+};
+
+// Lines per language as one bar, widest first.
+class LanguageBar : public QWidget {
+    Q_OBJECT
+public:
+    explicit LanguageBar(QWidget* parent = nullptr);
+    void setShares(const QList<LanguageShare>& shares, bool dark);
+
+protected:
+    void paintEvent(QPaintEvent* event) override;
+
+private:
+    QList<LanguageShare> m_shares;
+    bool m_dark = true;
+};
+
+// The right drawer: what the selection is (or the view root when nothing is selected).
+class Drawer : public QWidget {
+    Q_OBJECT
+public:
+    explicit Drawer(AppState& state, QWidget* parent = nullptr);
+    void refresh();
+
+private:
+    AppState& m_state;
+    QLabel* m_title;
+    QLabel* m_path;
+    QLabel* m_details;
+    LanguageBar* m_bar;
+    QLabel* m_languages;
+};

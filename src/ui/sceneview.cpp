@@ -1,0 +1,326 @@
+#include "sceneview.h"
+
+#include "format.h"
+#include "labels.h"
+
+#include <QApplication>
+#include <QDesktopServices>
+#include <QMouseEvent>
+#include <QPainter>
+#include <QTimer>
+#include <QToolTip>
+#include <QUrl>
+
+#include <cmath>
+
+namespace {
+
+// The name tags over the scene, painted as a plain widget on top of the GL view so that they
+// compose (and grab) like any other widget.
+class LabelLayer : public QWidget {
+public:
+    LabelLayer(const SceneController& scene, QWidget* parent)
+        : QWidget(parent)
+        , m_scene(scene)
+    {
+        setAttribute(Qt::WA_TransparentForMouseEvents);
+        setAttribute(Qt::WA_NoSystemBackground);
+    }
+
+protected:
+    void paintEvent(QPaintEvent*) override
+    {
+        QPainter painter(this);
+        paintLabels(painter, m_scene, size());
+    }
+
+private:
+    const SceneController& m_scene;
+};
+
+constexpr float dragTurn = 0.008f; // radians per pixel
+constexpr int dragThreshold = 4; // pixels before a press becomes a drag
+
+} // namespace
+
+SceneView::SceneView(AppState& state, QWidget* parent)
+    : QOpenGLWidget(parent)
+    , m_state(state)
+{
+    setMouseTracking(true);
+    setFocusPolicy(Qt::StrongFocus);
+    setMinimumSize(200, 150);
+    m_labels = new LabelLayer(m_controller, this);
+    m_state.setScene(this);
+
+    // The old tree is freed right after a new one arrives: nothing may point into it by then.
+    connect(&state, &AppState::rootChanged, this, [this] {
+        m_controller.clear();
+        m_builtRoot = nullptr;
+        scheduleBuild(true);
+    });
+    for (const auto signal : { &AppState::viewRootChanged, &AppState::modeChanged })
+        connect(&state, signal, this, [this] { scheduleBuild(true); });
+    for (const auto signal : { &AppState::colorModeChanged, &AppState::heightModeChanged,
+             &AppState::heightScaleChanged, &AppState::darkChanged })
+        connect(&state, signal, this, [this] { scheduleBuild(false); });
+    connect(&state, &AppState::selectionChanged, this, [this] {
+        m_controller.setSelection(m_state.selection());
+        update();
+    });
+    connect(&state, &AppState::filtersChanged, this, [this] {
+        applyFilter();
+        update();
+    });
+    m_clock.start();
+}
+
+SceneView::~SceneView()
+{
+    if (m_state.scene() == this)
+        m_state.setScene(nullptr);
+    if (m_glReady) {
+        makeCurrent();
+        m_renderer.release();
+        doneCurrent();
+    }
+}
+
+void SceneView::scheduleBuild(bool resetCamera)
+{
+    m_resetPending = m_resetPending || resetCamera;
+    if (m_buildPending)
+        return;
+    m_buildPending = true;
+    QTimer::singleShot(0, this, [this] {
+        if (m_buildPending)
+            build();
+    });
+}
+
+void SceneView::flush()
+{
+    if (m_buildPending)
+        build();
+}
+
+void SceneView::build()
+{
+    m_buildPending = false;
+    const FileNode* root = m_state.viewRoot();
+    if (!root) {
+        m_controller.clear();
+        m_builtRoot = nullptr;
+        update();
+        emit built();
+        return;
+    }
+    const SceneConfig config { m_state.mode(), m_state.colorMode(), m_state.heightMode(),
+        m_state.heightScale(), Theme::of(m_state.dark()) };
+    const bool reset = m_resetPending || root != m_builtRoot || m_state.mode() != m_builtMode;
+    m_resetPending = false;
+    QElapsedTimer clock;
+    clock.start();
+    m_controller.camera().setAspect(float(width()) / float(std::max(height(), 1)));
+    m_controller.build(*root, config, reset);
+    m_controller.setSelection(m_state.selection());
+    applyFilter();
+    m_buildMs = clock.elapsed();
+    if (reset)
+        m_controller.camera().settle();
+    m_builtRoot = root;
+    m_builtMode = m_state.mode();
+    update();
+    emit built();
+}
+
+void SceneView::applyFilter()
+{
+    const QSet<QString> isolated = m_state.isolated();
+    const int minChanges = m_state.minChanges();
+    if (isolated.isEmpty() && minChanges <= 0) {
+        m_controller.clearFilter();
+        return;
+    }
+    m_controller.setFilteredOut([isolated, minChanges](const FileNode& node) {
+        if (minChanges > 0 && !node.isDirectory && node.commits < minChanges)
+            return true;
+        if (isolated.isEmpty())
+            return false;
+        for (const FileNode* at = &node; at; at = at->parent) {
+            if (isolated.contains(at->relativePath))
+                return false;
+        }
+        // A folder that holds an isolated path stays lit, so that the way to it shows.
+        const QString prefix = node.relativePath + u'/';
+        return !node.isDirectory || std::none_of(isolated.begin(), isolated.end(), [&](const QString& path) {
+            return node.relativePath.isEmpty() || path.startsWith(prefix);
+        });
+    });
+}
+
+void SceneView::settleCamera()
+{
+    m_controller.camera().settle();
+    update();
+}
+
+// --- SceneHost ------------------------------------------------------------------------------
+
+std::optional<QPointF> SceneView::screenPoint(const FileNode& node) const
+{
+    return m_controller.screenPoint(&node, size());
+}
+
+std::vector<VisibleEntity> SceneView::visibleEntities() const
+{
+    const auto list = m_controller.visibleEntities(size());
+    return { list.begin(), list.end() };
+}
+
+void SceneView::focus(const FileNode& node, bool follow, bool frame)
+{
+    const EntityNode* entity = m_controller.entityFor(&node);
+    if (!entity)
+        return;
+    if (frame)
+        m_controller.camera().frame(entity->box());
+    else if (follow && m_state.autoFrame())
+        m_controller.camera().follow(SceneController::focusPoint(*entity));
+    update();
+}
+
+void SceneView::camera(CameraAction action)
+{
+    OrbitCamera& camera = m_controller.camera();
+    switch (action) {
+    case CameraAction::turnLeft: camera.turn(-OrbitCamera::turnStep); break;
+    case CameraAction::turnRight: camera.turn(OrbitCamera::turnStep); break;
+    case CameraAction::tiltUp: camera.tilt(OrbitCamera::tiltStep); break;
+    case CameraAction::tiltDown: camera.tilt(-OrbitCamera::tiltStep); break;
+    case CameraAction::panLeft: camera.pan(-OrbitCamera::panStep, 0); break;
+    case CameraAction::panRight: camera.pan(OrbitCamera::panStep, 0); break;
+    case CameraAction::panUp: camera.pan(0, -OrbitCamera::panStep); break;
+    case CameraAction::panDown: camera.pan(0, OrbitCamera::panStep); break;
+    case CameraAction::zoomIn: camera.zoom(OrbitCamera::zoomStep); break;
+    case CameraAction::zoomOut: camera.zoom(1 / OrbitCamera::zoomStep); break;
+    case CameraAction::home: camera.home(); break;
+    case CameraAction::frame:
+        if (const EntityNode* entity = m_controller.entityFor(m_state.selection()))
+            camera.frame(entity->box());
+        else
+            camera.home();
+        break;
+    case CameraAction::perspective: camera.togglePerspective(); break;
+    }
+    update();
+}
+
+void SceneView::beep()
+{
+    QApplication::beep();
+}
+
+void SceneView::openExternally(const QString& path)
+{
+    QDesktopServices::openUrl(QUrl::fromLocalFile(path));
+}
+
+// --- drawing --------------------------------------------------------------------------------
+
+void SceneView::initializeGL()
+{
+    m_glReady = m_renderer.initialize();
+    if (!m_glReady)
+        m_state.setErrorMessage(QStringLiteral("The city cannot be drawn: ") + m_renderer.error());
+}
+
+void SceneView::resizeGL(int width, int height)
+{
+    m_labels->resize(size());
+    m_controller.camera().setAspect(float(width) / float(std::max(height, 1)));
+}
+
+void SceneView::paintGL()
+{
+    const float dt = std::min(float(m_clock.restart()) / 1000.0f, 0.1f);
+    const bool moving = m_controller.camera().step(dt);
+    if (!m_glReady)
+        return;
+    m_renderer.render(m_controller, size() * devicePixelRatio(), float(devicePixelRatio()));
+    m_labels->update();
+    if (moving)
+        update();
+}
+
+// --- mouse ----------------------------------------------------------------------------------
+
+void SceneView::mousePressEvent(QMouseEvent* event)
+{
+    m_pressAt = m_lastMouse = event->position().toPoint();
+    m_dragging = false;
+    setFocus();
+}
+
+void SceneView::mouseMoveEvent(QMouseEvent* event)
+{
+    const QPoint at = event->position().toPoint();
+    const QPoint delta = at - m_lastMouse;
+    m_lastMouse = at;
+    if (event->buttons() == Qt::NoButton) {
+        const FileNode* node = m_controller.pick(event->position(), size());
+        if (node)
+            QToolTip::showText(event->globalPosition().toPoint(), describe(*node), this);
+        else
+            QToolTip::hideText();
+        return;
+    }
+    if (!m_dragging && (at - m_pressAt).manhattanLength() < dragThreshold)
+        return;
+    m_dragging = true;
+    OrbitCamera& camera = m_controller.camera();
+    if (event->buttons() & Qt::LeftButton) {
+        camera.turn(-float(delta.x()) * dragTurn);
+        camera.tilt(float(delta.y()) * dragTurn);
+        camera.current.yaw = camera.goal.yaw;
+        camera.current.pitch = camera.goal.pitch;
+    } else {
+        const float half = float(std::max(height(), 1)) / 2;
+        camera.pan(-float(delta.x()) / half, -float(delta.y()) / half);
+        camera.current.target = camera.goal.target;
+    }
+    update();
+}
+
+void SceneView::mouseReleaseEvent(QMouseEvent* event)
+{
+    if (!m_dragging && event->button() == Qt::LeftButton && m_state.root())
+        m_state.select(m_controller.pick(event->position(), size()), false, false);
+    m_dragging = false;
+}
+
+void SceneView::mouseDoubleClickEvent(QMouseEvent* event)
+{
+    if (const FileNode* node = m_controller.pick(event->position(), size())) {
+        m_state.select(node, false, false);
+        m_state.enter();
+    }
+}
+
+void SceneView::wheelEvent(QWheelEvent* event)
+{
+    m_controller.camera().zoom(std::pow(1.0015f, float(event->angleDelta().y())));
+    update();
+}
+
+QString SceneView::describe(const FileNode& node) const
+{
+    QString measure;
+    switch (m_state.heightMode()) {
+    case HeightMode::lines: measure = Format::count(node.lines, u"line"); break;
+    case HeightMode::size: measure = Format::bytes(node.size); break;
+    case HeightMode::churn: measure = Format::count(node.commits, u"commit"); break;
+    case HeightMode::flat: measure = Format::count(node.isDirectory ? node.fileCount : 1, u"file"); break;
+    }
+    return (node.relativePath.isEmpty() ? node.name : node.relativePath) + u'\n' + measure;
+}

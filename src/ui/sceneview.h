@@ -1,0 +1,72 @@
+#pragma once
+
+#include "appstate.h"
+#include "renderer.h"
+#include "scenecontroller.h"
+
+#include <QElapsedTimer>
+#include <QOpenGLWidget>
+#include <QPoint>
+
+// The 3D view of the folder: draws the state's view root in the current mode, keeps the selection
+// and filters shown, eases the camera, and turns the mouse into orbiting, panning, zooming and
+// selecting. It is also how the state sees the screen (nearest-in-direction, framing).
+class SceneView : public QOpenGLWidget, public SceneHost {
+    Q_OBJECT
+
+public:
+    explicit SceneView(AppState& state, QWidget* parent = nullptr);
+    ~SceneView() override;
+
+    SceneController& controller() { return m_controller; }
+    // Builds now whatever is waiting to be built; scripts call it before they read the screen.
+    void flush();
+    // Puts the camera at its goal at once (scripted keys and snapshots do not wait for easing).
+    void settleCamera();
+    qint64 lastBuildMilliseconds() const { return m_buildMs; }
+
+    // SceneHost
+    QSizeF viewSize() const override { return size(); }
+    std::optional<QPointF> screenPoint(const FileNode& node) const override;
+    std::vector<VisibleEntity> visibleEntities() const override;
+    void focus(const FileNode& node, bool follow, bool frame) override;
+    void camera(CameraAction action) override;
+    void beep() override;
+    void openExternally(const QString& path) override;
+
+signals:
+    // A new scene stands: the legend and anything else read from it may be refreshed.
+    void built();
+
+protected:
+    void initializeGL() override;
+    void resizeGL(int width, int height) override;
+    void paintGL() override;
+    void mousePressEvent(QMouseEvent* event) override;
+    void mouseMoveEvent(QMouseEvent* event) override;
+    void mouseReleaseEvent(QMouseEvent* event) override;
+    void mouseDoubleClickEvent(QMouseEvent* event) override;
+    void wheelEvent(QWheelEvent* event) override;
+
+private:
+    void scheduleBuild(bool resetCamera);
+    void build();
+    void applyFilter();
+    void animate();
+    QString describe(const FileNode& node) const;
+
+    AppState& m_state;
+    SceneController m_controller;
+    Renderer m_renderer;
+    bool m_glReady = false;
+    bool m_buildPending = false;
+    bool m_resetPending = false;
+    const FileNode* m_builtRoot = nullptr;
+    VisualizationMode m_builtMode = VisualizationMode::city;
+    QElapsedTimer m_clock;
+    qint64 m_buildMs = 0;
+    QWidget* m_labels = nullptr;
+    QPoint m_pressAt;
+    QPoint m_lastMouse;
+    bool m_dragging = false;
+};

@@ -1,0 +1,252 @@
+#include "startup.h"
+
+#include "citylayout.h"
+#include "mainwindow.h"
+#include "sceneview.h"
+#include "treelayout.h"
+
+#include <QCoreApplication>
+#include <QFile>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QKeySequence>
+#include <QPixmap>
+#include <QTimer>
+
+#include <cstdio>
+
+std::optional<QList<KeyPress>> parseKeys(const QString& text, QString* error)
+{
+    QList<KeyPress> keys;
+    for (const QString& token : text.split(u' ', Qt::SkipEmptyParts)) {
+        const QKeySequence sequence = QKeySequence::fromString(token, QKeySequence::PortableText);
+        if (sequence.count() != 1 || sequence[0].key() == Qt::Key_unknown) {
+            *error = QStringLiteral("unknown key \"%1\"").arg(token);
+            return std::nullopt;
+        }
+        int key = sequence[0].key();
+        const Qt::KeyboardModifiers modifiers = sequence[0].keyboardModifiers();
+        const bool shift = modifiers & Qt::ShiftModifier;
+        QString typed;
+        if (key == Qt::Key_Tab && shift)
+            key = Qt::Key_Backtab;
+        else if (key >= Qt::Key_A && key <= Qt::Key_Z)
+            typed = QChar(shift ? key : key - Qt::Key_A + u'a');
+        else if (key >= Qt::Key_Space && key <= Qt::Key_AsciiTilde)
+            typed = QChar(key);
+        keys.append({ key, typed, modifiers });
+    }
+    return keys;
+}
+
+std::optional<QSize> parseSize(const QString& text)
+{
+    const QStringList parts = text.toLower().split(u'x');
+    bool wide = false;
+    bool high = false;
+    const int width = parts.size() == 2 ? parts[0].toInt(&wide) : 0;
+    const int height = parts.size() == 2 ? parts[1].toInt(&high) : 0;
+    if (!wide || !high || width < 200 || height < 150 || width > 8192 || height > 8192)
+        return std::nullopt;
+    return QSize(width, height);
+}
+
+StartupScript StartupScript::fromEnvironment(QString* error)
+{
+    StartupScript script;
+    const auto variable = [](const char* name) -> std::optional<QString> {
+        const QString value = qEnvironmentVariable(name);
+        return value.isEmpty() ? std::nullopt : std::optional(value);
+    };
+    script.open = variable("KORVANE_OPEN");
+    script.snapshot = variable("KORVANE_SNAPSHOT");
+    script.stateFile = variable("KORVANE_STATE");
+    if (const auto keys = variable("KORVANE_KEYS")) {
+        if (const auto parsed = parseKeys(*keys, error))
+            script.keys = *parsed;
+    }
+    if (const auto size = variable("KORVANE_SIZE")) {
+        script.size = parseSize(*size);
+        if (!script.size)
+            *error = QStringLiteral("KORVANE_SIZE must be WIDTHxHEIGHT, such as 1280x800");
+    }
+    return script;
+}
+
+QByteArray stateJson(const AppState& state)
+{
+    const auto path
+        = [](const FileNode* node) { return node ? QJsonValue(node->relativePath) : QJsonValue(); };
+    const QJsonObject object {
+        { QStringLiteral("mode"), modeName(state.mode()) },
+        { QStringLiteral("colorMode"), modeName(state.colorMode()) },
+        { QStringLiteral("heightMode"), modeName(state.heightMode()) },
+        { QStringLiteral("dark"), state.dark() },
+        { QStringLiteral("selection"), path(state.selection()) },
+        { QStringLiteral("viewRoot"), path(state.viewRoot()) },
+        { QStringLiteral("railMode"), modeName(state.railMode()) },
+        { QStringLiteral("showDrawer"), state.showDrawer() },
+        { QStringLiteral("drawerWidth"), state.drawerWidth() },
+        { QStringLiteral("showKeys"), state.showKeys() },
+        { QStringLiteral("autoFrame"), state.autoFrame() },
+        { QStringLiteral("errorMessage"),
+            state.errorMessage() ? QJsonValue(*state.errorMessage()) : QJsonValue() },
+        { QStringLiteral("root"), state.root() ? QJsonValue(state.root()->url) : QJsonValue() },
+    };
+    return QJsonDocument(object).toJson(QJsonDocument::Indented);
+}
+
+StartupRunner::StartupRunner(MainWindow& window, AppState& state, StartupScript script)
+    : QObject(&window)
+    , m_window(window)
+    , m_state(state)
+    , m_script(std::move(script))
+{
+}
+
+void StartupRunner::start()
+{
+    if (m_script.size)
+        m_window.resize(*m_script.size);
+    m_clock.start();
+    if (!m_script.open) {
+        QTimer::singleShot(0, this, &StartupRunner::run);
+        return;
+    }
+    // Keys wait for the folder: they run once its scan has ended, drawn or refused.
+    connect(&m_state, &AppState::scanningChanged, this, [this] {
+        if (!m_state.scanning() && !m_ran)
+            QTimer::singleShot(0, this, &StartupRunner::run);
+    });
+    m_state.open(*m_script.open);
+}
+
+void StartupRunner::run()
+{
+    if (m_ran)
+        return;
+    m_ran = true;
+    m_scanMs = m_clock.elapsed();
+    if (m_script.mode)
+        m_state.setMode(*m_script.mode);
+    if (m_script.color)
+        m_state.setColorMode(*m_script.color);
+    if (m_script.height)
+        m_state.setHeightMode(*m_script.height);
+    if (m_script.dark)
+        m_state.setDark(*m_script.dark);
+    // Each step lets the window lay itself out and the scene build before the next one reads them.
+    SceneView& scene = m_window.sceneView();
+    const auto settle = [&] {
+        QCoreApplication::processEvents();
+        scene.flush();
+        scene.settleCamera();
+    };
+    settle();
+    for (const KeyPress& key : m_script.keys) {
+        m_window.router().handle(key);
+        settle();
+    }
+    QCoreApplication::processEvents();
+    if (m_script.quitsWhenDone())
+        emit finished(finish());
+}
+
+// The scene build runs the layout inside it; the layout is timed again alone to split the two.
+void StartupRunner::printTimings(qint64 frameMs) const
+{
+    qint64 layoutMs = 0;
+    if (const FileNode* root = m_state.viewRoot()) {
+        QElapsedTimer clock;
+        clock.start();
+        if (m_state.mode() == VisualizationMode::tree)
+            TreeLayout::build(*root, m_state.heightMode(), m_state.heightScale());
+        else
+            CityLayout::build(*root, m_state.heightMode(), m_state.heightScale());
+        layoutMs = clock.elapsed();
+    }
+    const qint64 buildMs = m_window.sceneView().lastBuildMilliseconds();
+    std::fprintf(stderr, "scan %lld ms, layout %lld ms, scene build %lld ms, first frame %lld ms\n",
+        static_cast<long long>(m_scanMs), static_cast<long long>(layoutMs),
+        static_cast<long long>(std::max<qint64>(buildMs - layoutMs, 0)), static_cast<long long>(frameMs));
+}
+
+int StartupRunner::finish()
+{
+    int status = 0;
+    if (m_script.snapshot) {
+        QElapsedTimer frame;
+        frame.start();
+        // The GL view draws into its own framebuffer, which the window's grab only copies: render
+        // it fresh first, so the image shows the keys' last effect.
+        m_window.sceneView().grabFramebuffer();
+        const QPixmap image = m_window.grab();
+        const qint64 frameMs = frame.elapsed();
+        if (image.isNull() || !image.save(*m_script.snapshot, "PNG")) {
+            std::fprintf(stderr, "Could not write the image %s.\n", qPrintable(*m_script.snapshot));
+            status = 1;
+        }
+        if (m_script.timings)
+            printTimings(frameMs);
+    }
+    if (m_script.stateFile) {
+        const QByteArray json = stateJson(m_state);
+        if (*m_script.stateFile == u"-") {
+            std::fwrite(json.constData(), 1, std::size_t(json.size()), stdout);
+            std::fflush(stdout);
+        } else {
+            QFile file(*m_script.stateFile);
+            if (!file.open(QIODevice::WriteOnly) || file.write(json) != json.size()) {
+                std::fprintf(stderr, "Could not write the state to %s.\n", qPrintable(*m_script.stateFile));
+                status = 1;
+            }
+        }
+    }
+    return status;
+}
+
+namespace {
+
+int runScript(MainWindow& window, AppState& state, const StartupScript& script)
+{
+    auto* runner = new StartupRunner(window, state, script);
+    int status = 0;
+    QObject::connect(runner, &StartupRunner::finished, qApp, [&status](int code) {
+        status = code;
+        QCoreApplication::exit(code);
+    });
+    runner->start();
+    const int loop = QCoreApplication::exec();
+    return script.quitsWhenDone() ? status : loop;
+}
+
+} // namespace
+
+int runWindow(const std::optional<QString>& folder)
+{
+    QString error;
+    StartupScript script = StartupScript::fromEnvironment(&error);
+    if (!error.isEmpty()) {
+        std::fprintf(stderr, "korvane: %s\n", qPrintable(error));
+        return 2;
+    }
+    if (folder)
+        script.open = folder;
+    AppState state;
+    MainWindow window(state);
+    if (script.size)
+        window.resize(*script.size);
+    window.show();
+    return runScript(window, state, script);
+}
+
+int runSnapshot(const StartupScript& script)
+{
+    AppState state(nullptr, false);
+    MainWindow window(state);
+    // Laid out and drawn like a shown window, but never mapped on the screen.
+    window.setAttribute(Qt::WA_DontShowOnScreen);
+    window.resize(script.size.value_or(QSize(1400, 880)));
+    window.show();
+    return runScript(window, state, script);
+}

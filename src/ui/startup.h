@@ -1,0 +1,72 @@
+#pragma once
+
+#include "appstate.h"
+#include "keyrouter.h"
+
+#include <QElapsedTimer>
+#include <QObject>
+#include <QSize>
+
+#include <optional>
+
+class MainWindow;
+
+// What to do once the window stands, for scripts, tests and snapshots: open a folder, set the
+// display, play keys once the folder is drawn, then save the window as an image and write the
+// state as JSON. The window reads it from KORVANE_OPEN, KORVANE_KEYS, KORVANE_SNAPSHOT,
+// KORVANE_STATE and KORVANE_SIZE; `korvane snapshot` from its options.
+struct StartupScript {
+    std::optional<QString> open;
+    QList<KeyPress> keys;
+    std::optional<QString> snapshot; // a PNG file
+    std::optional<QString> stateFile; // a JSON file, or "-" for standard output
+    std::optional<QSize> size;
+    std::optional<VisualizationMode> mode;
+    std::optional<ColorMode> color;
+    std::optional<HeightMode> height;
+    std::optional<bool> dark;
+    bool timings = false; // how long each stage took, on standard error
+
+    bool quitsWhenDone() const { return snapshot || stateFile; }
+
+    // From the environment; a malformed value is reported in *error.
+    static StartupScript fromEnvironment(QString* error);
+};
+
+// "Right Shift+Tab ? Shift+C" as key presses (QKeySequence portable text; a letter types its
+// lower-case character, with Shift its upper-case one). Empty with *error set on a bad token.
+std::optional<QList<KeyPress>> parseKeys(const QString& text, QString* error);
+// "1280x800".
+std::optional<QSize> parseSize(const QString& text);
+
+// The state that scripted keys leave behind, as JSON.
+QByteArray stateJson(const AppState& state);
+
+// Runs a script on a window; finished() carries the exit status once it is done.
+class StartupRunner : public QObject {
+    Q_OBJECT
+public:
+    StartupRunner(MainWindow& window, AppState& state, StartupScript script);
+    void start();
+
+signals:
+    void finished(int status);
+
+private:
+    void run();
+    int finish();
+    void printTimings(qint64 frameMs) const;
+
+    MainWindow& m_window;
+    AppState& m_state;
+    StartupScript m_script;
+    bool m_ran = false;
+    qint64 m_scanMs = 0;
+    QElapsedTimer m_clock;
+};
+
+// Opens the window (on a folder, when given), runs the script of the environment, and returns the
+// exit status. A QApplication must exist.
+int runWindow(const std::optional<QString>& folder);
+// Renders a folder into an image without showing the window; returns the exit status.
+int runSnapshot(const StartupScript& script);

@@ -1,0 +1,94 @@
+#include "welcomeview.h"
+
+#include <QDir>
+#include <QFileDialog>
+#include <QLabel>
+#include <QLineEdit>
+#include <QListWidget>
+#include <QPushButton>
+#include <QVBoxLayout>
+
+WelcomeView::WelcomeView(AppState& state, QWidget* parent)
+    : QWidget(parent)
+    , m_state(state)
+    , m_recents(new QListWidget(this))
+    , m_path(new QLineEdit(this))
+{
+    auto* title = new QLabel(QStringLiteral("Korvane"), this);
+    title->setStyleSheet(QStringLiteral("font-size: 30px; font-weight: 700;"));
+    auto* tagline
+        = new QLabel(QStringLiteral("See the shape of a codebase. Open a folder or a Git repository."), this);
+    tagline->setProperty("class", QStringLiteral("secondary"));
+    auto* recentTitle = new QLabel(QStringLiteral("Recent folders"), this);
+    recentTitle->setProperty("class", QStringLiteral("faint"));
+    m_recents->setFocusPolicy(Qt::NoFocus);
+    m_recents->setMinimumHeight(8 * 26);
+    auto* choose = new QPushButton(QStringLiteral("Open folder…"), this);
+    choose->setObjectName(QStringLiteral("primary"));
+    choose->setFocusPolicy(Qt::NoFocus);
+    m_path->setPlaceholderText(QStringLiteral("Type a folder's path and press Return"));
+    auto* hint = new QLabel(
+        QStringLiteral("↑ ↓ choose a recent folder · Return opens it · or drop a folder here"), this);
+    hint->setProperty("class", QStringLiteral("faint"));
+
+    auto* column = new QVBoxLayout;
+    column->setSpacing(12);
+    column->addWidget(title);
+    column->addWidget(tagline);
+    column->addSpacing(12);
+    column->addWidget(recentTitle);
+    column->addWidget(m_recents);
+    auto* row = new QHBoxLayout;
+    row->addWidget(m_path, 1);
+    row->addWidget(choose);
+    column->addLayout(row);
+    column->addWidget(hint);
+    auto* outer = new QHBoxLayout(this);
+    outer->addStretch(1);
+    auto* middle = new QVBoxLayout;
+    middle->addStretch(1);
+    middle->addLayout(column);
+    middle->addStretch(2);
+    outer->addLayout(middle, 3);
+    outer->addStretch(1);
+
+    connect(choose, &QPushButton::clicked, this, [this] {
+        const QString folder
+            = QFileDialog::getExistingDirectory(this, QStringLiteral("Open folder"), QDir::homePath());
+        if (!folder.isEmpty())
+            m_state.open(folder);
+    });
+    connect(m_path, &QLineEdit::returnPressed, this, [this] {
+        QString path = m_path->text().trimmed();
+        if (path.startsWith(u'~'))
+            path = QDir::homePath() + path.mid(1);
+        if (!path.isEmpty())
+            m_state.open(path);
+    });
+    connect(m_recents, &QListWidget::itemClicked, this, [this](QListWidgetItem* item) {
+        const QString path = item->data(Qt::UserRole).toString();
+        if (!path.isEmpty())
+            m_state.open(path);
+    });
+    connect(&state, &AppState::recentsChanged, this, &WelcomeView::refresh);
+    connect(&state, &AppState::recentIndexChanged, this, &WelcomeView::refresh);
+    refresh();
+}
+
+void WelcomeView::refresh()
+{
+    m_recents->clear();
+    const QString home = QDir::homePath();
+    for (const QString& path : m_state.recents()) {
+        QString shown = path;
+        if (shown.startsWith(home + u'/'))
+            shown = u'~' + shown.mid(home.size());
+        auto* item = new QListWidgetItem(QDir(path).dirName() + QStringLiteral("   ") + shown, m_recents);
+        item->setData(Qt::UserRole, path);
+        item->setToolTip(path);
+    }
+    if (m_state.recents().isEmpty())
+        new QListWidgetItem(QStringLiteral("No recent folders yet"), m_recents, QListWidgetItem::Type);
+    else
+        m_recents->setCurrentRow(m_state.recentIndex());
+}

@@ -1,0 +1,230 @@
+// Renders real folders offscreen; needs a display, so ctest runs it under xvfb-run. Set
+// KORVANE_SCENE_IMAGES to a folder to keep the images it draws.
+#include "offscreenview.h"
+#include "scanner.h"
+#include "scenecontroller.h"
+
+#include <gtest/gtest.h>
+
+#include <QDir>
+#include <QGuiApplication>
+
+#include <cmath>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include <dlfcn.h>
+#include <link.h>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+const QSize size(720, 480);
+
+std::shared_ptr<FileNode> scanned(const QString& path)
+{
+    auto result = Scanner(path, std::make_shared<CancelFlag>()).scan();
+    return std::holds_alternative<ScanResult>(result) ? std::get<ScanResult>(result).root : nullptr;
+}
+
+const FileNode& basic()
+{
+    static const auto root = scanned(QStringLiteral(KORVANE_TEST_DATA "/scan-basic"));
+    return *root;
+}
+
+void keep(const QImage& image, const QString& name)
+{
+    const QString folder = qEnvironmentVariable("KORVANE_SCENE_IMAGES");
+    if (!folder.isEmpty() && QDir().mkpath(folder))
+        image.save(folder + u'/' + name + u".png");
+}
+
+int distance(QRgb a, QRgb b)
+{
+    return std::abs(qRed(a) - qRed(b)) + std::abs(qGreen(a) - qGreen(b)) + std::abs(qBlue(a) - qBlue(b));
+}
+
+// Pixels within `tolerance` (summed over the channels) of the colour.
+int count(const QImage& image, const QColor& color, int tolerance)
+{
+    const QImage rgb = image.convertToFormat(QImage::Format_RGB32);
+    int n = 0;
+    for (int y = 0; y < rgb.height(); ++y) {
+        const auto* line = reinterpret_cast<const QRgb*>(rgb.constScanLine(y));
+        for (int x = 0; x < rgb.width(); ++x)
+            n += distance(line[x], color.rgb()) <= tolerance;
+    }
+    return n;
+}
+
+// The mean of the channels over the image, from 0 to 1.
+double brightness(const QImage& image)
+{
+    const QImage rgb = image.convertToFormat(QImage::Format_RGB32);
+    double sum = 0;
+    for (int y = 0; y < rgb.height(); ++y) {
+        const auto* line = reinterpret_cast<const QRgb*>(rgb.constScanLine(y));
+        for (int x = 0; x < rgb.width(); ++x)
+            sum += qRed(line[x]) + qGreen(line[x]) + qBlue(line[x]);
+    }
+    return sum / (3.0 * 255 * rgb.width() * rgb.height());
+}
+
+// True when every pixel of a band along the image's edges is the background: nothing is clipped.
+bool clearEdges(const QImage& image, const QColor& background)
+{
+    const QImage rgb = image.convertToFormat(QImage::Format_RGB32);
+    for (int y = 0; y < rgb.height(); ++y) {
+        for (int x = 0; x < rgb.width(); ++x) {
+            const bool edge = x < 3 || y < 3 || x >= rgb.width() - 3 || y >= rgb.height() - 3;
+            if (edge && distance(rgb.pixel(x, y), background.rgb()) > 6)
+                return false;
+        }
+    }
+    return true;
+}
+
+SceneConfig config(VisualizationMode mode, bool dark)
+{
+    SceneConfig c;
+    c.mode = mode;
+    c.theme = Theme::of(dark);
+    return c;
+}
+
+// Mesa's driver is unloaded when the display closes, and what it still holds would then look leaked
+// to LeakSanitizer, from frames it can no longer name, so that no suppression could match them.
+// Kept loaded, that memory stays reachable, and our own leaks still show.
+void keepDriversLoaded()
+{
+    std::vector<std::string> drivers;
+    dl_iterate_phdr(
+        [](dl_phdr_info* info, size_t, void* found) {
+            const std::string_view path = info->dlpi_name ? info->dlpi_name : "";
+            if (path.ends_with("_dri.so"))
+                static_cast<std::vector<std::string>*>(found)->emplace_back(path);
+            return 0;
+        },
+        &drivers);
+    for (const std::string& driver : drivers)
+        dlopen(driver.c_str(), RTLD_LAZY | RTLD_NOLOAD | RTLD_NODELETE);
+}
+
+} // namespace
+
+TEST(Render, EachThemeDrawsTheCityOnItsBackgroundWithNothingClipped)
+{
+    for (const bool dark : { true, false }) {
+        for (const VisualizationMode mode : { VisualizationMode::city, VisualizationMode::tree }) {
+            SceneController scene;
+            scene.build(basic(), config(mode, dark), true);
+            QString error;
+            const QImage image = renderImage(scene, size, 1, &error);
+            ASSERT_FALSE(image.isNull()) << error.toStdString();
+            EXPECT_EQ(image.size(), size);
+            const QString name = modeName(mode) + (dark ? u"-dark" : u"-light");
+            keep(image, name);
+            const QColor paper = scene.theme().paper;
+            EXPECT_LE(distance(image.pixel(0, 0), paper.rgb()), 3) << name.toStdString();
+            EXPECT_TRUE(clearEdges(image, paper)) << name.toStdString();
+            // Not blank: a good part of the picture is the city, in many shades.
+            const int background = count(image, paper, 6);
+            EXPECT_LT(
+                background, size.width() * size.height() * (mode == VisualizationMode::city ? 0.75 : 0.9))
+                << name.toStdString();
+            QSet<QRgb> shades;
+            for (int y = 0; y < image.height(); y += 3) {
+                for (int x = 0; x < image.width(); x += 3)
+                    shades.insert(image.pixel(x, y));
+            }
+            EXPECT_GT(shades.size(), 40) << name.toStdString();
+            // In full sun every roof in sight shows its building's own colour, and the shadows made
+            // the picture darker.
+            scene.setShadowsEnabled(false);
+            const QImage sunny = renderImage(scene, size);
+            EXPECT_LT(brightness(image), brightness(sunny) - 0.002) << name.toStdString();
+            for (const VisibleEntity& v : scene.visibleEntities(size)) {
+                if (v.kind != PlacementKind::building || scene.pick(v.point, size) != v.file)
+                    continue;
+                const QColor roof = scene.entityFor(v.file)->baseColor;
+                int best = 1000;
+                for (int dy = -2; dy <= 4; ++dy) {
+                    for (int dx = -2; dx <= 2; ++dx) {
+                        const QPoint p = v.point.toPoint() + QPoint(dx, dy);
+                        if (sunny.rect().contains(p))
+                            best = std::min(best, distance(sunny.pixel(p), roof.rgb()));
+                    }
+                }
+                EXPECT_LT(best, 60) << name.toStdString() << " " << v.file->relativePath.toStdString();
+            }
+        }
+    }
+}
+
+TEST(Render, TheSelectionShowsInTheAccentColourWithItsName)
+{
+    for (const bool dark : { true, false }) {
+        SceneController scene;
+        scene.build(basic(), config(VisualizationMode::city, dark), true);
+        OffscreenView view;
+        ASSERT_TRUE(view.create(size)) << view.error().toStdString();
+        scene.camera().setAspect(1.5f);
+        scene.camera().settle();
+        const QColor accent = scene.theme().accent;
+        view.draw(scene);
+        const int before = count(view.image(scene, false), accent, 24);
+
+        const FileNode* main = basic().find(u"src/main.c");
+        ASSERT_TRUE(main);
+        scene.setSelection(main);
+        view.draw(scene);
+        const QImage plain = view.image(scene, false);
+        const int after = count(plain, accent, 24);
+        EXPECT_EQ(before, 0);
+        EXPECT_GT(after, 20);
+        // The accent is where the building stands.
+        QRectF shape;
+        const SceneBox box = scene.entityFor(main)->box();
+        for (int corner = 0; corner < 8; ++corner) {
+            const QVector3D p((corner & 1) ? box.max.x() : box.min.x(),
+                (corner & 2) ? box.max.y() : box.min.y(), (corner & 4) ? box.max.z() : box.min.z());
+            const QPointF at = *scene.project(p, size);
+            shape = shape.isNull() ? QRectF(at, QSizeF(0.01, 0.01))
+                                   : shape.united(QRectF(at, QSizeF(0.01, 0.01)));
+        }
+        const QRect inside = shape.toAlignedRect().adjusted(-4, -4, 4, 4) & plain.rect();
+        EXPECT_GT(count(plain.copy(inside), accent, 24), after * 9 / 10);
+
+        const QImage labelled = view.image(scene, true);
+        keep(labelled, dark ? u"selected-dark"_s : u"selected-light"_s);
+        EXPECT_GT(count(labelled, accent, 24), after); // the leader and the tag's bar
+        EXPECT_GT(count(labelled, scene.theme().ink, 60), 15); // the name
+    }
+}
+
+TEST(Render, APerspectiveHighDensityImageOfTheSourceTree)
+{
+    const auto root = scanned(QStringLiteral(KORVANE_SOURCE_DIR "/src"));
+    ASSERT_TRUE(root);
+    SceneController scene;
+    scene.build(*root, config(VisualizationMode::city, true), true);
+    scene.camera().setPerspective(true);
+    const QImage image = renderImage(scene, size, 2);
+    ASSERT_FALSE(image.isNull());
+    EXPECT_EQ(image.size(), size * 2);
+    EXPECT_EQ(image.devicePixelRatio(), 2);
+    keep(image, u"source-perspective"_s);
+    EXPECT_TRUE(clearEdges(image, scene.theme().paper));
+}
+
+int main(int argc, char** argv)
+{
+    QGuiApplication app(argc, argv);
+    testing::InitGoogleTest(&argc, argv);
+    const int status = RUN_ALL_TESTS();
+    keepDriversLoaded();
+    return status;
+}

@@ -1,0 +1,231 @@
+// The real window, run as a user's script would run it: korvane under a virtual display, driven by
+// its start-up variables or the snapshot command, with the image and the state it leaves checked.
+
+#include "testsupport.h"
+
+#include <gtest/gtest.h>
+
+#include <QColor>
+#include <QImage>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QProcess>
+#include <QProcessEnvironment>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+struct Outcome {
+    int status = -1;
+    QByteArray out;
+    QByteArray err;
+};
+
+// Runs korvane under xvfb-run (a display of its own), with settings kept in a folder of the test's.
+Outcome korvane(
+    const QStringList& arguments, const QHash<QString, QString>& variables = {}, bool display = true)
+{
+    static TempFolder home;
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    environment.insert(u"XDG_CONFIG_HOME"_s, home.path(u"config"_s));
+    environment.insert(u"XDG_CACHE_HOME"_s, home.path(u"cache"_s));
+    environment.remove(u"DISPLAY"_s);
+    environment.remove(u"WAYLAND_DISPLAY"_s);
+    environment.remove(u"QT_QPA_PLATFORM"_s);
+    // Leaks inside the GL driver are not ours; the unit tests check the program's own.
+    environment.insert(u"ASAN_OPTIONS"_s, u"detect_leaks=0"_s);
+    for (auto it = variables.cbegin(); it != variables.cend(); ++it)
+        environment.insert(it.key(), it.value());
+    QProcess process;
+    process.setProcessEnvironment(environment);
+    if (display)
+        process.start(u"xvfb-run"_s,
+            QStringList { u"-a"_s, u"-s"_s, u"-screen 0 1600x1000x24"_s, QStringLiteral(KORVANE_BINARY) }
+                + arguments);
+    else
+        process.start(QStringLiteral(KORVANE_BINARY), arguments);
+    process.waitForFinished(120000);
+    return { process.exitCode(), process.readAllStandardOutput(), process.readAllStandardError() };
+}
+
+QJsonObject parse(const QByteArray& json)
+{
+    QJsonParseError error;
+    const QJsonDocument document = QJsonDocument::fromJson(json, &error);
+    EXPECT_EQ(error.error, QJsonParseError::NoError) << json.toStdString();
+    return document.object();
+}
+
+bool near(QColor a, QColor b, int tolerance)
+{
+    return std::abs(a.red() - b.red()) <= tolerance && std::abs(a.green() - b.green()) <= tolerance
+        && std::abs(a.blue() - b.blue()) <= tolerance;
+}
+
+int countNear(const QImage& image, QColor colour, int tolerance)
+{
+    int found = 0;
+    for (int y = 0; y < image.height(); y += 2) {
+        for (int x = 0; x < image.width(); x += 2)
+            found += near(image.pixelColor(x, y), colour, tolerance);
+    }
+    return found;
+}
+
+int distinctColours(const QImage& image)
+{
+    QSet<QRgb> seen;
+    for (int y = 0; y < image.height(); y += 4) {
+        for (int x = 0; x < image.width(); x += 4)
+            seen.insert(image.pixel(x, y));
+    }
+    return int(seen.size());
+}
+
+// A small project with a few folders and files of different sizes and languages.
+class Project : public TempFolder {
+public:
+    Project()
+    {
+        write(u"README.md"_s, "# project\n");
+        for (int i = 0; i < 6; ++i) {
+            write(u"src/core/unit%1.cpp"_s.arg(i), QByteArray("int x;\n").repeated(20 + i * 40));
+            write(u"src/ui/view%1.js"_s.arg(i), QByteArray("let y;\n").repeated(10 + i * 25));
+        }
+        write(u"docs/guide.md"_s, QByteArray("text\n").repeated(60));
+        write(u"tools/build.py"_s, QByteArray("pass\n").repeated(90));
+    }
+};
+
+const QColor darkAccent(255, 79, 50);
+const QColor lightPaper(255, 255, 255);
+
+TEST(Window, SnapshotDrawsTheCityAndShowsTheSelectionInTheAccentColour)
+{
+    Project project;
+    TempFolder out;
+    const QString image = out.path(u"city.png"_s);
+    const Outcome run = korvane({ u"snapshot"_s, project.path(), u"--out"_s, image, u"--size"_s,
+        u"1200x800"_s, u"--keys"_s, u"Right"_s, u"--print-state"_s });
+    ASSERT_EQ(run.status, 0) << run.err.toStdString();
+    const QJsonObject state = parse(run.out);
+    EXPECT_EQ(state[u"mode"_s].toString(), u"city"_s);
+    EXPECT_FALSE(state[u"selection"_s].isNull());
+    EXPECT_TRUE(state[u"dark"_s].toBool());
+
+    const QImage picture(image);
+    ASSERT_FALSE(picture.isNull());
+    EXPECT_EQ(picture.size(), QSize(1200, 800));
+    EXPECT_GT(distinctColours(picture), 40);
+    EXPECT_GT(countNear(picture, darkAccent, 24), 20);
+}
+
+struct ScriptCase {
+    const char* name;
+    const char* keys;
+    // Expected fields of the state the keys leave.
+    QHash<QString, QJsonValue> expected;
+};
+
+void PrintTo(const ScriptCase& c, std::ostream* os)
+{
+    *os << c.name;
+}
+
+class Script : public ::testing::TestWithParam<ScriptCase> { };
+
+// The window itself, shown under the virtual display, with keys played from the environment.
+TEST_P(Script, KeysPlayedInTheWindowLeaveTheirState)
+{
+    static Project project;
+    const ScriptCase& c = GetParam();
+    TempFolder out;
+    const Outcome run = korvane({ project.path() },
+        { { u"KORVANE_KEYS"_s, QString::fromUtf8(c.keys) }, { u"KORVANE_SNAPSHOT"_s, out.path(u"w.png"_s) },
+            { u"KORVANE_STATE"_s, out.path(u"state.json"_s) }, { u"KORVANE_SIZE"_s, u"1100x700"_s } });
+    ASSERT_EQ(run.status, 0) << run.err.toStdString();
+    const QJsonObject state = parse(readFile(out.path(u"state.json"_s)));
+    for (auto it = c.expected.cbegin(); it != c.expected.cend(); ++it)
+        EXPECT_EQ(state[it.key()], it.value()) << it.key().toStdString();
+    const QImage picture(out.path(u"w.png"_s));
+    ASSERT_FALSE(picture.isNull());
+    EXPECT_EQ(picture.size(), QSize(1100, 700));
+}
+
+INSTANTIATE_TEST_SUITE_P(Keys, Script,
+    ::testing::Values(ScriptCase { "TreeWithoutDrawerAndKeySheet", "2 ] ?",
+                          { { u"mode"_s, u"tree"_s }, { u"showDrawer"_s, false }, { u"showKeys"_s, true } } },
+        ScriptCase { "ColourAndHeightCycleBothWays", "c c Shift+C h",
+            { { u"colorMode"_s, u"age"_s }, { u"heightMode"_s, u"size"_s } } },
+        ScriptCase { "RailCyclesAndDrawerWidens", "[ [ }",
+            { { u"railMode"_s, u"hidden"_s }, { u"drawerWidth"_s, 620 } } },
+        ScriptCase { "DiveAndClimb", "Right Ctrl+Down Backspace Backspace Backspace Backspace Backspace",
+            { { u"viewRoot"_s, u""_s } } },
+        ScriptCase { "EscapeClearsTheSelection", "Right Escape", { { u"selection"_s, QJsonValue() } } }),
+    [](const auto& info) { return std::string(info.param.name); });
+
+TEST(Window, LightThemeAfterTPaintsTheLightBackground)
+{
+    Project project;
+    TempFolder out;
+    const Outcome run = korvane({ u"snapshot"_s, project.path(), u"--out"_s, out.path(u"light.png"_s),
+        u"--keys"_s, u"t"_s, u"--print-state"_s });
+    ASSERT_EQ(run.status, 0) << run.err.toStdString();
+    EXPECT_FALSE(parse(run.out)[u"dark"_s].toBool());
+    const QImage picture(out.path(u"light.png"_s));
+    ASSERT_FALSE(picture.isNull());
+    EXPECT_GT(countNear(picture, lightPaper, 3), picture.width() * picture.height() / 4 / 10);
+}
+
+TEST(Window, AFolderThatIsNotThereIsShownInPlace)
+{
+    TempFolder out;
+    const Outcome run = korvane({},
+        { { u"KORVANE_OPEN"_s, u"/no/such/folder"_s }, { u"KORVANE_SNAPSHOT"_s, out.path(u"error.png"_s) },
+            { u"KORVANE_STATE"_s, out.path(u"state.json"_s) } });
+    ASSERT_EQ(run.status, 0) << run.err.toStdString();
+    const QJsonObject state = parse(readFile(out.path(u"state.json"_s)));
+    EXPECT_EQ(state[u"errorMessage"_s].toString(), u"/no/such/folder is not a folder."_s);
+    EXPECT_TRUE(state[u"root"_s].isNull());
+    EXPECT_FALSE(QImage(out.path(u"error.png"_s)).isNull());
+}
+
+struct Refusal {
+    const char* name;
+    QStringList arguments;
+    bool display;
+    int status;
+    const char* message;
+};
+
+void PrintTo(const Refusal& c, std::ostream* os)
+{
+    *os << c.name;
+}
+
+class Refused : public ::testing::TestWithParam<Refusal> { };
+
+TEST_P(Refused, WithOneClearLine)
+{
+    const Refusal& c = GetParam();
+    const Outcome run = korvane(c.arguments, {}, c.display);
+    EXPECT_EQ(run.status, c.status);
+    EXPECT_TRUE(run.err.contains(c.message)) << run.err.toStdString();
+    EXPECT_TRUE(run.out.isEmpty());
+}
+
+INSTANTIATE_TEST_SUITE_P(Snapshot, Refused,
+    ::testing::Values(Refusal { "NoDisplay", { u"snapshot"_s, u"."_s, u"--out"_s, u"/tmp/x.png"_s }, false, 1,
+                          "needs a display" },
+        Refusal { "MissingFolder", { u"snapshot"_s, u"/no/such"_s, u"--out"_s, u"/tmp/x.png"_s }, true, 1,
+            "/no/such is not a folder." },
+        Refusal { "NoOut", { u"snapshot"_s, u"."_s }, true, 2, "needs --out" },
+        Refusal { "BadKey", { u"snapshot"_s, u"."_s, u"--out"_s, u"/tmp/x.png"_s, u"--keys"_s, u"Nope"_s },
+            true, 2, "unknown key \"Nope\"" },
+        Refusal { "GraphIsNotDrawnYet",
+            { u"snapshot"_s, u"."_s, u"--out"_s, u"/tmp/x.png"_s, u"--mode"_s, u"graph"_s }, true, 2,
+            "--mode is city or tree" }),
+    [](const auto& info) { return std::string(info.param.name); });
+
+} // namespace
