@@ -14,13 +14,15 @@ source "$(dirname "$0")/common.sh" universal-ctags
 "$here/bench/make-sources.sh" "$work"
 files=(bundle.js styles.css page.html big.cpp)
 
-echo "Walking into files, $(date -u +%Y-%m-%d), $(nproc) cores, $(git -C "$here" rev-parse --short HEAD)"
+echo "Walking into files, $(date -u +%Y-%m-%d), $(nproc) cores, load $(cut -d' ' -f1 /proc/loadavg), $(git -C "$here" rev-parse --short HEAD)"
 echo
 (cd "$work" && "$here/build/release/bench/structure_bench" "${files[@]}")
 echo
 # The process alone, on an empty script: what every run holds before reading anything.
 : > "$work/empty.js"
 base=$(/usr/bin/time -f %M "$korvane" outline "$work/empty.js" 2>&1 >/dev/null | tail -n 1)
+echo "Wall time, and in brackets CPU time (user + system), which a busy machine disturbs less:"
+echo
 echo "| file | korvane outline (ms) | ctags (ms) | cat (ms) | korvane ÷ ctags | peak memory (MiB) | × file | above an empty file, × file |"
 echo "|---|---|---|---|---|---|---|---|"
 for file in "${files[@]}"; do
@@ -30,6 +32,7 @@ for file in "${files[@]}"; do
     peak=$(/usr/bin/time -f %M "$korvane" outline "$path" 2>&1 >/dev/null | tail -n 1)
     bytes=$(stat -c %s "$path")
     jq -r --arg file "$file" --arg peak "$peak" --arg base "$base" --arg bytes "$bytes" '
-        [.results[].mean * 1000] as $ms | ($peak | tonumber) as $kib | ($bytes | tonumber) as $size |
-        "| \($file) | \($ms[0] | round) | \($ms[1] | round) | \($ms[2] | round) | \($ms[0] / $ms[1] * 100 | round / 100) | \($kib / 1024 | round) | \($kib * 1024 / $size * 10 | round / 10) | \(($kib - ($base | tonumber)) * 1024 / $size * 10 | round / 10) |"' "$work/times.json"
+        [.results[].mean * 1000] as $ms | [.results[] | (.user + .system) * 1000] as $cpu |
+        ($peak | tonumber) as $kib | ($bytes | tonumber) as $size |
+        "| \($file) | \($ms[0] | round) (\($cpu[0] | round)) | \($ms[1] | round) (\($cpu[1] | round)) | \($ms[2] | round) (\($cpu[2] | round)) | \($ms[0] / $ms[1] * 100 | round / 100) | \($kib / 1024 | round) | \($kib * 1024 / $size * 10 | round / 10) | \(($kib - ($base | tonumber)) * 1024 / $size * 10 | round / 10) |"' "$work/times.json"
 done
