@@ -13,7 +13,7 @@ perl -e '
         my @calls = grep { $_ < $n } ($i * 2 + 1, $i * 2 + 2);
         push @calls, int($i / 2) if $i % 10 == 9;
         print "function step$i(value) {\n";
-        print "    value = step$_(value);\n" for @calls;
+        print "    step$_(value);\n" for @calls;
         print "    return value + $i;\n}\n\n";
     }' "$functions" > "$file"
 hyperfine --style none --warmup 2 --runs "${RUNS:-10}" --export-json "$work/times.json" \
