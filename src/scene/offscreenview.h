@@ -30,6 +30,8 @@ public:
     QString driver() const;
     QSize size() const { return m_size; }
 
+    Renderer& renderer() { return m_renderer; }
+
     // Renders one frame into the framebuffer; finish() waits until the GPU is done with it.
     void draw(const SceneController& scene);
     void finish();

@@ -21,58 +21,76 @@ struct MeshVertex {
     float normal[3];
 };
 
-// A unit box standing on the origin: x and z in [-0.5, 0.5], y in [0, 1]; four corners a face so
-// that each face has its own normal, and six indices a face, wound counter-clockwise seen from
-// outside. Indexed, each corner is shaded once however many triangles share it.
-std::vector<MeshVertex> boxMesh()
+// A unit box standing on the origin: x and z in [-0.5, 0.5], y in [0, 1]. Two meshes share one
+// buffer. The whole box comes first, four corners a face so that each face has its own normal,
+// for the perspective camera and the shadow map. Then, for each quarter the orthographic camera
+// can look from, only the seven corners of the three faces it can see (the top and the two sides
+// turned toward it). Faces are lit flat, from the last corner of each triangle, so the corners
+// can be shared between faces as long as each face's triangles end on a corner of its own that
+// carries its normal: seven corners shaded a box instead of twenty-four.
+struct BoxMesh {
+    std::vector<MeshVertex> vertices;
+    std::vector<GLushort> indices;
+};
+
+constexpr GLsizei allFaces = 36, visibleFaces = 18;
+
+BoxMesh boxMesh()
 {
-    struct Face {
-        QVector3D n, u, v; // u × v = n
+    BoxMesh mesh;
+    const auto vertex = [&](const QVector3D& p, const QVector3D& n) {
+        mesh.vertices.push_back({ { p.x(), p.y(), p.z() }, { n.x(), n.y(), n.z() } });
     };
-    const Face faces[] = {
-        { { 1, 0, 0 }, { 0, 1, 0 }, { 0, 0, 1 } },
-        { { -1, 0, 0 }, { 0, 0, 1 }, { 0, 1, 0 } },
-        { { 0, 1, 0 }, { 0, 0, 1 }, { 1, 0, 0 } },
-        { { 0, -1, 0 }, { 1, 0, 0 }, { 0, 0, 1 } },
-        { { 0, 0, 1 }, { 1, 0, 0 }, { 0, 1, 0 } },
-        { { 0, 0, -1 }, { 0, 1, 0 }, { 1, 0, 0 } },
+    // Corners of a triangle, wound counter-clockwise seen from outside, `last` staying last.
+    const auto triangle = [&](GLushort a, GLushort b, GLushort last, const QVector3D& normal) {
+        const auto at = [&](GLushort i) {
+            const float* p = mesh.vertices[i].position;
+            return QVector3D(p[0], p[1], p[2]);
+        };
+        if (QVector3D::dotProduct(QVector3D::crossProduct(at(b) - at(a), at(last) - at(a)), normal) < 0)
+            std::swap(a, b);
+        mesh.indices.insert(mesh.indices.end(), { a, b, last });
     };
-    std::vector<MeshVertex> mesh;
-    for (const Face& face : faces) {
-        const QVector3D centre = QVector3D(0, 0.5f, 0) + face.n / 2;
-        for (const QVector3D& p : { centre + (-face.u - face.v) / 2, centre + (face.u - face.v) / 2,
-                 centre + (face.u + face.v) / 2, centre + (-face.u + face.v) / 2 })
-            mesh.push_back({ { p.x(), p.y(), p.z() }, { face.n.x(), face.n.y(), face.n.z() } });
+
+    const QVector3D normals[]
+        = { { 1, 0, 0 }, { -1, 0, 0 }, { 0, 1, 0 }, { 0, -1, 0 }, { 0, 0, 1 }, { 0, 0, -1 } };
+    for (const QVector3D& n : normals) {
+        // Two axes across the face.
+        const QVector3D u = std::abs(n.y()) > 0 ? QVector3D(1, 0, 0) : QVector3D(0, 1, 0);
+        const QVector3D v = QVector3D::crossProduct(n, u);
+        const QVector3D centre = QVector3D(0, 0.5f, 0) + n / 2;
+        const auto first = GLushort(mesh.vertices.size());
+        for (const QVector3D& p :
+            { centre + (-u - v) / 2, centre + (u - v) / 2, centre + (u + v) / 2, centre + (-u + v) / 2 })
+            vertex(p, n);
+        triangle(first, GLushort(first + 1), GLushort(first + 2), n);
+        triangle(first, GLushort(first + 2), GLushort(first + 3), n);
+    }
+
+    for (const float sx : { 1.0f, -1.0f }) {
+        for (const float sz : { 1.0f, -1.0f }) {
+            const float nearX = sx / 2, farX = -sx / 2, nearZ = sz / 2, farZ = -sz / 2;
+            const QVector3D up(0, 1, 0), side(sx, 0, 0), front(0, 0, sz);
+            const auto first = GLushort(mesh.vertices.size());
+            enum : GLushort { topFar, topSide, topNear, topFront, bottomSide, bottomNear, bottomFront };
+            vertex({ farX, 1, farZ }, up); // ends the top's triangles
+            vertex({ nearX, 1, farZ }, up);
+            vertex({ nearX, 1, nearZ }, up);
+            vertex({ farX, 1, nearZ }, up);
+            vertex({ nearX, 0, farZ }, side); // ends the side's
+            vertex({ nearX, 0, nearZ }, side);
+            vertex({ farX, 0, nearZ }, front); // ends the front's
+            const auto c = [&](GLushort corner) { return GLushort(first + corner); };
+            triangle(c(topSide), c(topNear), c(topFar), up);
+            triangle(c(topNear), c(topFront), c(topFar), up);
+            triangle(c(topSide), c(topNear), c(bottomSide), side);
+            triangle(c(topNear), c(bottomNear), c(bottomSide), side);
+            triangle(c(topNear), c(topFront), c(bottomFront), front);
+            triangle(c(bottomNear), c(topNear), c(bottomFront), front);
+        }
     }
     return mesh;
 }
-
-// The mesh's faces, in its order.
-enum Face : GLushort { east, west, top, bottom, south, north };
-
-// Every face first, for the perspective camera and the shadow map; then, for each quarter the
-// orthographic camera can look from, only the top and the two sides turned toward it. Those are
-// all it can see, and half the corners are half the work.
-std::vector<GLushort> boxIndices()
-{
-    std::vector<GLushort> indices;
-    const auto add = [&](GLushort face) {
-        for (const GLushort corner : { 0, 1, 2, 0, 2, 3 })
-            indices.push_back(GLushort(face * 4 + corner));
-    };
-    for (GLushort face = 0; face < 6; ++face)
-        add(face);
-    for (const Face side : { east, west }) {
-        for (const Face front : { south, north }) {
-            add(top);
-            add(side);
-            add(front);
-        }
-    }
-    return indices;
-}
-
-constexpr GLsizei allFaces = 36, visibleFaces = 18;
 
 // A unit square lying flat at height 0, facing up.
 std::vector<MeshVertex> planeMesh()
@@ -114,6 +132,17 @@ void Renderer::useDefaultFormat()
     QSurfaceFormat::setDefaultFormat(defaultFormat());
 }
 
+namespace {
+
+bool isSoftwareDriver(const char* renderer)
+{
+    const QByteArray name = QByteArray(renderer).toLower();
+    return name.contains("llvmpipe") || name.contains("softpipe") || name.contains("swiftshader")
+        || name.contains("software");
+}
+
+} // namespace
+
 bool Renderer::softwareRendering()
 {
     if (!qobject_cast<QGuiApplication*>(QCoreApplication::instance()))
@@ -125,12 +154,10 @@ bool Renderer::softwareRendering()
         surface.create();
         if (!context.create() || !context.makeCurrent(&surface))
             return false;
-        const QByteArray driver
-            = QByteArray(reinterpret_cast<const char*>(context.functions()->glGetString(GL_RENDERER)))
-                  .toLower();
+        const bool software
+            = isSoftwareDriver(reinterpret_cast<const char*>(context.functions()->glGetString(GL_RENDERER)));
         context.doneCurrent();
-        return driver.contains("llvmpipe") || driver.contains("softpipe") || driver.contains("swiftshader")
-            || driver.contains("software");
+        return software;
     }();
     return software;
 }
@@ -198,9 +225,10 @@ bool Renderer::initialize()
             GL_ARRAY_BUFFER, GLsizeiptr(mesh.size() * sizeof(MeshVertex)), mesh.data(), GL_STATIC_DRAW);
         return buffer;
     };
-    m_boxMesh = meshBuffer(boxMesh());
+    const BoxMesh box = boxMesh();
+    m_boxMesh = meshBuffer(box.vertices);
     m_planeMesh = meshBuffer(planeMesh());
-    const std::vector<GLushort> indices = boxIndices();
+    const std::vector<GLushort>& indices = box.indices;
     glGenBuffers(1, &m_boxIndices);
     glGenBuffers(1, &m_boxInstances);
     glGenBuffers(1, &m_planeInstances);
@@ -293,6 +321,7 @@ bool Renderer::initialize()
     if (status == GL_FRAMEBUFFER_COMPLETE)
         status = glCheckFramebufferStatus(GL_FRAMEBUFFER);
     glBindFramebuffer(GL_FRAMEBUFFER, GLuint(previous));
+    m_software = isSoftwareDriver(reinterpret_cast<const char*>(glGetString(GL_RENDERER)));
     m_initialized = true;
     if (status != GL_FRAMEBUFFER_COMPLETE) {
         m_error = QStringLiteral("The shadows cannot be drawn (framebuffer status 0x%1).").arg(status, 0, 16);
@@ -313,8 +342,12 @@ void Renderer::release()
     glDeleteBuffers(GLsizei(std::size(buffers)), buffers);
     const GLuint arrays[] = { m_boxArray, m_planeArray, m_lineArray, m_emptyArray };
     glDeleteVertexArrays(GLsizei(std::size(arrays)), arrays);
-    const GLuint framebuffers[] = { m_shadowFramebuffer, m_shadeFramebuffer };
+    const GLuint framebuffers[] = { m_shadowFramebuffer, m_shadeFramebuffer, m_reducedFramebuffer };
     glDeleteFramebuffers(GLsizei(std::size(framebuffers)), framebuffers);
+    const GLuint renderbuffers[] = { m_reducedColor, m_reducedDepth };
+    glDeleteRenderbuffers(GLsizei(std::size(renderbuffers)), renderbuffers);
+    m_reducedFramebuffer = m_reducedColor = m_reducedDepth = 0;
+    m_reducedSize = {};
     const GLuint textures[] = { m_shadowTexture, m_shadeTexture };
     glDeleteTextures(GLsizei(std::size(textures)), textures);
     m_boxMesh = m_boxIndices = m_planeMesh = m_boxInstances = m_planeInstances = m_lineBuffer = 0;
@@ -426,6 +459,26 @@ void Renderer::drawShadows(const SceneController& scene)
     glBindVertexArray(0);
 }
 
+void Renderer::prepareReduced(QSize size)
+{
+    if (m_reducedFramebuffer && m_reducedSize == size)
+        return;
+    if (!m_reducedFramebuffer) {
+        glGenFramebuffers(1, &m_reducedFramebuffer);
+        glGenRenderbuffers(1, &m_reducedColor);
+        glGenRenderbuffers(1, &m_reducedDepth);
+    }
+    glBindRenderbuffer(GL_RENDERBUFFER, m_reducedColor);
+    glRenderbufferStorage(GL_RENDERBUFFER, GL_RGBA8, size.width(), size.height());
+    glBindRenderbuffer(GL_RENDERBUFFER, m_reducedDepth);
+    glRenderbufferStorage(GL_RENDERBUFFER, GL_DEPTH_COMPONENT24, size.width(), size.height());
+    glBindRenderbuffer(GL_RENDERBUFFER, 0);
+    glBindFramebuffer(GL_FRAMEBUFFER, m_reducedFramebuffer);
+    glFramebufferRenderbuffer(GL_FRAMEBUFFER, GL_COLOR_ATTACHMENT0, GL_RENDERBUFFER, m_reducedColor);
+    glFramebufferRenderbuffer(GL_FRAMEBUFFER, GL_DEPTH_ATTACHMENT, GL_RENDERBUFFER, m_reducedDepth);
+    m_reducedSize = size;
+}
+
 void Renderer::render(const SceneController& scene, QSize pixels, float devicePixelRatio)
 {
     if (!m_initialized || pixels.isEmpty())
@@ -445,8 +498,19 @@ void Renderer::render(const SceneController& scene, QSize pixels, float devicePi
         glBindFramebuffer(GL_FRAMEBUFFER, GLuint(target));
     }
 
+    GLint multisampled = 0;
+    glGetIntegerv(GL_SAMPLE_BUFFERS, &multisampled);
+    const bool reduced = m_adaptive && m_software && multisampled == 0 && !camera.settled()
+        && std::min(pixels.width(), pixels.height()) >= 64;
+    const QSize drawn = reduced ? QSize((pixels.width() + 1) / 2, (pixels.height() + 1) / 2) : pixels;
+    if (reduced) {
+        prepareReduced(drawn);
+        glBindFramebuffer(GL_FRAMEBUFFER, m_reducedFramebuffer);
+        devicePixelRatio /= 2;
+    }
+
     const Theme& theme = scene.theme();
-    glViewport(0, 0, pixels.width(), pixels.height());
+    glViewport(0, 0, drawn.width(), drawn.height());
     const QColor paper = theme.paper.toRgb();
     glClearColor(paper.redF(), paper.greenF(), paper.blueF(), 1);
     glClearDepth(1);
@@ -485,7 +549,7 @@ void Renderer::render(const SceneController& scene, QSize pixels, float devicePi
         // The theme's floor line is a whisper; walls need it a little stronger to read.
         const QColor line = theme.floorLine.toRgb();
         m_box->setUniformValue("lineTint", QVector4D(rgb(line), std::min(float(line.alphaF()) * 2.5f, 1.0f)));
-        m_box->setUniformValue("pixelRatio", std::max(devicePixelRatio, 0.5f));
+        m_box->setUniformValue("pixelRatio", std::max(devicePixelRatio, 0.25f));
         GLsizei count = allFaces;
         const void* first = nullptr;
         if (!camera.perspective) {
@@ -534,4 +598,11 @@ void Renderer::render(const SceneController& scene, QSize pixels, float devicePi
     glBindVertexArray(0);
     glDisable(GL_CULL_FACE);
     glDisable(GL_DEPTH_TEST);
+    if (reduced) {
+        glBindFramebuffer(GL_READ_FRAMEBUFFER, m_reducedFramebuffer);
+        glBindFramebuffer(GL_DRAW_FRAMEBUFFER, GLuint(target));
+        glBlitFramebuffer(0, 0, drawn.width(), drawn.height(), 0, 0, pixels.width(), pixels.height(),
+            GL_COLOR_BUFFER_BIT, GL_LINEAR);
+        glBindFramebuffer(GL_FRAMEBUFFER, GLuint(target));
+    }
 }

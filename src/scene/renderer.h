@@ -45,6 +45,13 @@ public:
     bool isInitialized() const { return m_initialized; }
     QString error() const { return m_error; }
     void render(const SceneController& scene, QSize pixels, float devicePixelRatio);
+
+    // On a software renderer, frames drawn while the camera moves are drawn at half the width and
+    // height and scaled up, which keeps turning and zooming fluid; the frame it settles on is drawn
+    // in full. On by default; it never applies to a multisampled target or a GPU.
+    void setAdaptiveResolution(bool on) { m_adaptive = on; }
+    bool adaptiveResolution() const { return m_adaptive; }
+    bool softwareContext() const { return m_software; } // known once initialized
     // Frees the GL objects; the context of initialize() must be current.
     void release();
 
@@ -53,6 +60,7 @@ public:
 
 private:
     void upload(const SceneController& scene, int quarter);
+    void prepareReduced(QSize size);
     void uploadBoxes(const SceneController& scene, int quarter);
     void drawShadows(const SceneController& scene);
     QMatrix4x4 lightMatrix(const SceneController& scene) const;
@@ -69,6 +77,10 @@ private:
     GLuint m_boxArray = 0, m_planeArray = 0, m_lineArray = 0, m_emptyArray = 0;
     GLuint m_shadowTexture = 0, m_shadowFramebuffer = 0;
     GLuint m_shadeTexture = 0, m_shadeFramebuffer = 0;
+    GLuint m_reducedFramebuffer = 0, m_reducedColor = 0, m_reducedDepth = 0;
+    QSize m_reducedSize;
+    bool m_software = false;
+    bool m_adaptive = true;
     GLsizei m_boxCount = 0, m_planeCount = 0, m_lineCount = 0;
     quint64 m_generation = 0;
     bool m_uploaded = false;

@@ -4,7 +4,8 @@
 // base and size; attribute locations are fixed so that every pass reads the same vertex arrays.
 // Work is kept off the fragments wherever it can be, because a software renderer pays for every
 // one of them: buildings are lit per face in the vertex shader (flat faces under a fixed sun need
-// nothing finer), and the ground reads its shadows from a shade texture baked once per layout.
+// nothing finer, so faces take the colour of their triangles' last corner), and the ground reads
+// its shadows from a shade texture baked once per layout.
 namespace Shaders {
 
 inline constexpr char boxVertex[] = R"(#version 330 core
@@ -23,7 +24,7 @@ uniform vec3 shadeTint;
 uniform vec2 fogRange; // view depth where fog starts, and where it is full
 uniform float storey;
 
-out vec3 vColor;
+flat out vec3 vColor;
 out float vFog;
 out float vStorey;
 flat out float vLined;
@@ -45,7 +46,7 @@ void main()
 )";
 
 inline constexpr char boxFragment[] = R"(#version 330 core
-in vec3 vColor;
+flat in vec3 vColor;
 in float vFog;
 in float vStorey;
 flat in float vLined;

@@ -60,6 +60,17 @@ int count(const QImage& image, const QColor& color, int tolerance)
     return n;
 }
 
+// The mean difference of the channels of two images of one size, from 0 to 255.
+double meanDifference(const QImage& a, const QImage& b)
+{
+    double sum = 0;
+    for (int y = 0; y < a.height(); ++y) {
+        for (int x = 0; x < a.width(); ++x)
+            sum += distance(a.pixel(x, y), b.pixel(x, y));
+    }
+    return sum / (3.0 * a.width() * a.height());
+}
+
 // Pixels clearly darker in the first image than in the second.
 int shaded(const QImage& image, const QImage& sunny)
 {
@@ -207,6 +218,32 @@ TEST(Render, TheSelectionShowsInTheAccentColourWithItsName)
         EXPECT_GT(count(labelled, accent, 24), after); // the leader and the tag's bar
         EXPECT_GT(count(labelled, scene.theme().ink, 60), 15); // the name
     }
+}
+
+TEST(Render, AMovingCameraOnASoftwareRendererDrawsTheSamePictureAtHalfTheResolution)
+{
+    SceneController scene;
+    scene.build(basic(), config(VisualizationMode::city, false), true);
+    OffscreenView view;
+    ASSERT_TRUE(view.create(size, 1, 0)) << view.error().toStdString();
+    scene.camera().setAspect(1.5f);
+    scene.camera().settle();
+    view.draw(scene);
+    const QImage settled = view.image(scene, false);
+    // A goal a hair away: the camera is moving, the picture all but the same.
+    scene.camera().turn(1e-4f);
+    ASSERT_FALSE(scene.camera().settled());
+    view.draw(scene);
+    const QImage moving = view.image(scene, false);
+    ASSERT_EQ(moving.size(), settled.size());
+    const double difference = meanDifference(moving, settled);
+    EXPECT_LT(difference, 4) << "the moving frame is another picture";
+    if (view.renderer().softwareContext()) {
+        EXPECT_GT(difference, 0.05) << "the moving frame was drawn in full";
+    }
+    view.renderer().setAdaptiveResolution(false);
+    view.draw(scene);
+    EXPECT_LT(meanDifference(view.image(scene, false), settled), 0.05);
 }
 
 TEST(Render, APerspectiveHighDensityImageOfTheSourceTree)

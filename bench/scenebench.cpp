@@ -1,0 +1,187 @@
+// Times the scene: building it from a scanned folder (against the layout alone, which it runs), and
+// drawing it offscreen while the camera orbits (against a frame with nothing in it, the cost of
+// clearing and finishing a frame on the same driver). Needs a display; bench/scene.sh runs it under
+// xvfb-run.
+#include "citylayout.h"
+#include "offscreenview.h"
+#include "renderer.h"
+#include "scanner.h"
+#include "scenecontroller.h"
+
+#include <QElapsedTimer>
+#include <QGuiApplication>
+
+#include <algorithm>
+#include <cmath>
+#include <cstdio>
+#include <ctime>
+#include <numbers>
+
+namespace {
+
+struct Timing {
+    double median;
+    double p90;
+    double cpu; // median processor time over all threads, less disturbed by a busy machine
+};
+
+double cpuMilliseconds()
+{
+    timespec now {};
+    clock_gettime(CLOCK_PROCESS_CPUTIME_ID, &now);
+    return double(now.tv_sec) * 1e3 + double(now.tv_nsec) / 1e6;
+}
+
+template <typename Run> Timing milliseconds(int runs, const Run& run)
+{
+    std::vector<double> times, cpu;
+    for (int i = 0; i < runs; ++i) {
+        QElapsedTimer timer;
+        const double cpuStart = cpuMilliseconds();
+        timer.start();
+        run(i);
+        times.push_back(double(timer.nsecsElapsed()) / 1e6);
+        cpu.push_back(cpuMilliseconds() - cpuStart);
+    }
+    std::sort(times.begin(), times.end());
+    std::sort(cpu.begin(), cpu.end());
+    return { times[times.size() / 2], times[std::min(times.size() - 1, times.size() * 9 / 10)],
+        cpu[cpu.size() / 2] };
+}
+
+void usage()
+{
+    std::fputs(
+        "usage: scene_bench FOLDER [--size WxH] [--frames N] [--samples N] [--image FILE.png]\n", stderr);
+}
+
+} // namespace
+
+int main(int argc, char* argv[])
+{
+    QGuiApplication app(argc, argv);
+    const QStringList args = app.arguments();
+    if (args.size() < 2) {
+        usage();
+        return 2;
+    }
+    QSize size(1280, 800);
+    int frames = 240, samples = -1;
+    QString image;
+    for (qsizetype i = 2; i + 1 < args.size(); i += 2) {
+        if (args[i] == u"--size") {
+            const QStringList wh = args[i + 1].split(u'x');
+            size = QSize(wh.value(0).toInt(), wh.value(1).toInt());
+        } else if (args[i] == u"--frames") {
+            frames = std::max(args[i + 1].toInt(), 1);
+        } else if (args[i] == u"--samples") {
+            samples = args[i + 1].toInt();
+        } else if (args[i] == u"--image") {
+            image = args[i + 1];
+        } else {
+            usage();
+            return 2;
+        }
+    }
+
+    auto scanned = Scanner(args[1], std::make_shared<CancelFlag>()).scan();
+    if (!std::holds_alternative<ScanResult>(scanned)) {
+        std::fprintf(stderr, "%s\n", qPrintable(std::get<ScanError>(scanned).description()));
+        return 1;
+    }
+    const FileNode& root = *std::get<ScanResult>(scanned).root;
+
+    SceneController scene;
+    SceneConfig config;
+    const Timing layout = milliseconds(21, [&](int) { CityLayout::build(root, config.height); });
+    const Timing build = milliseconds(21, [&](int) { scene.build(root, config, true); });
+    qint64 buildings = 0;
+    for (const EntityNode& entity : scene.entities())
+        buildings += entity.kind() == PlacementKind::building;
+    std::printf("Tree: %lld files; the city: %zu entities, %lld buildings (%lld folders drawn whole), "
+                "%zu boxes, %zu planes\n\n",
+        static_cast<long long>(root.fileCount), scene.entities().size(), static_cast<long long>(buildings),
+        static_cast<long long>(scene.layout().aggregated), scene.boxInstances().size(),
+        scene.planeInstances().size());
+    std::puts("| step | median (ms) | 90th percentile (ms) | processor time, median (ms) |");
+    std::puts("|---|---|---|---|");
+    const auto row = [](const char* what, const Timing& t) {
+        std::printf("| %s | %.2f | %.2f | %.2f |\n", what, t.median, t.p90, t.cpu);
+    };
+    row("city layout alone", layout);
+    row("SceneController.build", build);
+
+    // The window's own setting first (no multisampling on a software renderer), then four samples a
+    // pixel as on a GPU and in snapshots, when that is not the same.
+    std::vector<int> settings { samples >= 0 ? samples : Renderer::interactiveSamples() };
+    if (samples < 0 && settings.front() != 4)
+        settings.push_back(4);
+    QString driver;
+    for (const int perPixel : settings) {
+        OffscreenView view;
+        if (!view.create(size, 1, perPixel)) {
+            std::fprintf(stderr, "%s\n", qPrintable(view.error()));
+            return 1;
+        }
+        driver = view.driver();
+        const QString label = QStringLiteral(", %1×%2, %3")
+                                  .arg(size.width())
+                                  .arg(size.height())
+                                  .arg(perPixel > 0 ? QStringLiteral("%1 samples a pixel").arg(perPixel)
+                                                    : QStringLiteral("no multisampling"));
+        SceneController nothing;
+        const Timing floor = milliseconds(frames, [&](int) {
+            view.draw(nothing);
+            view.finish();
+        });
+        scene.build(root, config, true);
+        scene.camera().setAspect(float(size.width()) / float(size.height()));
+        scene.camera().settle();
+        QElapsedTimer first;
+        first.start();
+        view.draw(scene);
+        view.finish();
+        const double firstFrame = double(first.nsecsElapsed()) / 1e6;
+        // A full turn around the city, one frame at a time, as the turn keys glide: as the window
+        // draws it, then with every frame drawn in full.
+        const float turn = 2 * float(std::numbers::pi) / float(frames);
+        const auto orbit = [&] {
+            return milliseconds(frames, [&](int) {
+                scene.camera().turn(turn);
+                scene.camera().step(1.0f / 60);
+                view.draw(scene);
+                view.finish();
+            });
+        };
+        const Timing orbiting = orbit();
+        view.renderer().setAdaptiveResolution(false);
+        const Timing orbitingInFull = orbit();
+        view.renderer().setAdaptiveResolution(true);
+        // A new selection every frame with the camera at rest: the instance buffers are uploaded
+        // again each time.
+        scene.camera().settle();
+        const auto& entities = scene.entities();
+        const Timing changing = milliseconds(std::min(frames, 60), [&](int i) {
+            scene.setSelection(entities[size_t(i * 37) % entities.size()].file);
+            view.draw(scene);
+            view.finish();
+        });
+        row(qPrintable(u"empty frame: clear and finish" + label), floor);
+        std::printf("| first frame: upload, shadows, draw%s | %.2f | | |\n", qPrintable(label), firstFrame);
+        row(qPrintable(u"frame while orbiting" + label), orbiting);
+        if (view.renderer().softwareContext() && perPixel == 0)
+            row(qPrintable(u"frame while orbiting, every frame in full" + label), orbitingInFull);
+        row(qPrintable(u"frame after a new selection, camera at rest" + label), changing);
+    }
+    std::printf("\nDriver: %s\n", qPrintable(driver));
+    if (!image.isEmpty()) {
+        // The home view of the city, as a snapshot draws it.
+        scene.build(root, config, true);
+        QString error;
+        if (!renderImage(scene, size, 1, &error).save(image)) {
+            std::fprintf(stderr, "%s\n", qPrintable(error.isEmpty() ? u"Cannot write " + image : error));
+            return 1;
+        }
+    }
+    return 0;
+}
