@@ -14,53 +14,14 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-struct Outcome {
-    int exitCode = -1;
-    QByteArray out;
-    QByteArray err;
-};
-
 Outcome korvane(const QStringList& arguments)
 {
-    QProcess process;
-    // Headless, as on CI: without a command korvane would open its window on a display.
-    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-    for (const QString& name : { u"DISPLAY"_s, u"WAYLAND_DISPLAY"_s, u"QT_QPA_PLATFORM"_s })
-        environment.remove(name);
-    process.setProcessEnvironment(environment);
-    process.start(QStringLiteral(KORVANE_BINARY), arguments);
-    process.waitForFinished(-1);
-    return { process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -1,
-        process.readAllStandardOutput(), process.readAllStandardError() };
+    return runHeadless(QStringLiteral(KORVANE_BINARY), arguments);
 }
 
 QString dataPath(const QString& name)
 {
     return QStringLiteral(KORVANE_TEST_DATA "/") + name;
-}
-
-// Compares with tests/data/<expected>; on a mismatch writes <expected>.actual beside it and shows
-// the difference. KORVANE_UPDATE_GOLDEN=1 rewrites the expected file instead.
-void expectGolden(const QByteArray& actual, const QString& expected)
-{
-    const QString path = dataPath(expected);
-    QFile::remove(path + u".actual"_s);
-    if (qEnvironmentVariableIsSet("KORVANE_UPDATE_GOLDEN")) {
-        QFile out(path);
-        ASSERT_TRUE(out.open(QIODevice::WriteOnly));
-        out.write(actual);
-        return;
-    }
-    if (actual == readFile(path))
-        return;
-    QFile out(path + u".actual"_s);
-    if (out.open(QIODevice::WriteOnly))
-        out.write(actual);
-    QProcess diff;
-    diff.start(u"diff"_s, { u"-u"_s, path, path + u".actual"_s });
-    diff.waitForFinished(-1);
-    ADD_FAILURE() << "output differs from " << expected.toStdString() << "\n"
-                  << diff.readAllStandardOutput().toStdString();
 }
 
 struct GoldenCase {
@@ -112,7 +73,7 @@ TEST_P(FolderGolden, PrintsWhatTheExpectedFileHolds)
     EXPECT_EQ(run.exitCode, 0);
     EXPECT_EQ(run.err, QByteArray()) << "no progress bar when standard error is not a terminal";
     expectGolden(QByteArray(run.out).replace(QFile::encodeName(folder), "FOLDER"),
-        QString::fromLatin1(GetParam().expected));
+        dataPath(QString::fromLatin1(GetParam().expected)));
 }
 
 INSTANTIATE_TEST_SUITE_P(Cases, FolderGolden,
@@ -137,7 +98,7 @@ TEST_P(SexprGolden, PrintsWhatTheExpectedFileHolds)
     const Outcome run = korvane(arguments);
     EXPECT_EQ(run.exitCode, 0);
     EXPECT_EQ(run.err, QByteArray());
-    expectGolden(run.out, QString::fromLatin1(GetParam().expected));
+    expectGolden(run.out, dataPath(QString::fromLatin1(GetParam().expected)));
 }
 
 // The board file ends in the middle of a zone: what is there is shown, closed where the text ends.
@@ -277,11 +238,11 @@ TEST(OutlineCommand, AFilterKeepsThePartsWhoseNamesMatchLoosely)
 {
     const Outcome run = korvane({ u"outline"_s, dataPath(u"structure/menu.js"_s), u"--filter"_s, u"tgl"_s });
     EXPECT_EQ(run.exitCode, 0);
-    expectGolden(run.out, u"outline-filter.expected"_s);
+    expectGolden(run.out, dataPath(u"outline-filter.expected"_s));
     const Outcome tiles
         = korvane({ u"outline"_s, dataPath(u"structure/menu.js"_s), u"--tiles"_s, u"640x400"_s });
     EXPECT_EQ(tiles.exitCode, 0);
-    expectGolden(tiles.out, u"outline-tiles.expected"_s);
+    expectGolden(tiles.out, dataPath(u"outline-tiles.expected"_s));
     const Outcome blank = korvane({ u"outline"_s, dataPath(u"structure/menu.js"_s), u"--filter"_s, u" "_s });
     EXPECT_EQ(blank.out, korvane({ u"outline"_s, dataPath(u"structure/menu.js"_s) }).out)
         << "a blank query filters nothing";
@@ -292,9 +253,9 @@ TEST(FlowCommand, PrintsTheLayersAndCallsOfAFile)
     const QString menu = dataPath(u"structure/menu.js"_s);
     const Outcome whole = korvane({ u"flow"_s, menu });
     EXPECT_EQ(whole.exitCode, 0);
-    expectGolden(whole.out, u"flow-menu.expected"_s);
+    expectGolden(whole.out, dataPath(u"flow-menu.expected"_s));
     const Outcome centred
         = korvane({ u"flow"_s, menu, u"--focus"_s, u"toggle"_s, u"--reach"_s, u"1"_s, u"--json"_s });
     EXPECT_EQ(centred.exitCode, 0);
-    expectGolden(centred.out, u"flow-menu-toggle-json.expected"_s);
+    expectGolden(centred.out, dataPath(u"flow-menu-toggle-json.expected"_s));
 }

@@ -12,48 +12,14 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-struct Outcome {
-    int exitCode = -1;
-    QByteArray out;
-    QByteArray err;
-};
-
 Outcome korvane(const QStringList& arguments)
 {
-    QProcess process;
-    process.start(QStringLiteral(KORVANE_BINARY), arguments);
-    process.waitForFinished(-1);
-    return { process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -1,
-        process.readAllStandardOutput(), process.readAllStandardError() };
+    return runHeadless(QStringLiteral(KORVANE_BINARY), arguments);
 }
 
 QString dataPath(const QString& name)
 {
     return QStringLiteral(KORVANE_TEST_DATA "/structure/") + name;
-}
-
-// Compares with tests/data/structure/<expected>; on a mismatch writes <expected>.actual beside it
-// and shows the difference. KORVANE_UPDATE_GOLDEN=1 rewrites the expected file instead.
-void expectGolden(const QByteArray& actual, const QString& expected)
-{
-    const QString path = dataPath(expected);
-    QFile::remove(path + u".actual"_s);
-    if (qEnvironmentVariableIsSet("KORVANE_UPDATE_GOLDEN")) {
-        QFile out(path);
-        ASSERT_TRUE(out.open(QIODevice::WriteOnly));
-        out.write(actual);
-        return;
-    }
-    if (actual == readFile(path))
-        return;
-    QFile out(path + u".actual"_s);
-    if (out.open(QIODevice::WriteOnly))
-        out.write(actual);
-    QProcess diff;
-    diff.start(u"diff"_s, { u"-u"_s, path, path + u".actual"_s });
-    diff.waitForFinished(-1);
-    ADD_FAILURE() << "output differs from " << expected.toStdString() << "\n"
-                  << diff.readAllStandardOutput().toStdString();
 }
 
 struct GoldenCase {
@@ -79,7 +45,7 @@ TEST_P(OutlineGolden, PrintsWhatTheExpectedFileHolds)
     const Outcome run = korvane(arguments);
     EXPECT_EQ(run.exitCode, 0);
     EXPECT_EQ(run.err, QByteArray());
-    expectGolden(run.out, file + (GetParam().json ? u".json.expected"_s : u".expected"_s));
+    expectGolden(run.out, dataPath(file + (GetParam().json ? u".json.expected"_s : u".expected"_s)));
 }
 
 INSTANTIATE_TEST_SUITE_P(Files, OutlineGolden,

@@ -119,3 +119,41 @@ QString touching(const QString& marker)
 {
     return u"sh -c 'touch \"" + marker + u"\"; cat'";
 }
+
+Outcome runHeadless(
+    const QString& program, const QStringList& arguments, const QHash<QString, QString>& variables)
+{
+    QProcess process;
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    for (const char* name : { "DISPLAY", "WAYLAND_DISPLAY", "QT_QPA_PLATFORM" })
+        environment.remove(QString::fromLatin1(name));
+    for (auto it = variables.cbegin(); it != variables.cend(); ++it)
+        environment.insert(it.key(), it.value());
+    process.setProcessEnvironment(environment);
+    process.start(program, arguments);
+    process.waitForFinished(-1);
+    return { process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -1,
+        process.readAllStandardOutput(), process.readAllStandardError() };
+}
+
+void expectGolden(const QByteArray& actual, const QString& path)
+{
+    const QString actualPath = path + QStringLiteral(".actual");
+    QFile::remove(actualPath);
+    if (qEnvironmentVariableIsSet("KORVANE_UPDATE_GOLDEN")) {
+        QFile out(path);
+        ASSERT_TRUE(out.open(QIODevice::WriteOnly));
+        out.write(actual);
+        return;
+    }
+    if (actual == readFile(path))
+        return;
+    QFile out(actualPath);
+    if (out.open(QIODevice::WriteOnly))
+        out.write(actual);
+    QProcess diff;
+    diff.start(QStringLiteral("diff"), { QStringLiteral("-u"), path, actualPath });
+    diff.waitForFinished(-1);
+    ADD_FAILURE() << "output differs from " << path.toStdString() << "\n"
+                  << diff.readAllStandardOutput().toStdString();
+}

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QByteArray>
+#include <QHash>
 #include <QString>
 #include <QStringList>
 #include <QTemporaryDir>
@@ -36,6 +37,21 @@ public:
 };
 
 QByteArray readFile(const QString& path);
+
+// What a program gave when it ran to its end: the exit code (-1 when it crashed), and its output.
+struct Outcome {
+    int exitCode = -1;
+    QByteArray out;
+    QByteArray err;
+};
+
+// Runs a program to its end without a display, as on CI, with the given variables set.
+Outcome runHeadless(
+    const QString& program, const QStringList& arguments, const QHash<QString, QString>& variables = {});
+
+// Compares output with the expected file; on a mismatch writes <path>.actual beside it and shows the
+// difference. KORVANE_UPDATE_GOLDEN=1 rewrites the expected file instead.
+void expectGolden(const QByteArray& actual, const QString& path);
 
 // A command line that creates the marker file and passes its input through, as a filter must: the
 // program a hostile repository's configuration names.

@@ -16,37 +16,21 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-struct Outcome {
-    int status = -1;
-    QByteArray out;
-    QByteArray err;
-};
-
 // Runs korvane under xvfb-run (a display of its own), with settings kept in a folder of the test's.
 Outcome korvane(
     const QStringList& arguments, const QHash<QString, QString>& variables = {}, bool display = true)
 {
     static TempFolder home;
-    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-    environment.insert(u"XDG_CONFIG_HOME"_s, home.path(u"config"_s));
-    environment.insert(u"XDG_CACHE_HOME"_s, home.path(u"cache"_s));
-    environment.remove(u"DISPLAY"_s);
-    environment.remove(u"WAYLAND_DISPLAY"_s);
-    environment.remove(u"QT_QPA_PLATFORM"_s);
+    QHash<QString, QString> all = variables;
+    all.insert(u"XDG_CONFIG_HOME"_s, home.path(u"config"_s));
+    all.insert(u"XDG_CACHE_HOME"_s, home.path(u"cache"_s));
     // Leaks inside the GL driver are not ours; the unit tests check the program's own.
-    environment.insert(u"ASAN_OPTIONS"_s, u"detect_leaks=0"_s);
-    for (auto it = variables.cbegin(); it != variables.cend(); ++it)
-        environment.insert(it.key(), it.value());
-    QProcess process;
-    process.setProcessEnvironment(environment);
-    if (display)
-        process.start(u"xvfb-run"_s,
-            QStringList { u"-a"_s, u"-s"_s, u"-screen 0 1600x1000x24"_s, QStringLiteral(KORVANE_BINARY) }
-                + arguments);
-    else
-        process.start(QStringLiteral(KORVANE_BINARY), arguments);
-    process.waitForFinished(120000);
-    return { process.exitCode(), process.readAllStandardOutput(), process.readAllStandardError() };
+    all.insert(u"ASAN_OPTIONS"_s, u"detect_leaks=0"_s);
+    const QString program = QStringLiteral(KORVANE_BINARY);
+    if (!display)
+        return runHeadless(program, arguments, all);
+    return runHeadless(u"xvfb-run"_s,
+        QStringList { u"-a"_s, u"-s"_s, u"-screen 0 1600x1000x24"_s, program } + arguments, all);
 }
 
 QJsonObject parse(const QByteArray& json)
@@ -108,7 +92,7 @@ TEST(Window, SnapshotDrawsTheCityAndShowsTheSelectionInTheAccentColour)
     const QString image = out.path(u"city.png"_s);
     const Outcome run = korvane({ u"snapshot"_s, project.path(), u"--out"_s, image, u"--size"_s,
         u"1200x800"_s, u"--keys"_s, u"Right"_s, u"--print-state"_s });
-    ASSERT_EQ(run.status, 0) << run.err.toStdString();
+    ASSERT_EQ(run.exitCode, 0) << run.err.toStdString();
     const QJsonObject state = parse(run.out);
     EXPECT_EQ(state[u"mode"_s].toString(), u"city"_s);
     EXPECT_FALSE(state[u"selection"_s].isNull());
@@ -144,7 +128,7 @@ TEST_P(Script, KeysPlayedInTheWindowLeaveTheirState)
     const Outcome run = korvane({ project.path() },
         { { u"KORVANE_KEYS"_s, QString::fromUtf8(c.keys) }, { u"KORVANE_SNAPSHOT"_s, out.path(u"w.png"_s) },
             { u"KORVANE_STATE"_s, out.path(u"state.json"_s) }, { u"KORVANE_SIZE"_s, u"1100x700"_s } });
-    ASSERT_EQ(run.status, 0) << run.err.toStdString();
+    ASSERT_EQ(run.exitCode, 0) << run.err.toStdString();
     const QJsonObject state = parse(readFile(out.path(u"state.json"_s)));
     for (auto it = c.expected.cbegin(); it != c.expected.cend(); ++it)
         EXPECT_EQ(state[it.key()], it.value()) << it.key().toStdString();
@@ -171,7 +155,7 @@ TEST(Window, LightThemeAfterTPaintsTheLightBackground)
     TempFolder out;
     const Outcome run = korvane({ u"snapshot"_s, project.path(), u"--out"_s, out.path(u"light.png"_s),
         u"--keys"_s, u"t"_s, u"--print-state"_s });
-    ASSERT_EQ(run.status, 0) << run.err.toStdString();
+    ASSERT_EQ(run.exitCode, 0) << run.err.toStdString();
     EXPECT_FALSE(parse(run.out)[u"dark"_s].toBool());
     const QImage picture(out.path(u"light.png"_s));
     ASSERT_FALSE(picture.isNull());
@@ -184,7 +168,7 @@ TEST(Window, AFolderThatIsNotThereIsShownInPlace)
     const Outcome run = korvane({},
         { { u"KORVANE_OPEN"_s, u"/no/such/folder"_s }, { u"KORVANE_SNAPSHOT"_s, out.path(u"error.png"_s) },
             { u"KORVANE_STATE"_s, out.path(u"state.json"_s) } });
-    ASSERT_EQ(run.status, 0) << run.err.toStdString();
+    ASSERT_EQ(run.exitCode, 0) << run.err.toStdString();
     const QJsonObject state = parse(readFile(out.path(u"state.json"_s)));
     EXPECT_EQ(state[u"errorMessage"_s].toString(), u"/no/such/folder is not a folder."_s);
     EXPECT_TRUE(state[u"root"_s].isNull());
@@ -210,7 +194,7 @@ TEST_P(Refused, WithOneClearLine)
 {
     const Refusal& c = GetParam();
     const Outcome run = korvane(c.arguments, {}, c.display);
-    EXPECT_EQ(run.status, c.status);
+    EXPECT_EQ(run.exitCode, c.status);
     EXPECT_TRUE(run.err.contains(c.message)) << run.err.toStdString();
     EXPECT_TRUE(run.out.isEmpty());
 }
