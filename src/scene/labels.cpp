@@ -31,10 +31,35 @@ QString detail(const FileNode& node, HeightMode height)
     return {};
 }
 
+void paintNote(QPainter& painter, const SceneController& scene, QSize view, const QString& note)
+{
+    painter.save();
+    QFont font = painter.font();
+    font.setPixelSize(14);
+    painter.setFont(font);
+    painter.setPen(scene.theme().ink3);
+    // Below the bare ground, which the camera frames in the middle.
+    const QRectF below(12, view.height() * 0.7, view.width() - 24, view.height() * 0.3);
+    painter.drawText(below, Qt::AlignHCenter | Qt::AlignTop | Qt::TextWordWrap, note);
+    painter.restore();
+}
+
 } // namespace
+
+QString emptySceneNote(const SceneController& scene)
+{
+    const auto& entities = scene.entities();
+    const bool standing = std::any_of(entities.begin(), entities.end(),
+        [](const EntityNode& entity) { return entity.kind() == PlacementKind::building; });
+    if (scene.generation() == 0 || standing)
+        return {};
+    return QStringLiteral("This folder holds no files to draw.");
+}
 
 void paintLabels(QPainter& painter, const SceneController& scene, QSize view)
 {
+    if (const QString note = emptySceneNote(scene); !note.isEmpty() && !view.isEmpty())
+        paintNote(painter, scene, view, note);
     const FileNode* selected = scene.selection();
     if (!selected || view.isEmpty())
         return;

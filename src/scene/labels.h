@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QSize>
+#include <QString>
 
 class QPainter;
 class SceneController;
@@ -9,3 +10,7 @@ class SceneController;
 // name, a line of detail in the height mode's measure, and a leader down to the building. Shared by
 // the window and offscreen images.
 void paintLabels(QPainter& painter, const SceneController& scene, QSize view);
+
+// What the scene says below its ground when nothing stands on it (a folder without a single file), or
+// an empty string. paintLabels draws it.
+QString emptySceneNote(const SceneController& scene);

@@ -1,4 +1,5 @@
 #include "scenecontroller.h"
+#include "labels.h"
 #include "offscreenview.h"
 #include "renderer.h"
 #include "scanner.h"
@@ -341,6 +342,23 @@ TEST(SceneController, CityOnlyKeepsTheListedNodesAndHistoryIgnoresTheList)
     scene.build(*root, config(VisualizationMode::graph), true, {}, &only);
     EXPECT_FALSE(scene.entityFor(root->find(u"docs/guide.md")));
     EXPECT_TRUE(scene.entityFor(root->find(u"src/main.c")));
+}
+
+TEST(SceneController, OnlyAFolderWithoutFilesSaysSoInTheMiddleOfTheView)
+{
+    SceneController scene;
+    EXPECT_EQ(emptySceneNote(scene), QString()) << "nothing built yet";
+    const TempFolder folder;
+    folder.makeFolder(u"only/folders"_s);
+    const auto empty = scanned(folder.path());
+    ASSERT_TRUE(empty);
+    for (const VisualizationMode mode : { VisualizationMode::city, VisualizationMode::tree }) {
+        scene.build(*empty, config(mode), true);
+        EXPECT_EQ(emptySceneNote(scene), u"This folder holds no files to draw."_s);
+    }
+    folder.write(u"only/folders/one.txt"_s, "a\n");
+    scene.build(*scanned(folder.path()), config(), true);
+    EXPECT_EQ(emptySceneNote(scene), QString());
 }
 
 TEST(SceneController, WithoutAGraphicsContextTheRendererSaysWhy)
