@@ -7,6 +7,8 @@
 
 #include <QCoreApplication>
 #include <QFile>
+#include <QFileInfo>
+#include <QImageWriter>
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QKeySequence>
@@ -182,7 +184,10 @@ int StartupRunner::finish()
         m_window.sceneView().grabFramebuffer();
         const QPixmap image = m_window.grab();
         const qint64 frameMs = frame.elapsed();
-        if (image.isNull() || !image.save(*m_script.snapshot, "PNG")) {
+        // The name's suffix picks any format Qt writes (png, jpg, bmp …); any other name gets a PNG.
+        const QByteArray suffix = QFileInfo(*m_script.snapshot).suffix().toLower().toLatin1();
+        const char* format = QImageWriter::supportedImageFormats().contains(suffix) ? nullptr : "PNG";
+        if (image.isNull() || !image.save(*m_script.snapshot, format)) {
             std::fprintf(stderr, "Could not write the image %s.\n", qPrintable(*m_script.snapshot));
             status = 1;
         }

@@ -162,6 +162,24 @@ TEST(Window, LightThemeAfterTPaintsTheLightBackground)
     EXPECT_GT(countNear(picture, lightPaper, 3), picture.width() * picture.height() / 4 / 10);
 }
 
+TEST(Window, TheSnapshotsFormatFollowsItsSuffixAndIsPngOtherwise)
+{
+    Project project;
+    TempFolder out;
+    const struct {
+        const char* name;
+        QByteArray magic;
+    } rows[]
+        = { { "city.jpg", "\xFF\xD8\xFF" }, { "city.JPEG", "\xFF\xD8\xFF" }, { "city.shot", "\x89PNG" } };
+    for (const auto& row : rows) {
+        const QString file = out.path(QString::fromLatin1(row.name));
+        const Outcome run
+            = korvane({ u"snapshot"_s, project.path(), u"--out"_s, file, u"--size"_s, u"320x200"_s });
+        ASSERT_EQ(run.exitCode, 0) << run.err.toStdString();
+        EXPECT_TRUE(readFile(file).startsWith(row.magic)) << row.name;
+    }
+}
+
 TEST(Window, AFolderThatIsNotThereIsShownInPlace)
 {
     TempFolder out;
