@@ -119,7 +119,8 @@ LineCount Scanner::countLines(const QByteArray& path, qint64 size)
 {
     if (size <= 0)
         return {};
-    const int fd = open(path.constData(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW);
+    // Non-blocking, in case a pipe took the place of the file since it was looked at.
+    const int fd = open(path.constData(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK);
     if (fd < 0)
         return {};
     constexpr qint64 chunk = qint64(64) * 1024;

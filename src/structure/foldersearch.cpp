@@ -30,7 +30,9 @@ QByteArray& readBuffer()
 // the size limit.
 std::optional<QByteArrayView> readWhole(const QString& path)
 {
-    const int fd = ::open(QFile::encodeName(path).constData(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW);
+    // Never blocks: a pipe among the files opens at once and is then turned away as no regular file.
+    const int fd
+        = ::open(QFile::encodeName(path).constData(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK);
     if (fd < 0)
         return std::nullopt;
     struct stat info;
