@@ -8,10 +8,7 @@ namespace {
 
 using Kind = Token::Kind;
 
-bool among(QByteArrayView word, std::initializer_list<std::string_view> words)
-{
-    return std::find(words.begin(), words.end(), SourceText::view(word)) != words.end();
-}
+using SourceText::among;
 
 } // namespace
 
@@ -81,14 +78,7 @@ void Parser::fill(qsizetype open, qsizetype close, NativeSymbol& function) const
         const qsizetype argumentsClose = closing(i + 1, close);
         QByteArrayList names;
         for (qsizetype k = i + 2; k < argumentsClose;) {
-            qsizetype end = k;
-            while (end < argumentsClose && !isPunct(end, ",")) {
-                if (isPunct(end, "(") || isPunct(end, "[") || isPunct(end, "{"))
-                    end = closing(end, argumentsClose);
-                ++end;
-            }
-            end = std::min(end, argumentsClose); // a bracket left open ends with the list
-
+            const qsizetype end = argumentEnd(k, argumentsClose);
             if (const std::optional<QByteArrayView> name = passedName(k, end)) {
                 names.append(name->toByteArray());
                 passed.add(*name);

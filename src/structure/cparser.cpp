@@ -9,10 +9,7 @@ namespace {
 using Kind = Token::Kind;
 using SKind = ScriptSymbol::Kind;
 
-bool among(QByteArrayView word, std::initializer_list<std::string_view> words)
-{
-    return std::find(words.begin(), words.end(), SourceText::view(word)) != words.end();
-}
+using SourceText::among;
 
 bool isHandlerMacro(QByteArrayView word)
 {
@@ -42,69 +39,14 @@ bool isControl(QByteArrayView word)
 }
 
 Parser::Parser(QByteArrayView source, const std::vector<Token>& tokens, bool cpp)
-    : m_source(source)
-    , m_tokens(tokens)
+    : TokenScan(source, tokens)
     , m_cpp(cpp)
 {
-    m_match = SourceText::matchBrackets(qsizetype(tokens.size()), [&](qsizetype i) {
-        const Token& token = tokens[size_t(i)];
-        return token.kind == Kind::punct && token.end - token.start == 1 ? source[token.start] : '\0';
-    });
 }
 
 void Parser::run()
 {
     block(0, qsizetype(m_tokens.size()), std::nullopt, false, 0);
-}
-
-bool Parser::isWord(qsizetype i) const
-{
-    return i >= 0 && i < qsizetype(m_tokens.size()) && m_tokens[size_t(i)].kind == Kind::word;
-}
-
-bool Parser::isWord(qsizetype i, QByteArrayView word) const
-{
-    return isWord(i) && text(i) == word;
-}
-
-bool Parser::isPunct(qsizetype i, QByteArrayView punct) const
-{
-    return i >= 0 && i < qsizetype(m_tokens.size()) && m_tokens[size_t(i)].kind == Kind::punct
-        && text(i) == punct;
-}
-
-QByteArray Parser::text(qsizetype from, qsizetype through) const
-{
-    if (from < 0 || through < from || through >= qsizetype(m_tokens.size()))
-        return {};
-    const qsizetype start = m_tokens[size_t(from)].start;
-    return m_source.sliced(start, m_tokens[size_t(through)].end - start).toByteArray();
-}
-
-qsizetype Parser::closing(qsizetype open, qsizetype limit) const
-{
-    const qsizetype close = m_match[size_t(open)];
-    return close < 0 || close > limit ? limit : close;
-}
-
-// Past the ">" that closes the "<" at `open`, or at the first sign it was a comparison after all.
-qsizetype Parser::skipAngles(qsizetype open, qsizetype limit) const
-{
-    qsizetype depth = 0;
-    // Parameter lists are short: a "<" with no ">" within this many tokens was a comparison.
-    for (qsizetype i = open; i < limit && i < open + 128; ++i) {
-        if (isPunct(i, "<")) {
-            ++depth;
-        } else if (isPunct(i, ">")) {
-            if (--depth <= 0)
-                return i + 1;
-        } else if (isPunct(i, "(") || isPunct(i, "[")) {
-            i = closing(i, limit);
-        } else if (isPunct(i, ";") || isPunct(i, "{") || isPunct(i, "}")) {
-            return i;
-        }
-    }
-    return std::min(limit, open + 1);
 }
 
 qsizetype Parser::endOfStatement(qsizetype at, qsizetype limit) const
@@ -116,25 +58,6 @@ qsizetype Parser::endOfStatement(qsizetype at, qsizetype limit) const
         ++i;
     }
     return std::min(i, limit);
-}
-
-void Parser::span(ScriptSymbol& symbol, qsizetype from, qsizetype through) const
-{
-    const qsizetype last = std::clamp<qsizetype>(through, from, qsizetype(m_tokens.size()) - 1);
-    symbol.line = m_tokens[size_t(from)].line;
-    symbol.endLine = m_tokens[size_t(last)].line;
-    symbol.start = m_tokens[size_t(from)].start;
-    symbol.end = m_tokens[size_t(last)].end;
-    if (m_tokens[size_t(last)].kind == Kind::directive)
-        symbol.endLine += text(last).count('\n');
-}
-
-qsizetype Parser::add(NativeSymbol symbol, Owner owner)
-{
-    const qsizetype id = tree.add(std::move(symbol), owner);
-    if (tree.size() >= symbolLimit)
-        full = true;
-    return id;
 }
 
 void Parser::block(qsizetype from, qsizetype to, Owner owner, bool inRecord, int depth)

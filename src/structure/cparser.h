@@ -2,28 +2,20 @@
 
 // The declaration scan behind CReader; not for use elsewhere.
 
-#include "creader.h"
-#include "nativetree.h"
-
-#include <optional>
+#include "tokenscan.h"
 
 namespace CReader {
 
 // Words followed by "(" that are no call and name no function.
 bool isControl(QByteArrayView word);
 
-class Parser {
+class Parser : public TokenScan {
 public:
     Parser(QByteArrayView source, const std::vector<Token>& tokens, bool cpp);
     // Reads the whole token range into the tree; then the passes after reading are the caller's.
     void run();
 
-    NativeTree tree;
-    std::vector<Include> includes;
-    bool full = false; // the symbol limit was reached
-
 private:
-    using Owner = std::optional<qsizetype>;
     struct Record {
         qsizetype id;
         qsizetype close; // the brace that ends its body
@@ -40,7 +32,6 @@ private:
         qsizetype from, qsizetype paren, qsizetype body, qsizetype close, Owner owner, bool inRecord);
     void fields(qsizetype from, qsizetype semicolon, qsizetype owner);
     void fill(qsizetype open, qsizetype close, NativeSymbol& symbol) const;
-    qsizetype add(NativeSymbol symbol, Owner owner);
 
     // The name before a parameter list ("operator==" and "~Foo" included) and, for Foo::name, Foo.
     std::pair<QByteArray, QByteArray> functionName(qsizetype paren) const;
@@ -48,19 +39,8 @@ private:
     // The name an argument hands over: a bare or qualified name, after any "&" or cast.
     std::optional<QByteArrayView> passedName(qsizetype from, qsizetype to) const;
 
-    bool isWord(qsizetype i) const;
-    bool isWord(qsizetype i, QByteArrayView word) const;
-    bool isPunct(qsizetype i, QByteArrayView text) const;
-    QByteArrayView text(qsizetype i) const { return m_tokens[size_t(i)].text(m_source); }
-    QByteArray text(qsizetype from, qsizetype through) const;
-    qsizetype closing(qsizetype open, qsizetype limit) const;
-    qsizetype skipAngles(qsizetype open, qsizetype limit) const;
     qsizetype endOfStatement(qsizetype at, qsizetype limit) const;
-    void span(ScriptSymbol& symbol, qsizetype from, qsizetype through) const;
 
-    QByteArrayView m_source;
-    const std::vector<Token>& m_tokens;
-    std::vector<qint32> m_match;
     bool m_cpp;
 };
 

@@ -42,7 +42,7 @@ private:
         return found == std::string_view::npos ? m_text.size() : qsizetype(found);
     }
     qsizetype directiveEnd(qsizetype at) const;
-    qsizetype stringEnd(qsizetype at) const;
+    qsizetype stringEnd(qsizetype at) const { return SourceText::quotedEnd(m_text, at); }
     qsizetype rawStringEnd(qsizetype quote) const;
 
     QByteArrayView m_text;
@@ -66,24 +66,6 @@ qsizetype Tokeniser::directiveEnd(qsizetype at) const
             return end;
         at = end + 1;
     }
-}
-
-qsizetype Tokeniser::stringEnd(qsizetype at) const
-{
-    const char quote = m_text[at];
-    qsizetype i = at + 1;
-    while (i < m_text.size()) {
-        const char c = m_text[i];
-        if (c == '\\')
-            i += 2;
-        else if (c == quote)
-            return i + 1;
-        else if (c == '\n')
-            return i;
-        else
-            ++i;
-    }
-    return m_text.size();
 }
 
 // R"delimiter( … )delimiter"

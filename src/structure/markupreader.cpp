@@ -35,10 +35,7 @@ namespace {
 using SourceText::isSpace;
 using SourceText::view;
 
-bool among(QByteArrayView word, std::initializer_list<std::string_view> words)
-{
-    return std::find(words.begin(), words.end(), view(word)) != words.end();
-}
+using SourceText::among;
 
 bool isVoid(QByteArrayView tag)
 {

@@ -85,10 +85,7 @@ namespace NativeHandlers {
 
 namespace {
 
-bool among(QByteArrayView word, std::initializer_list<std::string_view> words)
-{
-    return std::find(words.begin(), words.end(), SourceText::view(word)) != words.end();
-}
+using SourceText::among;
 
 void makeHandler(ScriptSymbol& symbol, const QByteArray& event)
 {

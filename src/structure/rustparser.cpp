@@ -9,48 +9,13 @@ namespace {
 using Kind = Token::Kind;
 using SKind = ScriptSymbol::Kind;
 
-bool among(QByteArrayView word, std::initializer_list<std::string_view> words)
-{
-    return std::find(words.begin(), words.end(), SourceText::view(word)) != words.end();
-}
+using SourceText::among;
 
 } // namespace
 
 Parser::Parser(QByteArrayView source, const std::vector<Token>& tokens)
-    : m_source(source)
-    , m_tokens(tokens)
+    : TokenScan(source, tokens)
 {
-    m_match = SourceText::matchBrackets(qsizetype(tokens.size()), [&](qsizetype i) {
-        const Token& token = tokens[size_t(i)];
-        return token.kind == Kind::punct && token.end - token.start == 1 ? source[token.start] : '\0';
-    });
-}
-
-qsizetype Parser::add(NativeSymbol symbol, Owner owner)
-{
-    const qsizetype id = tree.add(std::move(symbol), owner);
-    if (tree.size() >= symbolLimit)
-        full = true;
-    return id;
-}
-
-qsizetype Parser::skipAngles(qsizetype open, qsizetype limit) const
-{
-    qsizetype depth = 0;
-    // Parameter lists are short: a "<" with no ">" within this many tokens was a comparison.
-    for (qsizetype i = open; i < limit && i < open + 128; ++i) {
-        if (isPunct(i, "<")) {
-            ++depth;
-        } else if (isPunct(i, ">")) {
-            if (--depth <= 0)
-                return i + 1;
-        } else if (isPunct(i, "(") || isPunct(i, "[")) {
-            i = closing(i, limit);
-        } else if (isPunct(i, ";") || isPunct(i, "{") || isPunct(i, "}")) {
-            return i;
-        }
-    }
-    return std::min(limit, open + 1);
 }
 
 // Past the ";" or the braced body that ends an item.
@@ -490,14 +455,7 @@ void Parser::fill(qsizetype open, qsizetype close, NativeSymbol& function) const
         const qsizetype argumentsClose = closing(arguments, close);
         QByteArrayList names;
         for (qsizetype k = arguments + 1; k < argumentsClose;) {
-            qsizetype end = k;
-            while (end < argumentsClose && !isPunct(end, ",")) {
-                if (isPunct(end, "(") || isPunct(end, "[") || isPunct(end, "{"))
-                    end = closing(end, argumentsClose);
-                ++end;
-            }
-            end = std::min(end, argumentsClose); // a bracket left open ends with the list
-
+            const qsizetype end = argumentEnd(k, argumentsClose);
             if (const std::optional<QByteArrayView> name = passedName(k, end)) {
                 names.append(name->toByteArray());
                 passed.add(*name);

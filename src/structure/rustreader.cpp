@@ -7,10 +7,7 @@ namespace RustReader {
 
 namespace {
 
-bool among(QByteArrayView word, std::initializer_list<std::string_view> words)
-{
-    return std::find(words.begin(), words.end(), SourceText::view(word)) != words.end();
-}
+using SourceText::among;
 
 } // namespace
 

@@ -8,10 +8,7 @@ namespace {
 
 using SourceText::UniqueNames;
 
-bool among(QByteArrayView word, std::initializer_list<std::string_view> words)
-{
-    return std::find(words.begin(), words.end(), SourceText::view(word)) != words.end();
-}
+using SourceText::among;
 
 // A word followed by "(" that is one of these is not a call.
 bool isStatementKeyword(QByteArrayView word)

@@ -6,10 +6,7 @@ namespace {
 
 using SKind = ScriptSymbol::Kind;
 
-bool among(QByteArrayView word, std::initializer_list<std::string_view> words)
-{
-    return std::find(words.begin(), words.end(), SourceText::view(word)) != words.end();
-}
+using SourceText::among;
 
 bool isFunctionLike(SKind kind)
 {
@@ -101,26 +98,8 @@ std::optional<Parser::Parsed> Parser::function(qsizetype from, qsizetype at, qsi
     }
     if (k >= limit || !isPunct(k, '('))
         return std::nullopt;
-    const qsizetype paramsClose = closing(k, limit);
-    if (paramsClose >= limit)
-        return std::nullopt;
-    const qsizetype open = skipType(paramsClose + 1, limit, true);
-    if (open >= limit || !isPunct(open, '{'))
-        return std::nullopt;
-    const qsizetype close = closing(open, limit);
-    Found found;
-    found.kind = SKind::function;
-    found.first = qint32(from);
-    found.last = qint32(close < limit ? close : limit - 1);
-    found.bodyFrom = qint32(k);
-    found.bodyTo = found.last;
-    found.nameToken = qint32(nameAt);
-    found.detail = Found::Detail::tokens;
-    found.detailFrom = qint32(k);
-    found.detailTo = qint32(paramsClose);
-    found.children = parse(open + 1, close, depth + 1);
-    const qsizetype next = found.last + 1;
-    return Parsed { std::move(found), next };
+    // From its parameters on, a function reads as a method does.
+    return method(from, nameAt, k, limit, depth, SKind::function);
 }
 
 std::optional<Parser::Parsed> Parser::klass(qsizetype from, qsizetype at, qsizetype limit, int depth)

@@ -51,7 +51,7 @@ public:
 private:
     bool regexAllowed() const;
     void add(qsizetype start, qsizetype end, Kind kind) { m_tokens.emplace_back(start, end, kind); }
-    qsizetype quoted(qsizetype at) const;
+    qsizetype quoted(qsizetype at) const { return SourceText::quotedEnd(m_text, at); }
     qsizetype templateEnd(qsizetype at) const;
     qsizetype readRegex(qsizetype at) const;
     qsizetype find(qsizetype from, std::string_view what) const;
@@ -75,25 +75,6 @@ bool Tokenizer::regexAllowed() const
     if (previous.kind() == Kind::punct)
         return text != ")" && text != "]" && text != "}";
     return previous.kind() == Kind::word && opensRegex(text);
-}
-
-// A string runs to the same quote; a backslash escapes the next byte; a newline ends it unclosed.
-qsizetype Tokenizer::quoted(qsizetype at) const
-{
-    const char quote = m_text[at];
-    qsizetype i = at + 1;
-    while (i < m_text.size()) {
-        const char c = m_text[i];
-        if (c == '\\')
-            i += 2;
-        else if (c == quote)
-            return i + 1;
-        else if (c == '\n')
-            return i;
-        else
-            ++i;
-    }
-    return m_text.size();
 }
 
 // A template runs to the next back quote outside its ${ … } parts, whose braces are counted.

@@ -4,6 +4,8 @@
 #include <QByteArrayList>
 #include <QByteArrayView>
 
+#include <algorithm>
+#include <initializer_list>
 #include <string_view>
 #include <unordered_set>
 #include <vector>
@@ -40,6 +42,12 @@ inline std::string_view view(QByteArrayView bytes)
     return { bytes.data(), size_t(bytes.size()) };
 }
 
+// Whether a word is one of a few.
+inline bool among(QByteArrayView word, std::initializer_list<std::string_view> words)
+{
+    return std::find(words.begin(), words.end(), view(word)) != words.end();
+}
+
 // Line numbers of byte offsets: the offsets of every newline, searched by halving.
 class LineIndex {
 public:
@@ -61,6 +69,26 @@ QByteArray lowered(QByteArrayView text);
 QByteArray shortened(QByteArrayView utf8, qsizetype limit, qsizetype keep);
 // Whether a UTF-8 text holds at least `count` characters as people see them.
 bool hasAtLeastCharacters(QByteArrayView utf8, qsizetype count);
+
+// Past the quote that closes the string whose opening quote is at `at`. A backslash escapes the next
+// byte; a newline ends the string unclosed, and so does the end of the text.
+inline qsizetype quotedEnd(QByteArrayView text, qsizetype at)
+{
+    const char quote = text[at];
+    qsizetype i = at + 1;
+    while (i < text.size()) {
+        const char c = text[i];
+        if (c == '\\')
+            i += 2;
+        else if (c == quote)
+            return i + 1;
+        else if (c == '\n')
+            return i;
+        else
+            ++i;
+    }
+    return text.size();
+}
 
 // The text inside a quoted token: quotes removed, escapes kept as written.
 QByteArrayView unquoted(QByteArrayView token);

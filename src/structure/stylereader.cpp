@@ -27,10 +27,7 @@ using SourceText::isLetter;
 using SourceText::isSpace;
 using SourceText::UniqueNames;
 
-bool among(QByteArrayView word, std::initializer_list<std::string_view> words)
-{
-    return std::find(words.begin(), words.end(), SourceText::view(word)) != words.end();
-}
+using SourceText::among;
 
 bool isAnimationKeyword(QByteArrayView word)
 {
