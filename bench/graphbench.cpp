@@ -1,9 +1,9 @@
 // Times the imports graph layout: the median of repeated builds, on synthetic graphs of growing size
 // (20 files to a folder, each importing three others) and on the imports of any folders named on
 // the command line, which are scanned and read first (the read is timed as well).
-#include "dependencyreader.h"
-#include "graphlayout.h"
-#include "scanner.h"
+#include "imports/dependencyreader.h"
+#include "layout/graphlayout.h"
+#include "scan/scanner.h"
 
 #include <QElapsedTimer>
 

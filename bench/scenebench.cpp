@@ -2,11 +2,11 @@
 // drawing it offscreen while the camera orbits (against a frame with nothing in it, the cost of
 // clearing and finishing a frame on the same driver). Needs a display; bench/scene.sh runs it under
 // xvfb-run.
-#include "citylayout.h"
-#include "offscreenview.h"
-#include "renderer.h"
-#include "scanner.h"
-#include "scenecontroller.h"
+#include "layout/citylayout.h"
+#include "scene/offscreenview.h"
+#include "scene/renderer.h"
+#include "scan/scanner.h"
+#include "scene/scenecontroller.h"
 
 #include <QElapsedTimer>
 #include <QGuiApplication>

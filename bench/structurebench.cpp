@@ -1,6 +1,6 @@
 // Times WebReader::read, the whole walk into a file (reader, linking, indexing, layout), on each
 // file named: the median wall and CPU time of repeated reads, with the document's size.
-#include "webreader.h"
+#include "document/webreader.h"
 
 #include <QElapsedTimer>
 #include <QFile>

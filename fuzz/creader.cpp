@@ -1,5 +1,5 @@
 // Feeds arbitrary bytes to the C-family reader, as C and as C++.
-#include "creader.h"
+#include "document/native/creader.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
 {

@@ -1,7 +1,7 @@
 // Feeds arbitrary bytes to the readers of git's output and to the language lookup. The log is read
 // twice, whole and in pieces cut where the first byte says: both readings must agree.
-#include "git.h"
-#include "language.h"
+#include "git/git.h"
+#include "model/language.h"
 
 #include <cstdlib>
 

@@ -1,7 +1,7 @@
 // Feeds arbitrary bytes to the import reader as the text of a file in each language it reads (the
 // first byte picks the language), checks what every reference promises, and resolves each one
 // against a small folder.
-#include "dependencyreader.h"
+#include "imports/dependencyreader.h"
 
 #include <cstdlib>
 #include <set>

@@ -1,5 +1,5 @@
 // Feeds arbitrary bytes to the markup reader and walks the elements it gives.
-#include "markupreader.h"
+#include "document/markup/markupreader.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
 {

@@ -1,5 +1,5 @@
 // Feeds arbitrary bytes to the Rust reader.
-#include "rustreader.h"
+#include "document/native/rustreader.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
 {

@@ -1,5 +1,5 @@
 // Feeds arbitrary bytes to the script reader, and to its tokenizer and bracket matching alone.
-#include "scriptreader.h"
+#include "document/script/scriptreader.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
 {

@@ -1,6 +1,6 @@
 // Feeds arbitrary bytes to the S-expression reader and walks every value it gives, through every
 // accessor.
-#include "sexpr.h"
+#include "engineering/sexpr.h"
 
 #include <vector>
 

@@ -1,5 +1,5 @@
 // Feeds arbitrary bytes to the stylesheet reader, and to its selector scan alone.
-#include "stylereader.h"
+#include "document/style/stylereader.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
 {

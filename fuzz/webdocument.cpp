@@ -1,6 +1,6 @@
 // Reads arbitrary bytes as a whole document, the first byte choosing the kind of file, and asks
 // every query of every node; ids and links must stay in range.
-#include "webreader.h"
+#include "document/webreader.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
 {

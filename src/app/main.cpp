@@ -1,6 +1,6 @@
-#include "commandline.h"
-#include "renderer.h"
-#include "startup.h"
+#include "cli/commandline.h"
+#include "ui/snapshotcommand.h"
+#include "ui/startup.h"
 
 #include <QApplication>
 
@@ -43,12 +43,15 @@ int main(int argc, char* argv[])
             stderr);
         return 1;
     }
-    Renderer::useDefaultFormat();
+    useWindowFormat();
     QApplication app(argc, argv);
     name(app);
     QStringList arguments = QCoreApplication::arguments();
     arguments.removeFirst();
-    if (snapshot)
-        return Cli::run(arguments);
+    if (snapshot) {
+        return Cli::run(arguments, [](const QString&, const Cli::Arguments& parsed) {
+            return snapshotCommand({ parsed.positional.first(), parsed.flags, parsed.options });
+        });
+    }
     return runWindow(arguments.isEmpty() ? std::nullopt : std::optional(arguments.first()));
 }

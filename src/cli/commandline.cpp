@@ -1,6 +1,6 @@
-#include "commandline.h"
+#include "cli/commandline.h"
 
-#include "terminal.h"
+#include "cli/terminal.h"
 
 namespace Cli {
 
@@ -41,7 +41,7 @@ const QList<Command>& commands()
             { QStringLiteral("--out"), QStringLiteral("--mode"), QStringLiteral("--color"),
                 QStringLiteral("--height"), QStringLiteral("--theme"), QStringLiteral("--size"),
                 QStringLiteral("--keys") },
-            snapshot },
+            {} },
         { QStringLiteral("outline"), QStringLiteral("outline FILE [--filter QUERY] [--tiles WxH] [--json]"),
             QStringLiteral("Read one page, stylesheet, script, C-family or Rust file into its parts and the "
                            "links between them; --filter keeps the parts whose names match loosely, --tiles "
@@ -92,7 +92,7 @@ int usageError(const QString& problem)
 
 } // namespace
 
-int run(const QStringList& arguments)
+int run(const QStringList& arguments, const WindowCommand& window)
 {
     if (arguments.isEmpty())
         return usageError(QStringLiteral("no command given"));
@@ -133,7 +133,14 @@ int run(const QStringList& arguments)
     }
     if (parsed.positional.size() != command->positionalCount)
         return usageError(QStringLiteral("usage: korvane ") + command->synopsis);
-    return command->run(parsed);
+    if (command->run)
+        return command->run(parsed);
+    if (!window) {
+        Terminal::err(QStringLiteral("korvane ") + command->name
+            + QStringLiteral(" needs a display: run it under xvfb-run, or set DISPLAY.\n"));
+        return 1;
+    }
+    return window(command->name, parsed);
 }
 
 } // namespace Cli

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "dependencygraph.h"
-#include "scanner.h"
+#include "imports/dependencygraph.h"
+#include "scan/scanner.h"
 
 #include <QHash>
 #include <QSet>
@@ -25,6 +25,7 @@ struct Command {
     int positionalCount;
     QStringList flags; // "--json"
     QStringList options; // take a value: "--mode"
+    // Empty for the commands the window runs (snapshot), which the executable hands to run().
     std::function<int(const Arguments&)> run;
 };
 
@@ -36,15 +37,17 @@ std::optional<ScanResult> scanFolder(const QString& path, Scanner::Scope scope =
 // Reads the imports of a scanned tree, with a progress bar on a terminal.
 DependencyGraph readImports(const FileNode& root);
 
-// Runs the headless command line; returns the exit status (0 done, 1 failed, 2 wrong usage).
-int run(const QStringList& arguments);
+// Runs a command of the window, given its name and arguments.
+using WindowCommand = std::function<int(const QString& name, const Arguments& arguments)>;
+
+// Runs the command line; returns the exit status (0 done, 1 failed, 2 wrong usage). The commands
+// the window draws go to `window`.
+int run(const QStringList& arguments, const WindowCommand& window = {});
 
 int scan(const Arguments& arguments);
 int sexpr(const Arguments& arguments);
 int layout(const Arguments& arguments);
 int history(const Arguments& arguments);
-// Needs a QApplication and a display.
-int snapshot(const Arguments& arguments);
 int outline(const Arguments& arguments);
 int imports(const Arguments& arguments);
 int search(const Arguments& arguments);

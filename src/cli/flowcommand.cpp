@@ -1,8 +1,8 @@
-#include "commandline.h"
-#include "flowgraph.h"
-#include "jsonwriter.h"
-#include "terminal.h"
-#include "webreader.h"
+#include "cli/commandline.h"
+#include "layout/flowgraph.h"
+#include "cli/jsonwriter.h"
+#include "cli/terminal.h"
+#include "document/webreader.h"
 
 #include <QFile>
 #include <QFileInfo>

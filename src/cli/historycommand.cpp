@@ -1,9 +1,9 @@
-#include "commandline.h"
-#include "historycache.h"
-#include "historycursor.h"
-#include "historyreader.h"
-#include "jsonwriter.h"
-#include "terminal.h"
+#include "cli/commandline.h"
+#include "history/historycache.h"
+#include "history/historycursor.h"
+#include "history/historyreader.h"
+#include "cli/jsonwriter.h"
+#include "cli/terminal.h"
 
 #include <QDateTime>
 

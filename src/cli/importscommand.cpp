@@ -1,7 +1,7 @@
-#include "commandline.h"
-#include "dependencyreader.h"
-#include "jsonwriter.h"
-#include "terminal.h"
+#include "cli/commandline.h"
+#include "imports/dependencyreader.h"
+#include "cli/jsonwriter.h"
+#include "cli/terminal.h"
 
 #include <numeric>
 

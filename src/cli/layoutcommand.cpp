@@ -1,9 +1,9 @@
-#include "citylayout.h"
-#include "commandline.h"
-#include "graphlayout.h"
-#include "jsonwriter.h"
-#include "terminal.h"
-#include "treelayout.h"
+#include "layout/citylayout.h"
+#include "cli/commandline.h"
+#include "layout/graphlayout.h"
+#include "cli/jsonwriter.h"
+#include "cli/terminal.h"
+#include "layout/treelayout.h"
 
 #include <cstdio>
 

@@ -1,9 +1,9 @@
-#include "codetreemap.h"
-#include "commandline.h"
-#include "fuzzy.h"
-#include "jsonwriter.h"
-#include "terminal.h"
-#include "webreader.h"
+#include "layout/codetreemap.h"
+#include "cli/commandline.h"
+#include "text/fuzzy.h"
+#include "cli/jsonwriter.h"
+#include "cli/terminal.h"
+#include "document/webreader.h"
 
 #include <QFile>
 #include <QFileInfo>

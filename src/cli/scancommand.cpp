@@ -1,7 +1,7 @@
-#include "commandline.h"
-#include "jsonwriter.h"
-#include "scanner.h"
-#include "terminal.h"
+#include "cli/commandline.h"
+#include "cli/jsonwriter.h"
+#include "scan/scanner.h"
+#include "cli/terminal.h"
 
 #include <cstdio>
 

@@ -1,7 +1,7 @@
-#include "commandline.h"
-#include "foldersearch.h"
-#include "jsonwriter.h"
-#include "terminal.h"
+#include "cli/commandline.h"
+#include "search/foldersearch.h"
+#include "cli/jsonwriter.h"
+#include "cli/terminal.h"
 
 namespace Cli {
 

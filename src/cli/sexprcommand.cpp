@@ -1,7 +1,7 @@
-#include "commandline.h"
-#include "jsonwriter.h"
-#include "sexpr.h"
-#include "terminal.h"
+#include "cli/commandline.h"
+#include "cli/jsonwriter.h"
+#include "engineering/sexpr.h"
+#include "cli/terminal.h"
 
 #include <QFile>
 #include <QFileInfo>

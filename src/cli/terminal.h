@@ -1,6 +1,6 @@
 #pragma once
 
-#include "format.h"
+#include "model/format.h"
 
 #include <QString>
 

@@ -1,4 +1,4 @@
-#include "historycache.h"
+#include "history/historycache.h"
 
 #include <QCryptographicHash>
 #include <QDataStream>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "historyindex.h"
+#include "history/historyindex.h"
 
 #include <memory>
 

@@ -1,4 +1,4 @@
-#include "historycursor.h"
+#include "history/historycursor.h"
 
 #include <algorithm>
 

@@ -1,4 +1,4 @@
-#include "historyindex.h"
+#include "history/historyindex.h"
 
 #include <QDir>
 #include <QFile>

@@ -1,7 +1,7 @@
-#include "historyreader.h"
+#include "history/historyreader.h"
 
-#include "git.h"
-#include "historycache.h"
+#include "git/git.h"
+#include "history/historycache.h"
 
 #include <QDir>
 #include <QElapsedTimer>

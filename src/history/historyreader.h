@@ -1,7 +1,7 @@
 #pragma once
 
-#include "cancelflag.h"
-#include "historyindex.h"
+#include "scan/cancelflag.h"
+#include "history/historyindex.h"
 
 #include <QByteArray>
 #include <QHash>

@@ -1,4 +1,4 @@
-#include "aggregation.h"
+#include "layout/aggregation.h"
 
 #include <algorithm>
 #include <vector>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "filenode.h"
+#include "model/filenode.h"
 
 #include <unordered_set>
 

@@ -1,4 +1,4 @@
-#include "citylayout.h"
+#include "layout/citylayout.h"
 
 #include <QHash>
 

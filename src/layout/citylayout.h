@@ -1,7 +1,7 @@
 #pragma once
 
-#include "aggregation.h"
-#include "layoutresult.h"
+#include "layout/aggregation.h"
+#include "layout/layoutresult.h"
 
 #include <functional>
 

@@ -1,6 +1,6 @@
-#include "codetreemap.h"
+#include "layout/codetreemap.h"
 
-#include "treemap.h"
+#include "layout/treemap.h"
 
 #include <algorithm>
 #include <numeric>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "webdocument.h"
+#include "document/webdocument.h"
 
 #include <QHash>
 #include <QPointF>

@@ -1,4 +1,4 @@
-#include "graphlayout.h"
+#include "layout/graphlayout.h"
 
 #include <QHash>
 

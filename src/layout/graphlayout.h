@@ -1,7 +1,7 @@
 #pragma once
 
-#include "dependencygraph.h"
-#include "layoutresult.h"
+#include "imports/dependencygraph.h"
+#include "layout/layoutresult.h"
 
 #include <vector>
 

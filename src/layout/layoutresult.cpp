@@ -1,4 +1,4 @@
-#include "layoutresult.h"
+#include "layout/layoutresult.h"
 
 #include <algorithm>
 #include <array>

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "filenode.h"
-#include "treemap.h"
+#include "model/filenode.h"
+#include "layout/treemap.h"
 
 #include <QString>
 

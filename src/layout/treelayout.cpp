@@ -1,6 +1,6 @@
-#include "treelayout.h"
+#include "layout/treelayout.h"
 
-#include "aggregation.h"
+#include "layout/aggregation.h"
 
 #include <QHash>
 

@@ -1,4 +1,4 @@
-#include "treemap.h"
+#include "layout/treemap.h"
 
 #include <algorithm>
 #include <numeric>

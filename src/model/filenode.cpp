@@ -1,6 +1,6 @@
-#include "filenode.h"
+#include "model/filenode.h"
 
-#include "naturalorder.h"
+#include "model/naturalorder.h"
 
 #include <QHash>
 

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "gitfilestatus.h"
-#include "language.h"
+#include "git/gitfilestatus.h"
+#include "model/language.h"
 
 #include <QList>
 #include <QString>

@@ -1,4 +1,4 @@
-#include "naturalorder.h"
+#include "model/naturalorder.h"
 
 #include <QCollator>
 #include <QLocale>

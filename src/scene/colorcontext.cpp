@@ -1,4 +1,4 @@
-#include "colorcontext.h"
+#include "scene/colorcontext.h"
 
 #include <QDateTime>
 

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "filenode.h"
-#include "modes.h"
+#include "model/filenode.h"
+#include "state/modes.h"
 
 #include <QColor>
 #include <QHash>

@@ -1,4 +1,4 @@
-#include "entitynode.h"
+#include "scene/entitynode.h"
 
 #include <algorithm>
 

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "layoutresult.h"
-#include "orbitcamera.h"
+#include "layout/layoutresult.h"
+#include "scene/orbitcamera.h"
 
 #include <QColor>
 #include <QMatrix4x4>

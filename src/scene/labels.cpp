@@ -1,6 +1,6 @@
-#include "labels.h"
+#include "scene/labels.h"
 
-#include "scenecontroller.h"
+#include "scene/scenecontroller.h"
 
 #include <QFontMetricsF>
 #include <QLocale>

@@ -1,7 +1,7 @@
-#include "offscreenview.h"
+#include "scene/offscreenview.h"
 
-#include "labels.h"
-#include "scenecontroller.h"
+#include "scene/labels.h"
+#include "scene/scenecontroller.h"
 
 #include <QGuiApplication>
 #include <QOffscreenSurface>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "renderer.h"
+#include "scene/renderer.h"
 
 #include <QImage>
 #include <QSize>

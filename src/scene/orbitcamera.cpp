@@ -1,4 +1,4 @@
-#include "orbitcamera.h"
+#include "scene/orbitcamera.h"
 
 #include <algorithm>
 #include <cmath>

@@ -1,8 +1,8 @@
-#include "renderer.h"
+#include "scene/renderer.h"
 
-#include "colorcontext.h"
-#include "scenecontroller.h"
-#include "shaders.h"
+#include "scene/colorcontext.h"
+#include "scene/scenecontroller.h"
+#include "scene/shaders.h"
 
 #include <QGuiApplication>
 #include <QOffscreenSurface>

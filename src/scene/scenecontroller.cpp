@@ -1,6 +1,6 @@
-#include "scenecontroller.h"
+#include "scene/scenecontroller.h"
 
-#include "treelayout.h"
+#include "layout/treelayout.h"
 
 #include <algorithm>
 #include <cmath>

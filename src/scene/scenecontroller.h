@@ -1,12 +1,12 @@
 #pragma once
 
-#include "citylayout.h"
-#include "colorcontext.h"
-#include "entitynode.h"
-#include "layoutresult.h"
-#include "orbitcamera.h"
-#include "sceneconfig.h"
-#include "scenehost.h"
+#include "layout/citylayout.h"
+#include "scene/colorcontext.h"
+#include "scene/entitynode.h"
+#include "layout/layoutresult.h"
+#include "scene/orbitcamera.h"
+#include "scene/sceneconfig.h"
+#include "state/scenehost.h"
 
 #include <QHash>
 #include <QList>

@@ -1,4 +1,4 @@
-#include "theme.h"
+#include "scene/theme.h"
 
 namespace {
 

@@ -1,8 +1,8 @@
 #pragma once
 
-#include "modes.h"
-#include "scanner.h"
-#include "scenehost.h"
+#include "state/modes.h"
+#include "scan/scanner.h"
+#include "state/scenehost.h"
 
 #include <QObject>
 #include <QSet>

@@ -1,6 +1,6 @@
-#include "keyrouter.h"
+#include "state/keyrouter.h"
 
-#include "appstate.h"
+#include "state/appstate.h"
 
 using namespace Qt::StringLiterals;
 

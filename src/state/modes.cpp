@@ -1,4 +1,4 @@
-#include "modes.h"
+#include "state/modes.h"
 
 namespace {
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "layoutresult.h"
+#include "layout/layoutresult.h"
 
 #include <QString>
 

@@ -1,7 +1,7 @@
 // Selection and the ways the keyboard walks the tree: by screen direction, into and out of folders,
 // and along siblings.
 
-#include "appstate.h"
+#include "state/appstate.h"
 
 #include <cmath>
 

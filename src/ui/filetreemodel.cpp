@@ -1,7 +1,7 @@
-#include "filetreemodel.h"
+#include "ui/filetreemodel.h"
 
-#include "filenode.h"
-#include "format.h"
+#include "model/filenode.h"
+#include "model/format.h"
 
 #include <QColor>
 

@@ -1,11 +1,11 @@
-#include "mainwindow.h"
+#include "ui/mainwindow.h"
 
-#include "filetreemodel.h"
-#include "format.h"
-#include "panels.h"
-#include "sceneview.h"
-#include "style.h"
-#include "welcomeview.h"
+#include "ui/filetreemodel.h"
+#include "model/format.h"
+#include "ui/panels.h"
+#include "ui/sceneview.h"
+#include "ui/style.h"
+#include "ui/welcomeview.h"
 
 #include <QApplication>
 #include <QDragEnterEvent>

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "appstate.h"
-#include "keyrouter.h"
+#include "state/appstate.h"
+#include "state/keyrouter.h"
 
 #include <QWidget>
 

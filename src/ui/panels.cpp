@@ -1,8 +1,8 @@
-#include "panels.h"
+#include "ui/panels.h"
 
-#include "format.h"
-#include "keyrouter.h"
-#include "style.h"
+#include "model/format.h"
+#include "state/keyrouter.h"
+#include "ui/style.h"
 
 #include <QGridLayout>
 #include <QHBoxLayout>

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "appstate.h"
-#include "scenecontroller.h"
+#include "state/appstate.h"
+#include "scene/scenecontroller.h"
 
 #include <QFrame>
 #include <QWidget>

@@ -1,7 +1,7 @@
-#include "sceneview.h"
+#include "ui/sceneview.h"
 
-#include "format.h"
-#include "labels.h"
+#include "model/format.h"
+#include "scene/labels.h"
 
 #include <QApplication>
 #include <QDesktopServices>

@@ -1,9 +1,9 @@
-#include "startup.h"
+#include "ui/startup.h"
 
-#include "citylayout.h"
-#include "mainwindow.h"
-#include "sceneview.h"
-#include "treelayout.h"
+#include "layout/citylayout.h"
+#include "ui/mainwindow.h"
+#include "ui/sceneview.h"
+#include "layout/treelayout.h"
 
 #include <QCoreApplication>
 #include <QFile>
@@ -226,6 +226,11 @@ int runScript(MainWindow& window, AppState& state, const StartupScript& script)
 }
 
 } // namespace
+
+void useWindowFormat()
+{
+    Renderer::useDefaultFormat();
+}
 
 int runWindow(const std::optional<QString>& folder)
 {

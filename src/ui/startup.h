@@ -1,7 +1,7 @@
 #pragma once
 
-#include "appstate.h"
-#include "keyrouter.h"
+#include "state/appstate.h"
+#include "state/keyrouter.h"
 
 #include <QElapsedTimer>
 #include <QObject>
@@ -65,6 +65,8 @@ private:
     QElapsedTimer m_clock;
 };
 
+// The OpenGL format of every view; call it before the QApplication is made.
+void useWindowFormat();
 // Opens the window (on a folder, when given), runs the script of the environment, and returns the
 // exit status. A QApplication must exist.
 int runWindow(const std::optional<QString>& folder);

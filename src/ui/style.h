@@ -1,6 +1,6 @@
 #pragma once
 
-#include "theme.h"
+#include "scene/theme.h"
 
 class QWidget;
 

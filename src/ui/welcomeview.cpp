@@ -1,4 +1,4 @@
-#include "welcomeview.h"
+#include "ui/welcomeview.h"
 
 #include <QDir>
 #include <QFileDialog>

@@ -1,4 +1,4 @@
-#include "sexpr.h"
+#include "engineering/sexpr.h"
 
 #include <gtest/gtest.h>
 

@@ -1,7 +1,7 @@
-#include "historycache.h"
-#include "historycursor.h"
-#include "historyreader.h"
-#include "testsupport.h"
+#include "history/historycache.h"
+#include "history/historycursor.h"
+#include "history/historyreader.h"
+#include "support/testsupport.h"
 
 #include <gtest/gtest.h>
 

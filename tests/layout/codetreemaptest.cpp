@@ -1,5 +1,5 @@
-#include "codetreemap.h"
-#include "webreader.h"
+#include "layout/codetreemap.h"
+#include "document/webreader.h"
 
 #include <gtest/gtest.h>
 

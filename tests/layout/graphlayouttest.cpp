@@ -1,5 +1,5 @@
-#include "graphlayout.h"
-#include "testsupport.h"
+#include "layout/graphlayout.h"
+#include "support/testsupport.h"
 
 #include <gtest/gtest.h>
 

@@ -1,7 +1,7 @@
-#include "citylayout.h"
-#include "scanner.h"
-#include "testsupport.h"
-#include "treelayout.h"
+#include "layout/citylayout.h"
+#include "scan/scanner.h"
+#include "support/testsupport.h"
+#include "layout/treelayout.h"
 
 #include <gtest/gtest.h>
 

@@ -1,5 +1,5 @@
-#include "filenode.h"
-#include "testsupport.h"
+#include "model/filenode.h"
+#include "support/testsupport.h"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-#include "language.h"
+#include "model/language.h"
 
 #include <gtest/gtest.h>
 

@@ -1,6 +1,6 @@
-#include "colorcontext.h"
-#include "testsupport.h"
-#include "theme.h"
+#include "scene/colorcontext.h"
+#include "support/testsupport.h"
+#include "scene/theme.h"
 
 #include <gtest/gtest.h>
 

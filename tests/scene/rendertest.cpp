@@ -1,8 +1,8 @@
 // Renders real folders offscreen; needs a display, so ctest runs it under xvfb-run. Set
 // KORVANE_SCENE_IMAGES to a folder to keep the images it draws.
-#include "offscreenview.h"
-#include "scanner.h"
-#include "scenecontroller.h"
+#include "scene/offscreenview.h"
+#include "scan/scanner.h"
+#include "scene/scenecontroller.h"
 
 #include <gtest/gtest.h>
 

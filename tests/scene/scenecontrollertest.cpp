@@ -1,9 +1,9 @@
-#include "scenecontroller.h"
-#include "labels.h"
-#include "offscreenview.h"
-#include "renderer.h"
-#include "scanner.h"
-#include "testsupport.h"
+#include "scene/scenecontroller.h"
+#include "scene/labels.h"
+#include "scene/offscreenview.h"
+#include "scene/renderer.h"
+#include "scan/scanner.h"
+#include "support/testsupport.h"
 
 #include <gtest/gtest.h>
 

@@ -1,6 +1,6 @@
-#include "appstate.h"
-#include "keyrouter.h"
-#include "testsupport.h"
+#include "state/appstate.h"
+#include "state/keyrouter.h"
+#include "support/testsupport.h"
 
 #include <gtest/gtest.h>
 

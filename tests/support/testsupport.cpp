@@ -1,6 +1,6 @@
-#include "testsupport.h"
+#include "support/testsupport.h"
 
-#include "filenode.h"
+#include "model/filenode.h"
 
 #include <gtest/gtest.h>
 

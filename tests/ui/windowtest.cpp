@@ -1,7 +1,7 @@
 // The real window, run as a user's script would run it: korvane under a virtual display, driven by
 // its start-up variables or the snapshot command, with the image and the state it leaves checked.
 
-#include "testsupport.h"
+#include "support/testsupport.h"
 
 #include <gtest/gtest.h>
 

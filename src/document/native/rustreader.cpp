@@ -1,0 +1,43 @@
+#include "document/native/rustreader.h"
+
+#include "document/native/rustparser_p.h"
+#include "text/sourcetext.h"
+
+namespace RustReader {
+
+namespace {
+
+using SourceText::among;
+
+} // namespace
+
+QByteArray registers(QByteArrayView called)
+{
+    if (among(called, { "spawn", "spawn_blocking", "spawn_local", "scope" }))
+        return "thread";
+    if (among(called, { "signal", "set_handler" }))
+        return "signal";
+    if (called == "connect")
+        return "connect";
+    if (called.startsWith("add_event_listener"))
+        return "event";
+    return {};
+}
+
+Reading read(QByteArrayView utf8)
+{
+    const QByteArrayView readable = CReader::readablePart(utf8);
+    const std::vector<Token> tokens = tokenise(readable);
+    Parser parser(readable, tokens);
+    parser.items(0, qsizetype(tokens.size()), std::nullopt, false, 0);
+    NativeHandlers::attachOutOfLine(parser.tree);
+    NativeHandlers::markRegistered(parser.tree, registers);
+    NativeHandlers::linkPassed(parser.tree);
+    Reading reading;
+    reading.symbols = parser.tree.build();
+    reading.includes = std::move(parser.includes);
+    reading.truncated = parser.full || readable.size() < utf8.size();
+    return reading;
+}
+
+} // namespace RustReader

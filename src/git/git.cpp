@@ -1,0 +1,343 @@
+#include "git/git.h"
+
+#include <QFileInfo>
+#include <QProcess>
+#include <QProcessEnvironment>
+#include <QRegularExpression>
+#include <QSet>
+
+#include <mutex>
+
+namespace {
+
+// Configuration keys whose values are programs (or switch on programs) that git may start.
+constexpr auto programKeys = "^(core\\.fsmonitor|core\\.pager|core\\.editor|core\\.sshcommand|core\\.askpass"
+                             "|core\\.gitproxy|diff\\.external|log\\.showsignature|gpg\\..*|filter\\..*"
+                             "|diff\\..*\\.(textconv|command)|merge\\..*\\.driver|credential\\..*"
+                             "|remote\\..*\\.(uploadpack|receivepack)|uploadpack\\..*)$";
+
+// Variables that would point git at another repository than the folder asked about.
+constexpr const char* repositoryVariables[]
+    = { "GIT_DIR", "GIT_WORK_TREE", "GIT_INDEX_FILE", "GIT_OBJECT_DIRECTORY",
+          "GIT_ALTERNATE_OBJECT_DIRECTORIES", "GIT_COMMON_DIR", "GIT_NAMESPACE", "GIT_PREFIX" };
+
+QString decode(QByteArrayView bytes)
+{
+    return QString::fromUtf8(bytes);
+}
+
+} // namespace
+
+// The settings that take back, for this folder, every program-naming value set by the
+// repository's own configuration: the user's global or system values are put back in order, and
+// a key only the repository sets becomes empty (which git reads as false or as "no program").
+// They reach git through GIT_CONFIG_KEY_n and GIT_CONFIG_VALUE_n, which outrank the repository's
+// files and, unlike "-c key=value", keep a name such as filter."a=b".clean whole.
+struct Git::Guard {
+    std::once_flag once;
+    bool ok = false;
+    Settings settings;
+};
+
+Git::Git(QString folder, std::function<bool()> stopRequested)
+    : m_folder(std::move(folder))
+    , m_stopRequested(std::move(stopRequested))
+    , m_guard(std::make_shared<Guard>())
+{
+}
+
+QString Git::executable()
+{
+    return QStringLiteral("/usr/bin/git");
+}
+
+const Git::Guard& Git::guard() const
+{
+    std::call_once(m_guard->once, [this] {
+        // All keys, filtered here: git config --get-regexp exits 1 when no key matches, which
+        // start() cannot tell apart from a failure.
+        QByteArray output;
+        if (!start({ QStringLiteral("config"), QStringLiteral("--show-scope"), QStringLiteral("-z"),
+                       QStringLiteral("--list") },
+                {}, [&](const QByteArray& chunk) { output += chunk; }))
+            return;
+        static const QRegularExpression programKey(QString::fromLatin1(programKeys));
+        QList<QString> keys;
+        QHash<QString, QStringList> userValues;
+        const QList<QByteArray> pieces = output.split('\0');
+        for (qsizetype i = 0; i + 1 < pieces.size(); i += 2) {
+            const QByteArray& scope = pieces[i];
+            const QByteArray& entry = pieces[i + 1];
+            const qsizetype newline = entry.indexOf('\n');
+            const QString key = decode(entry.left(newline < 0 ? entry.size() : newline));
+            if (!programKey.match(key).hasMatch())
+                continue;
+            if (scope == "local" || scope == "worktree") {
+                if (!keys.contains(key))
+                    keys.append(key);
+            } else {
+                userValues[key].append(newline < 0 ? QStringLiteral("true") : decode(entry.mid(newline + 1)));
+            }
+        }
+        for (const QString& key : std::as_const(keys)) {
+            m_guard->settings.append({ key, QString() });
+            for (const QString& value : userValues.value(key))
+                m_guard->settings.append({ key, value });
+        }
+        m_guard->ok = true;
+    });
+    return *m_guard;
+}
+
+bool Git::start(
+    const QStringList& arguments, const Settings& settings, const Sink& sink, QByteArray* errors) const
+{
+    if (!QFileInfo(executable()).isExecutable() || stopped())
+        return false;
+    QProcess process;
+    process.setProgram(executable());
+    process.setArguments(arguments);
+    process.setWorkingDirectory(m_folder);
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    for (const char* name : repositoryVariables)
+        environment.remove(QString::fromLatin1(name));
+    environment.insert(QStringLiteral("GIT_OPTIONAL_LOCKS"), QStringLiteral("0"));
+    environment.insert(QStringLiteral("GIT_TERMINAL_PROMPT"), QStringLiteral("0"));
+    // Settings the user's environment already passes come first; ours outrank them.
+    const int given = environment.value(QStringLiteral("GIT_CONFIG_COUNT")).toInt();
+    for (qsizetype i = 0; i < settings.size(); ++i) {
+        environment.insert(QStringLiteral("GIT_CONFIG_KEY_%1").arg(given + i), settings[i].first);
+        environment.insert(QStringLiteral("GIT_CONFIG_VALUE_%1").arg(given + i), settings[i].second);
+    }
+    if (!settings.isEmpty())
+        environment.insert(QStringLiteral("GIT_CONFIG_COUNT"), QString::number(given + settings.size()));
+    // Into a pipe git flushes after every record (every commit of a log), waking us each time.
+    environment.insert(QStringLiteral("GIT_FLUSH"), QStringLiteral("0"));
+    process.setProcessEnvironment(environment);
+    process.setStandardInputFile(QProcess::nullDevice());
+    if (!errors)
+        process.setStandardErrorFile(QProcess::nullDevice());
+    process.start(QIODevice::ReadOnly);
+    if (!process.waitForStarted(-1))
+        return false;
+    // Output is handed on as it comes, and a stop is looked for at least every 100 ms.
+    while (process.state() != QProcess::NotRunning) {
+        if (!process.waitForReadyRead(50))
+            process.waitForFinished(50);
+        if (const QByteArray chunk = process.readAllStandardOutput(); !chunk.isEmpty())
+            sink(chunk);
+        if (stopped()) {
+            process.kill();
+            process.waitForFinished(-1);
+            return false;
+        }
+    }
+    if (const QByteArray chunk = process.readAllStandardOutput(); !chunk.isEmpty())
+        sink(chunk);
+    if (errors)
+        *errors = process.readAllStandardError();
+    // git may finish before the first look; a stop asked for meanwhile still yields nothing.
+    return !stopped() && process.exitStatus() == QProcess::NormalExit && process.exitCode() == 0;
+}
+
+bool Git::stopped() const
+{
+    return m_stopRequested && m_stopRequested();
+}
+
+bool Git::stream(const QStringList& arguments, const Sink& sink, QByteArray* errors) const
+{
+    const Guard& g = guard();
+    return g.ok
+        && start(QStringList { QStringLiteral("-c"), QStringLiteral("core.quotePath=false") } + arguments,
+            g.settings, sink, errors);
+}
+
+std::optional<QByteArray> Git::run(const QStringList& arguments) const
+{
+    QByteArray output;
+    if (!stream(arguments, [&](const QByteArray& chunk) { output += chunk; }))
+        return std::nullopt;
+    return output;
+}
+
+std::optional<QString> Git::string(const QStringList& arguments) const
+{
+    const auto bytes = run(arguments);
+    if (!bytes)
+        return std::nullopt;
+    return decode(*bytes).trimmed();
+}
+
+bool Git::isInsideWorkTree() const
+{
+    return string({ QStringLiteral("rev-parse"), QStringLiteral("--is-inside-work-tree") })
+        == QStringLiteral("true");
+}
+
+std::optional<QString> Git::branch() const
+{
+    const auto name
+        = string({ QStringLiteral("rev-parse"), QStringLiteral("--abbrev-ref"), QStringLiteral("HEAD") });
+    if (!name || name->isEmpty())
+        return std::nullopt;
+    if (*name == u"HEAD")
+        return string({ QStringLiteral("rev-parse"), QStringLiteral("--short"), QStringLiteral("HEAD") });
+    return name;
+}
+
+std::optional<QList<QByteArray>> Git::listFiles() const
+{
+    const auto output = run({ QStringLiteral("ls-files"), QStringLiteral("-z"), QStringLiteral("--cached"),
+        QStringLiteral("--others"), QStringLiteral("--exclude-standard") });
+    if (!output)
+        return std::nullopt;
+    return parseFileList(*output);
+}
+
+QList<QByteArray> Git::parseFileList(const QByteArray& output)
+{
+    QList<QByteArray> paths;
+    QSet<QByteArrayView> seen;
+    for (qsizetype start = 0; start < output.size();) {
+        qsizetype end = output.indexOf('\0', start);
+        if (end < 0)
+            end = output.size();
+        const QByteArrayView piece(output.constData() + start, end - start);
+        // A conflicted file comes once per stage, always in a row.
+        if (!piece.isEmpty() && !seen.contains(piece)) {
+            seen.insert(piece);
+            paths.append(piece.toByteArray());
+        }
+        start = end + 1;
+    }
+    return paths;
+}
+
+QHash<QString, GitFileStatus> Git::status() const
+{
+    const QString prefix
+        = string({ QStringLiteral("rev-parse"), QStringLiteral("--show-prefix") }).value_or(QString());
+    // Preloading the index starts a thread per 500 files: on a large repository they would crowd out
+    // the history reading beside it, for a few milliseconds gained here.
+    const auto output
+        = run({ QStringLiteral("-c"), QStringLiteral("core.preloadIndex=false"), QStringLiteral("status"),
+            QStringLiteral("--porcelain=v1"), QStringLiteral("-z"), QStringLiteral("--untracked-files=all"),
+            // Looking inside a submodule's work tree runs git there, under the submodule's own
+            // configuration, which the guard above does not cover.
+            QStringLiteral("--ignore-submodules=dirty"), QStringLiteral("--"), QStringLiteral(".") });
+    if (!output)
+        return {};
+    return parseStatus(*output, prefix);
+}
+
+QHash<QString, GitFileStatus> Git::parseStatus(const QByteArray& output, const QString& prefix)
+{
+    QHash<QString, GitFileStatus> statuses;
+    const QList<QByteArray> pieces = output.split('\0');
+    for (qsizetype i = 0; i < pieces.size();) {
+        const QString piece = decode(pieces[i]);
+        if (piece.size() < 4) {
+            ++i;
+            continue;
+        }
+        const QStringView code = QStringView(piece).left(2);
+        QString path = piece.mid(3);
+        // A rename or copy names its old path in the next piece; the old path gets no status.
+        i += code.contains(u'R') || code.contains(u'C') ? 2 : 1;
+        if (!prefix.isEmpty()) {
+            if (!path.startsWith(prefix))
+                continue;
+            path.remove(0, prefix.size());
+        }
+        statuses.insert(path, gitFileStatusFromCode(code));
+    }
+    return statuses;
+}
+
+namespace {
+
+// Reads the log's output as it arrives: a line opening with 0x01 starts a commit and holds its
+// time, every other line is a path the commit touched, counted on a view into the kept output.
+class LogParser {
+public:
+    void feed(const QByteArray& chunk)
+    {
+        qsizetype start = 0;
+        if (!m_pending.isEmpty()) {
+            const qsizetype end = chunk.indexOf('\n');
+            m_pending += chunk.left(end < 0 ? chunk.size() : end);
+            if (end < 0)
+                return;
+            keepAndRead(std::exchange(m_pending, {}));
+            start = end + 1;
+        }
+        const qsizetype last = chunk.lastIndexOf('\n');
+        if (last >= start) {
+            m_history.output.append(chunk);
+            for (qsizetype end; start <= last; start = end + 1) {
+                end = chunk.indexOf('\n', start);
+                line(QByteArrayView(chunk.constData() + start, end - start));
+            }
+        }
+        m_pending = chunk.mid(start);
+    }
+
+    Git::History finish()
+    {
+        if (!m_pending.isEmpty())
+            keepAndRead(std::exchange(m_pending, {}));
+        return std::move(m_history);
+    }
+
+private:
+    void keepAndRead(const QByteArray& wholeLine)
+    {
+        m_history.output.append(wholeLine);
+        line(wholeLine);
+    }
+
+    void line(QByteArrayView text)
+    {
+        if (text.isEmpty())
+            return;
+        if (text.front() == '\x01') {
+            const QByteArrayView number = text.sliced(1);
+            bool ok = false;
+            const qint64 seconds = number.toLongLong(&ok);
+            m_date = ok && !number.isEmpty() && !QChar::isSpace(uchar(number.front()))
+                ? std::optional(seconds)
+                : std::nullopt;
+            return;
+        }
+        Git::History::Touches& path = m_history.paths[text];
+        ++path.commits;
+        if (m_date && (!path.last || *path.last < *m_date))
+            path.last = m_date;
+    }
+
+    Git::History m_history;
+    QByteArray m_pending;
+    std::optional<qint64> m_date;
+};
+
+} // namespace
+
+Git::History Git::history(int maxCommits) const
+{
+    LogParser parser;
+    const bool ok
+        = stream({ QStringLiteral("log"), QStringLiteral("--relative"), QStringLiteral("--no-renames"),
+                     QStringLiteral("--format=%x01%ct"), QStringLiteral("--name-only"), QStringLiteral("-n"),
+                     QString::number(maxCommits), QStringLiteral("--"), QStringLiteral(".") },
+            [&](const QByteArray& chunk) { parser.feed(chunk); });
+    return ok ? parser.finish() : History {};
+}
+
+Git::History Git::parseHistory(const QByteArrayList& chunks)
+{
+    LogParser parser;
+    for (const QByteArray& chunk : chunks)
+        parser.feed(chunk);
+    return parser.finish();
+}

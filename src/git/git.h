@@ -1,0 +1,77 @@
+#pragma once
+
+#include "git/gitfilestatus.h"
+
+#include <QByteArray>
+#include <QHash>
+#include <QString>
+#include <QStringList>
+
+#include <functional>
+#include <memory>
+#include <optional>
+
+// Asks the git program about one folder. Every call blocks until git exits and never reports an
+// error: a failure yields no answer. All git processes of the program start here, as /usr/bin/git
+// with fixed leading arguments and environment, so that nothing a scanned repository's own
+// configuration names is ever run.
+class Git {
+public:
+    // What the newest commits did to each path. Paths are the UTF-8 bytes git printed, viewed in
+    // place in the log's own output, which the value keeps: a large history is neither copied nor
+    // decoded.
+    struct History {
+        struct Touches {
+            int commits = 0; // commits naming the path
+            std::optional<qint64> last; // newest of their times, seconds since 1970
+        };
+        QHash<QByteArrayView, Touches> paths;
+        QByteArrayList output;
+    };
+
+    // stopRequested, when given, is polled while git runs; a true answer kills git and yields none.
+    explicit Git(QString folder, std::function<bool()> stopRequested = {});
+
+    static QString executable();
+
+    // The same folder, sharing the configuration already read, with another stop predicate.
+    Git withStop(std::function<bool()> stopRequested) const
+    {
+        Git copy = *this;
+        copy.m_stopRequested = std::move(stopRequested);
+        return copy;
+    }
+
+    std::optional<QByteArray> run(const QStringList& arguments) const;
+    std::optional<QString> string(const QStringList& arguments) const;
+
+    bool isInsideWorkTree() const;
+    std::optional<QString> branch() const;
+    // Raw path bytes as git prints them, each once, in git's order.
+    std::optional<QList<QByteArray>> listFiles() const;
+    QHash<QString, GitFileStatus> status() const;
+    History history(int maxCommits) const;
+
+    // Runs git as every operation does and hands its output on as it comes; git's own messages are
+    // kept in `errors` when given. True when git exited with status 0.
+    using Sink = std::function<void(const QByteArray& chunk)>;
+    bool stream(const QStringList& arguments, const Sink& sink, QByteArray* errors = nullptr) const;
+
+    // The parsers behind listFiles, status and history, kept apart from the process.
+    static QList<QByteArray> parseFileList(const QByteArray& output);
+    static QHash<QString, GitFileStatus> parseStatus(const QByteArray& output, const QString& prefix);
+    static History parseHistory(const QByteArrayList& chunks); // the log, in pieces as it came
+
+private:
+    struct Guard;
+    using Settings = QList<std::pair<QString, QString>>;
+    // Starts git with the given settings; sink takes its output as it comes. True when git exited 0.
+    bool start(const QStringList& arguments, const Settings& settings, const Sink& sink,
+        QByteArray* errors = nullptr) const;
+    bool stopped() const;
+    const Guard& guard() const;
+
+    QString m_folder;
+    std::function<bool()> m_stopRequested;
+    std::shared_ptr<Guard> m_guard;
+};

@@ -1,0 +1,376 @@
+#include "imports/dependencyreader.h"
+
+#include "scan/parallel.h"
+#include "text/utf8text.h"
+
+#include <QElapsedTimer>
+#include <QFile>
+#include <QThread>
+
+#include <atomic>
+#include <mutex>
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace DependencyReader {
+
+namespace {
+
+// Reports one phase: at its start, at most every 80 ms while it runs, and at its end.
+class PhaseProgress {
+public:
+    PhaseProgress(const ProgressCallback& callback, QString phase, qint64 total)
+        : m_callback(callback)
+        , m_phase(std::move(phase))
+        , m_total(total)
+    {
+        m_clock.start();
+        report(0);
+    }
+
+    void step()
+    {
+        const qint64 done = ++m_done;
+        if (!m_callback || (done & 15) != 0)
+            return;
+        {
+            std::lock_guard lock(m_lock);
+            if (m_clock.elapsed() < 80)
+                return;
+            m_clock.restart();
+        }
+        report(std::min(done, m_total));
+    }
+
+    void finish() { report(m_done); }
+
+private:
+    void report(qint64 done) const
+    {
+        if (m_callback)
+            m_callback({ m_phase, done, m_total });
+    }
+
+    const ProgressCallback& m_callback;
+    QString m_phase;
+    qint64 m_total;
+    std::atomic<qint64> m_done = 0;
+    std::mutex m_lock;
+    QElapsedTimer m_clock;
+};
+
+std::optional<qint32> found(const StringMap<qint32>& map, std::string_view key)
+{
+    const auto it = map.find(key);
+    return it == map.end() ? std::nullopt : std::optional(it->second);
+}
+
+// The one file a name stands for, or nothing when it names none or several.
+std::optional<qint32> only(const StringMap<std::vector<qint32>>& map, std::string_view key)
+{
+    const auto it = map.find(key);
+    return it == map.end() || it->second.size() != 1 ? std::nullopt : std::optional(it->second.front());
+}
+
+// The candidate path itself, then with each extension of the language as a file, an index, a
+// Rust module and a Python package.
+std::optional<qint32> probe(
+    const std::string& candidate, const ImportLanguage& language, const Lookup& lookup)
+{
+    if (const auto hit = found(lookup.byPath, candidate))
+        return hit;
+    static constexpr std::string_view forms[] = { ".", "/index.", "/mod.", "/__init__." };
+    std::string path;
+    for (const std::string_view extension : language.extensions) {
+        for (std::string_view form : forms) {
+            if (candidate.empty()) {
+                if (form == ".")
+                    continue; // "." names the folder, not a file called ".py"
+                form.remove_prefix(1); // the folder is the scanned root
+            }
+            path.assign(candidate).append(form).append(extension);
+            if (const auto hit = found(lookup.byPath, path))
+                return hit;
+        }
+    }
+    return std::nullopt;
+}
+
+struct FileRead {
+    bool read = false;
+    std::vector<Reference> references;
+    std::vector<QByteArray> declared; // Swift only
+    std::vector<QByteArray> used; // Swift only
+};
+
+struct Candidate {
+    qint32 index;
+    const ImportLanguage* language;
+};
+
+int workerCount()
+{
+    return std::max(1, QThread::idealThreadCount());
+}
+
+} // namespace
+
+std::string normalise(std::string_view path)
+{
+    std::vector<std::string_view> parts;
+    size_t start = 0;
+    while (start <= path.size()) {
+        size_t slash = path.find('/', start);
+        if (slash == std::string_view::npos)
+            slash = path.size();
+        const std::string_view part = path.substr(start, slash - start);
+        if (part == "..") {
+            if (!parts.empty())
+                parts.pop_back();
+        } else if (!part.empty() && part != ".") {
+            parts.push_back(part);
+        }
+        start = slash + 1;
+    }
+    std::string joined;
+    joined.reserve(path.size());
+    for (const std::string_view part : parts) {
+        if (!joined.empty())
+            joined += '/';
+        joined += part;
+    }
+    return joined;
+}
+
+Lookup Lookup::of(const DependencyGraph& graph)
+{
+    Lookup lookup;
+    lookup.byPath.reserve(graph.files.size());
+    for (size_t i = 0; i < graph.files.size(); ++i) {
+        const FileNode& file = *graph.files[i];
+        const auto index = qint32(i);
+        lookup.byPath.try_emplace(Utf8Text::lower(file.relativePath.toUtf8()), index);
+        const std::string name = Utf8Text::lower(file.name.toUtf8());
+        const size_t dot = name.rfind('.');
+        if (dot != std::string::npos && dot > 0)
+            lookup.byStem[name.substr(0, dot)].push_back(index);
+        lookup.byName[name].push_back(index);
+    }
+    if (!graph.root)
+        return lookup;
+    // Folders in tree order, each with the files directly in it; the scanned root has no name here.
+    std::vector<const FileNode*> pending { graph.root };
+    while (!pending.empty()) {
+        const FileNode* folder = pending.back();
+        pending.pop_back();
+        std::vector<qint32>* members
+            = folder == graph.root ? nullptr : &lookup.byFolder[Utf8Text::lower(folder->name.toUtf8())];
+        for (auto child = folder->children.rbegin(); child != folder->children.rend(); ++child) {
+            if ((*child)->isDirectory)
+                pending.push_back(child->get());
+        }
+        if (!members)
+            continue;
+        for (const auto& child : folder->children) {
+            const qint32 index = child->isDirectory ? -1 : graph.fileSlots.value(child.get(), -1);
+            if (index >= 0)
+                members->push_back(index);
+        }
+    }
+    return lookup;
+}
+
+std::optional<qint32> resolve(
+    const Reference& reference, std::string_view from, const ImportLanguage& language, const Lookup& lookup)
+{
+    QByteArrayView written = reference.name;
+    if (written.startsWith("./"))
+        written = written.sliced(2);
+    std::string name = Utf8Text::lower(written);
+    if (language.syntax == Syntax::swift) {
+        // A module is a folder of sources: its first file stands for it.
+        const auto it = lookup.byFolder.find(name);
+        return it == lookup.byFolder.end() || it->second.empty() ? std::nullopt
+                                                                 : std::optional(it->second.front());
+    }
+    if (language.syntax == Syntax::python)
+        std::replace(name.begin(), name.end(), '.', '/');
+    name.erase(0, name.find_first_not_of('/'));
+
+    // The importer's folder and each folder above it, nearest first, then the root.
+    const bool nearFirst
+        = reference.relative || language.syntax == Syntax::python || language.syntax == Syntax::rust;
+    std::string base = nearFirst ? Utf8Text::lower(QByteArrayView(from.data(), qsizetype(from.size()))) : "";
+    while (true) {
+        const std::string candidate = normalise(base.empty() ? name : base + '/' + name);
+        if (const auto hit = probe(candidate, language, lookup))
+            return hit;
+        if (base.empty())
+            break;
+        const size_t slash = base.rfind('/');
+        base.resize(slash == std::string::npos ? 0 : slash);
+    }
+
+    // Anywhere in the folder, by file name or by stem, as long as exactly one file answers.
+    const size_t slash = name.rfind('/');
+    const std::string_view last = std::string_view(name).substr(slash == std::string::npos ? 0 : slash + 1);
+    if (const auto hit = only(lookup.byName, last))
+        return hit;
+    return only(lookup.byStem, last);
+}
+
+std::optional<QByteArray> read(const FileNode& file)
+{
+    if (file.isDirectory || file.isBinary || file.size >= maxFileBytes)
+        return std::nullopt;
+    // Never through a link, and never blocking on a pipe or a device that stands in the folder.
+    const int fd
+        = open(QFile::encodeName(file.url).constData(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK);
+    if (fd < 0)
+        return std::nullopt;
+    struct stat info;
+    if (fstat(fd, &info) != 0 || !S_ISREG(info.st_mode)) {
+        close(fd);
+        return std::nullopt;
+    }
+    QByteArray text(qsizetype(std::clamp<qint64>(info.st_size, 0, maxFileBytes)), Qt::Uninitialized);
+    qsizetype filled = 0;
+    while (filled < text.size()) {
+        const ssize_t n = ::read(fd, text.data() + filled, size_t(text.size() - filled));
+        if (n < 0 && errno == EINTR)
+            continue;
+        if (n < 0) {
+            close(fd);
+            return std::nullopt;
+        }
+        if (n == 0)
+            break;
+        filled += n;
+    }
+    close(fd);
+    text.truncate(filled);
+    if (!QByteArrayView(text).isValidUtf8())
+        text = QString::fromUtf8(text).toUtf8(); // invalid sequences become U+FFFD
+    return text;
+}
+
+std::optional<DependencyGraph> build(
+    const FileNode& root, const CancelFlagPtr& cancel, const ProgressCallback& progress)
+{
+    const auto cancelled = [&] { return cancel && cancel->isCancelled(); };
+    DependencyGraph graph = DependencyGraph::ofTree(root);
+    const Lookup lookup = Lookup::of(graph);
+
+    std::vector<Candidate> candidates;
+    QHash<const Language*, const ImportLanguage*> languages;
+    for (size_t i = 0; i < graph.files.size(); ++i) {
+        const FileNode& file = *graph.files[i];
+        auto known = languages.constFind(file.language);
+        if (known == languages.cend())
+            known = languages.insert(file.language, importLanguage(*file.language));
+        if (*known && !file.isBinary && file.size < maxFileBytes)
+            candidates.push_back({ qint32(i), *known });
+    }
+    const auto count = int(candidates.size());
+
+    std::vector<FileRead> reads(candidates.size());
+    PhaseProgress reading(progress, QStringLiteral("Reading imports"), count);
+    parallelFor(count, workerCount(), [&](int c) {
+        if (cancelled())
+            return;
+        const Candidate& candidate = candidates[size_t(c)];
+        const std::optional<QByteArray> text = read(*graph.files[size_t(candidate.index)]);
+        if (text) {
+            FileRead& out = reads[size_t(c)];
+            out.read = true;
+            out.references = references(*text, *candidate.language);
+            if (candidate.language->syntax == Syntax::swift) {
+                out.declared = swiftDeclarations(*text);
+                out.used = identifiers(*text);
+            }
+        }
+        reading.step();
+    });
+    if (cancelled())
+        return std::nullopt;
+    reading.finish();
+
+    // Where each Swift type is declared, files in index order.
+    StringMap<std::vector<qint32>> declarations;
+    for (int c = 0; c < count; ++c) {
+        for (const QByteArray& name : reads[size_t(c)].declared) {
+            std::vector<qint32>& at = declarations[name.toStdString()];
+            if (at.empty() || at.back() != candidates[size_t(c)].index)
+                at.push_back(candidates[size_t(c)].index);
+        }
+    }
+
+    // Resolved on every core, linked in file order, so the graph is the same on any machine.
+    std::vector<std::vector<std::optional<qint32>>> targets(candidates.size());
+    std::vector<std::vector<qint32>> typeTargets(candidates.size());
+    PhaseProgress linking(progress, QStringLiteral("Linking files"), count);
+    // Files of one folder, next to each other in tree order, often import the same names: each
+    // stretch of files keeps the answers it found.
+    const int stretches = std::min(count, workerCount() * 8);
+    parallelFor(stretches, workerCount(), [&](int stretch) {
+        StringMap<std::optional<qint32>> known;
+        std::string key;
+        for (int c = int(qint64(count) * stretch / stretches);
+             c < int(qint64(count) * (stretch + 1) / stretches); ++c) {
+            if (cancelled())
+                return;
+            const Candidate& candidate = candidates[size_t(c)];
+            const FileRead& file = reads[size_t(c)];
+            const FileNode* parent = graph.files[size_t(candidate.index)]->parent;
+            const QByteArray from = parent ? parent->relativePath.toUtf8() : QByteArray();
+            for (const Reference& reference : file.references) {
+                key.assign(candidate.language->name).append(1, reference.relative ? '\1' : '\0');
+                key.append(from.constData(), size_t(from.size())).append(1, '\0');
+                key.append(reference.name.constData(), size_t(reference.name.size()));
+                auto answer = known.find(key);
+                if (answer == known.end()) {
+                    const std::string_view folder(from.constData(), size_t(from.size()));
+                    answer
+                        = known.emplace(key, resolve(reference, folder, *candidate.language, lookup)).first;
+                }
+                targets[size_t(c)].push_back(answer->second);
+            }
+            // A Swift file is linked to the file that declares a type it uses, unless it declares one
+            // of that name itself.
+            for (const QByteArray& word : file.used) {
+                const auto declared
+                    = declarations.find(std::string_view(word.constData(), size_t(word.size())));
+                if (declared == declarations.end())
+                    continue;
+                if (std::find(declared->second.begin(), declared->second.end(), candidate.index)
+                    == declared->second.end())
+                    typeTargets[size_t(c)].push_back(declared->second.front());
+            }
+            linking.step();
+        }
+    });
+    if (cancelled())
+        return std::nullopt;
+    linking.finish();
+
+    for (int c = 0; c < count; ++c) {
+        const qint32 from = candidates[size_t(c)].index;
+        const FileRead& file = reads[size_t(c)];
+        graph.scanned += file.read ? 1 : 0;
+        for (size_t r = 0; r < file.references.size(); ++r) {
+            if (const std::optional<qint32> target = targets[size_t(c)][r])
+                graph.link(from, *target);
+            else if (file.references[r].relative)
+                ++graph.unresolved;
+            else
+                ++graph.external;
+        }
+        for (const qint32 target : typeTargets[size_t(c)])
+            graph.link(from, target);
+    }
+    return graph;
+}
+
+} // namespace DependencyReader

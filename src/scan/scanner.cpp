@@ -1,0 +1,310 @@
+#include "scan/scanner.h"
+
+#include "git/git.h"
+#include "scan/parallel.h"
+
+#include <QDir>
+#include <QElapsedTimer>
+#include <QFile>
+#include <QFileInfo>
+#include <QHash>
+#include <QThread>
+
+#include <algorithm>
+#include <atomic>
+#include <cstring>
+#include <deque>
+#include <future>
+#include <mutex>
+#include <thread>
+
+#include <dirent.h>
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace {
+
+// Joins an absolute folder path and a relative one without doubling the slash at "/".
+QByteArray joinPath(const QByteArray& folder, const QByteArray& relative)
+{
+    if (folder.endsWith('/'))
+        return folder + relative;
+    return folder + '/' + relative;
+}
+
+struct Entry {
+    QByteArray name;
+    unsigned char type;
+};
+
+} // namespace
+
+QString ScanError::description() const
+{
+    switch (kind) {
+    case Kind::notADirectory: return path + QStringLiteral(" is not a folder.");
+    case Kind::cancelled: return QStringLiteral("Scan cancelled.");
+    }
+    return {};
+}
+
+Scanner::Scanner(const QString& rootPath, CancelFlagPtr cancel, int maxFiles, Scope scope)
+    : m_rootPath(QDir::cleanPath(QFileInfo(rootPath).absoluteFilePath()))
+    , m_cancel(std::move(cancel))
+    , m_maxFiles(maxFiles)
+    , m_scope(scope)
+{
+}
+
+const QList<QByteArray>& Scanner::skippedDirectories()
+{
+    static const QList<QByteArray> names { ".git", "node_modules", ".build", "DerivedData", "Pods", ".svn",
+        ".hg", "__pycache__", ".venv", "venv", ".gradle", ".idea", ".next", ".nuxt", "dist", "target",
+        ".cache", ".Trash", "Library", ".swiftpm" };
+    return names;
+}
+
+const QList<QByteArray>& Scanner::hiddenAllowed()
+{
+    static const QList<QByteArray> names { ".github", ".gitignore", ".gitattributes", ".editorconfig",
+        ".env.example" };
+    return names;
+}
+
+QList<QByteArray> Scanner::walk() const
+{
+    const QByteArray root = QFile::encodeName(m_rootPath);
+    const bool rootIsHome = m_rootPath == QDir::cleanPath(QDir::homePath());
+    QList<QByteArray> files;
+    std::deque<std::pair<QByteArray, QByteArray>> queue { { root, QByteArray() } };
+    std::vector<Entry> entries;
+    while (!queue.empty() && files.size() <= m_maxFiles && !cancelled()) {
+        const auto [folder, relative] = std::move(queue.front());
+        queue.pop_front();
+        DIR* dir = opendir(folder.constData());
+        if (!dir)
+            continue;
+        entries.clear();
+        while (const dirent* entry = readdir(dir)) {
+            if (std::strcmp(entry->d_name, ".") != 0 && std::strcmp(entry->d_name, "..") != 0)
+                entries.push_back({ QByteArray(entry->d_name), entry->d_type });
+        }
+        closedir(dir);
+        std::sort(
+            entries.begin(), entries.end(), [](const Entry& a, const Entry& b) { return a.name < b.name; });
+        for (const Entry& entry : entries) {
+            if (entry.name == ".DS_Store"
+                || (entry.name.startsWith('.') && !hiddenAllowed().contains(entry.name)))
+                continue;
+            const QByteArray path = relative.isEmpty() ? entry.name : relative + '/' + entry.name;
+            bool isFolder = entry.type == DT_DIR;
+            if (entry.type == DT_UNKNOWN) {
+                struct stat info;
+                isFolder = lstat(joinPath(root, path).constData(), &info) == 0 && S_ISDIR(info.st_mode);
+            }
+            if (!isFolder) {
+                files.append(path); // a link to a folder is never entered: it is a file here
+                continue;
+            }
+            if (skippedDirectories().contains(entry.name) && !(entry.name == "Library" && !rootIsHome))
+                continue;
+            queue.emplace_back(joinPath(root, path), path);
+        }
+    }
+    return files;
+}
+
+LineCount Scanner::countLines(const QByteArray& path, qint64 size)
+{
+    if (size <= 0)
+        return {};
+    // Non-blocking, in case a pipe took the place of the file since it was looked at.
+    const int fd = open(path.constData(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK);
+    if (fd < 0)
+        return {};
+    constexpr qint64 chunk = qint64(64) * 1024;
+    thread_local std::unique_ptr<char[]> buffer(new char[chunk]);
+    qint64 read = 0;
+    qint64 lines = 0;
+    char last = '\n';
+    while (read < readCap) {
+        const ssize_t n = ::read(fd, buffer.get(), std::min(chunk, readCap - read));
+        if (n < 0 && errno == EINTR)
+            continue;
+        if (n <= 0)
+            break;
+        if (read == 0 && std::memchr(buffer.get(), 0, std::min<qint64>(n, binaryProbeBytes))) {
+            close(fd);
+            return { 0, true };
+        }
+        lines += std::count(buffer.get(), buffer.get() + n, '\n');
+        last = buffer[n - 1];
+        read += n;
+    }
+    close(fd);
+    if (last != '\n')
+        ++lines;
+    if (read > 0 && read < size)
+        lines = qint64(double(size) * double(lines) / double(read));
+    return { lines, false };
+}
+
+std::vector<FileNode*> Scanner::buildTree(FileNode& root, const QList<QByteArray>& paths) const
+{
+    // Folders are made as the paths name them, keyed by their relative path.
+    const QString urlPrefix = m_rootPath.endsWith(u'/') ? m_rootPath : m_rootPath + u'/';
+    QHash<QByteArray, FileNode*> folders { { QByteArray(), &root } };
+    const std::function<FileNode*(const QByteArray&)> folderFor = [&](const QByteArray& path) -> FileNode* {
+        if (FileNode* known = folders.value(path))
+            return known;
+        const qsizetype slash = path.lastIndexOf('/');
+        FileNode* parent = folderFor(slash < 0 ? QByteArray() : path.left(slash));
+        const QString relative = QString::fromUtf8(path);
+        auto node = std::make_unique<FileNode>(
+            urlPrefix + relative, QString::fromUtf8(path.mid(slash + 1)), relative, true, parent);
+        return folders[path] = parent->addChild(std::move(node));
+    };
+    std::vector<FileNode*> files;
+    files.reserve(paths.size());
+    for (const QByteArray& path : paths) {
+        const qsizetype slash = path.lastIndexOf('/');
+        FileNode* folder = folderFor(slash < 0 ? QByteArray() : path.left(slash));
+        const QString relative = QString::fromUtf8(path);
+        const QString name = QString::fromUtf8(path.mid(slash + 1));
+        auto node = std::make_unique<FileNode>(urlPrefix + relative, name, relative, false, folder);
+        node->language = &Languages::languageFor(name);
+        files.push_back(folder->addChild(std::move(node)));
+    }
+    return files;
+}
+
+void Scanner::measure(const std::vector<FileNode*>& files, const QList<QByteArray>& paths, int workers,
+    const std::function<void(qint64, qint64)>& report) const
+{
+    const QByteArray root = QFile::encodeName(m_rootPath);
+    const qint64 count = qint64(files.size());
+    const int chunkCount = std::max(1, 6 * QThread::idealThreadCount());
+    const qint64 chunkSize = std::max<qint64>(1, (count + chunkCount - 1) / chunkCount);
+    std::mutex progressLock;
+    qint64 done = 0;
+    QElapsedTimer sinceReport;
+    sinceReport.start();
+    parallelFor(chunkCount, workers, [&](int chunk) {
+        const qint64 end = std::min((chunk + 1) * chunkSize, count);
+        for (qint64 index = chunk * chunkSize; index < end; ++index) {
+            if (cancelled())
+                return;
+            measureFile(*files[size_t(index)], joinPath(root, paths[index]));
+            if (index % 64 != 0)
+                continue;
+            qint64 reached = -1;
+            {
+                std::lock_guard lock(progressLock);
+                done += 64;
+                if (sinceReport.elapsed() > 80) {
+                    sinceReport.restart();
+                    reached = std::min(done, count);
+                }
+            }
+            if (reached >= 0)
+                report(reached, count);
+        }
+    });
+}
+
+void Scanner::measureFile(FileNode& file, const QByteArray& path)
+{
+    struct stat info;
+    if (lstat(path.constData(), &info) != 0 || S_ISDIR(info.st_mode)) {
+        file.excluded = true;
+        return;
+    }
+    file.size = info.st_size;
+    file.modified = qint64(info.st_mtim.tv_sec);
+    if (!S_ISREG(info.st_mode) || file.language->isBinary)
+        return; // a link, a device or a picture is never read
+    const LineCount measured = countLines(path, file.size);
+    file.lines = measured.lines;
+    file.isBinary = measured.isBinary;
+    if (file.isBinary && *file.language == Languages::other())
+        file.language = &Languages::binary();
+}
+
+std::variant<ScanResult, ScanError> Scanner::scan(const ProgressCallback& progress) const
+{
+    const auto report = [&](const QString& phase, qint64 done, qint64 total) {
+        if (progress)
+            progress({ phase, done, total });
+    };
+    if (!QFileInfo(m_rootPath).isDir())
+        return ScanError { ScanError::Kind::notADirectory, m_rootPath };
+    report(QStringLiteral("Listing files"), 0, 0);
+
+    const Git git(m_rootPath, [cancel = m_cancel] { return cancel && cancel->isCancelled(); });
+    ScanResult result;
+    result.isGit = git.isInsideWorkTree();
+
+    // The history is git's slowest answer: it starts first, on a thread of its own, and the rest of
+    // the scan (listing, measuring, the status, finishing the tree) keeps to the other cores.
+    std::future<Git::History> history;
+    const bool everything = m_scope == Scope::everything;
+    if (result.isGit && everything)
+        history = std::async(std::launch::async, [git] { return git.history(historyCommits); });
+
+    QList<QByteArray> paths;
+    if (result.isGit)
+        paths = git.listFiles().value_or(QList<QByteArray>());
+    if (paths.isEmpty())
+        paths = walk();
+    if (paths.size() > m_maxFiles) {
+        paths.resize(m_maxFiles);
+        result.truncated = true;
+    }
+    if (cancelled())
+        return ScanError { ScanError::Kind::cancelled, m_rootPath };
+
+    const QString rootName = QFileInfo(m_rootPath).fileName();
+    result.root = std::make_shared<FileNode>(
+        m_rootPath, rootName.isEmpty() ? m_rootPath : rootName, QString(), true, nullptr);
+    const std::vector<FileNode*> files = buildTree(*result.root, paths);
+
+    // While git reads the history it keeps one core busy; leave that core to it.
+    const int workers = std::max(1, QThread::idealThreadCount() - (history.valid() ? 1 : 0));
+    if (everything)
+        measure(files, paths, workers,
+            [&](qint64 done, qint64 total) { report(QStringLiteral("Counting lines"), done, total); });
+
+    if (result.isGit && everything) {
+        result.branch = git.branch();
+        const QHash<QString, GitFileStatus> statuses = git.status();
+        for (FileNode* file : files) {
+            const auto status = statuses.constFind(file->relativePath);
+            if (status != statuses.cend())
+                file->gitStatus = *status;
+        }
+    }
+    if (cancelled())
+        return ScanError { ScanError::Kind::cancelled, m_rootPath };
+    result.root->finalize(0);
+
+    if (history.valid()) {
+        // The lookups are readied while the history is still coming.
+        std::vector<std::pair<FileNode*, QByteArray>> keyed;
+        keyed.reserve(size_t(result.root->fileCount));
+        result.root->forEach([&](FileNode& file) { keyed.emplace_back(&file, file.relativePath.toUtf8()); });
+        report(QStringLiteral("Reading git history"), qint64(files.size()), qint64(files.size()));
+        const Git::History touched = history.get();
+        for (const auto& [file, path] : keyed) {
+            const Git::History::Touches touches = touched.paths.value(path);
+            file->commits = touches.commits;
+            file->lastCommit = touches.last;
+        }
+        result.root->sumCommits();
+        for (const Git::History::Touches& touches : touched.paths)
+            result.peakCommits = std::max<qint64>(result.peakCommits, touches.commits);
+        if (cancelled())
+            return ScanError { ScanError::Kind::cancelled, m_rootPath };
+    }
+    return result;
+}

@@ -1,0 +1,76 @@
+#include "ui/snapshotcommand.h"
+
+#include "ui/startup.h"
+
+#include <QFileInfo>
+
+#include <cstdio>
+
+namespace {
+
+void printError(const QString& line)
+{
+    std::fputs(qPrintable(line + u'\n'), stderr);
+}
+
+// One line on standard error and the usage status.
+int badOption(const QString& problem)
+{
+    printError(QStringLiteral("korvane: ") + problem);
+    return 2;
+}
+
+template <typename Mode>
+bool readMode(const SnapshotArguments& arguments, const QString& option, std::optional<Mode>& into)
+{
+    if (!arguments.options.contains(option))
+        return true;
+    into = modeFromName<Mode>(arguments.options.value(option));
+    return into.has_value();
+}
+
+} // namespace
+
+int snapshotCommand(const SnapshotArguments& arguments)
+{
+    StartupScript script;
+    const QString& folder = arguments.path;
+    if (!QFileInfo(folder).isDir()) {
+        printError(folder + QStringLiteral(" is not a folder."));
+        return 1;
+    }
+    script.open = folder;
+    if (!arguments.options.contains(QStringLiteral("--out")))
+        return badOption(QStringLiteral("snapshot needs --out FILE.png"));
+    script.snapshot = arguments.options.value(QStringLiteral("--out"));
+    if (!readMode(arguments, QStringLiteral("--mode"), script.mode)
+        || (script.mode && *script.mode != VisualizationMode::city
+            && *script.mode != VisualizationMode::tree))
+        return badOption(QStringLiteral("--mode is city or tree"));
+    if (!readMode(arguments, QStringLiteral("--color"), script.color))
+        return badOption(QStringLiteral("--color is language, age, churn or status"));
+    if (!readMode(arguments, QStringLiteral("--height"), script.height))
+        return badOption(QStringLiteral("--height is lines, size, churn or flat"));
+    if (arguments.options.contains(QStringLiteral("--theme"))) {
+        const QString theme = arguments.options.value(QStringLiteral("--theme"));
+        if (theme != u"dark" && theme != u"light")
+            return badOption(QStringLiteral("--theme is dark or light"));
+        script.dark = theme == u"dark";
+    }
+    if (arguments.options.contains(QStringLiteral("--size"))) {
+        script.size = parseSize(arguments.options.value(QStringLiteral("--size")));
+        if (!script.size)
+            return badOption(QStringLiteral("--size is WIDTHxHEIGHT, such as 1280x800"));
+    }
+    if (arguments.options.contains(QStringLiteral("--keys"))) {
+        QString error;
+        const auto keys = parseKeys(arguments.options.value(QStringLiteral("--keys")), &error);
+        if (!keys)
+            return badOption(QStringLiteral("--keys: ") + error);
+        script.keys = *keys;
+    }
+    if (arguments.flags.contains(QStringLiteral("--print-state")))
+        script.stateFile = QStringLiteral("-");
+    script.timings = arguments.flags.contains(QStringLiteral("--timings"));
+    return runSnapshot(script);
+}

@@ -1,0 +1,218 @@
+#include "search/foldersearch.h"
+#include "text/fuzzy.h"
+#include "scan/scanner.h"
+#include "support/testsupport.h"
+#include "document/webreader.h"
+
+#include <gtest/gtest.h>
+
+#include <QFile>
+
+#include <sys/stat.h>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+struct FuzzyRow {
+    const char* query;
+    const char* name;
+    bool matches;
+};
+
+void PrintTo(const FuzzyRow& row, std::ostream* out)
+{
+    *out << '"' << row.query << "\" in " << row.name;
+}
+
+struct InitialsRow {
+    const char* name;
+    const char* initials;
+};
+
+void PrintTo(const InitialsRow& row, std::ostream* out)
+{
+    *out << row.name;
+}
+
+struct NeedleRow {
+    const char* label;
+    const char* query;
+    const char* text;
+    qsizetype lines; // lines that hold a match
+};
+
+void PrintTo(const NeedleRow& row, std::ostream* out)
+{
+    *out << row.label;
+}
+
+// The scanned tree of a real folder, as the window would hold it.
+std::shared_ptr<FileNode> scan(const QString& path, Scanner::Scope scope = Scanner::Scope::everything)
+{
+    auto outcome = Scanner(path, std::make_shared<CancelFlag>(), Scanner::defaultMaxFiles, scope).scan();
+    return std::get<ScanResult>(outcome).root;
+}
+
+// "path count" for each file found, in result order.
+QStringList found(const FileNode& root, const QString& query)
+{
+    const auto result = FolderSearch::search(root, *TextNeedle::make(query), std::make_shared<CancelFlag>());
+    QStringList rows;
+    for (const FileNode* node : result->nodes)
+        rows << node->relativePath + u' ' + QString::number(result->counts.value(node));
+    return rows;
+}
+
+} // namespace
+
+class FuzzyMatch : public testing::TestWithParam<FuzzyRow> { };
+
+TEST_P(FuzzyMatch, EveryTermMatchesByContainingInitialsOrOrder)
+{
+    EXPECT_EQ(
+        Fuzzy::matches(Fuzzy::terms(QString::fromUtf8(GetParam().query)), QString::fromUtf8(GetParam().name)),
+        GetParam().matches);
+}
+
+INSTANTIATE_TEST_SUITE_P(Table, FuzzyMatch,
+    testing::Values(FuzzyRow { "drwpnl", "drawPanel", true }, FuzzyRow { "dp", "drawPanel", true },
+        FuzzyRow { "pd", "drawPanel", false }, FuzzyRow { "pd", "updateView", true },
+        FuzzyRow { "DrawP", "drawPanel", true }, FuzzyRow { "draw view", "draw_panel_view", true },
+        FuzzyRow { "draw view", "drawPanel", false }, FuzzyRow { "dpv", "draw_panel_view", true },
+        FuzzyRow { "  \t ", "drawPanel", false }, FuzzyRow { "panelx", "drawPanel", false },
+        FuzzyRow { "hp", "HTMLParser", true }, FuzzyRow { "vw", "drawPanel", false },
+        FuzzyRow { "nd", "renderNode", true }, FuzzyRow { "ü", "grün", true }));
+
+class FuzzyInitials : public testing::TestWithParam<InitialsRow> { };
+
+TEST_P(FuzzyInitials, StartAWordAtSeparatorsAndCamelCase)
+{
+    EXPECT_EQ(Fuzzy::initials(QString::fromUtf8(GetParam().name)), QString::fromUtf8(GetParam().initials));
+}
+
+INSTANTIATE_TEST_SUITE_P(Table, FuzzyInitials,
+    testing::Values(InitialsRow { "drawPanel", "dp" }, InitialsRow { "draw_panel_view", "dpv" },
+        InitialsRow { "my-file.name here", "mfnh" }, InitialsRow { "HTMLParser", "hp" },
+        InitialsRow { "__init__", "i" }, InitialsRow { "$el", "e" }, InitialsRow { "x2y", "x" },
+        InitialsRow { "parse2D", "p" }, InitialsRow { "", "" }));
+
+TEST(Fuzzy, TermsAreLowerCasedAndSplitAtBlanks)
+{
+    EXPECT_EQ(Fuzzy::terms(u" Draw\tVIEW  x "), (QStringList { u"draw"_s, u"view"_s, u"x"_s }));
+    EXPECT_TRUE(Fuzzy::terms(u" \t").isEmpty());
+}
+
+TEST(TextNeedle, BlankQueriesMakeNoNeedleAndCaseIsSmart)
+{
+    EXPECT_FALSE(TextNeedle::make(u"   \t\n"));
+    EXPECT_FALSE(TextNeedle::make(u""));
+    EXPECT_TRUE(TextNeedle::make(u" Panel ")->caseSensitive());
+    EXPECT_EQ(TextNeedle::make(u" Panel ")->text(), u"Panel");
+    EXPECT_FALSE(TextNeedle::make(u"panel")->caseSensitive());
+    EXPECT_FALSE(TextNeedle::make(u"42 == x")->caseSensitive());
+}
+
+TEST(TextNeedle, RangesResumeAtTheEndOfEachHitAndStopAtTheLimit)
+{
+    const QString text = u"Panel panel PANEL panelpanel"_s;
+    using R = TextNeedle::Range;
+    EXPECT_EQ(TextNeedle::make(u"Panel")->ranges(text, 100), (QList<R> { { 0, 5 } }));
+    EXPECT_EQ(TextNeedle::make(u"panel")->ranges(text, 100),
+        (QList<R> { { 0, 5 }, { 6, 5 }, { 12, 5 }, { 18, 5 }, { 23, 5 } }));
+    EXPECT_EQ(TextNeedle::make(u"panel")->ranges(text, 2), (QList<R> { { 0, 5 }, { 6, 5 } }));
+    EXPECT_EQ(TextNeedle::make(u"aa")->ranges(u"aaaaa", 100), (QList<R> { { 0, 2 }, { 2, 2 } }));
+}
+
+class NeedleLines : public testing::TestWithParam<NeedleRow> { };
+
+TEST_P(NeedleLines, CountLinesWithAHitOnceWhetherTextOrBytes)
+{
+    const auto needle = TextNeedle::make(QString::fromUtf8(GetParam().query));
+    const QByteArray bytes(GetParam().text);
+    EXPECT_EQ(needle->lineCount(QString::fromUtf8(bytes)), GetParam().lines) << "decoded";
+    EXPECT_EQ(needle->lineCount(QByteArrayView(bytes)), GetParam().lines) << "bytes";
+}
+
+INSTANTIATE_TEST_SUITE_P(Table, NeedleLines,
+    testing::Values(NeedleRow { "exactCase", "Panel", "Panel\npanel\nPANEL\n", 1 },
+        NeedleRow { "ignoredCase", "panel", "Panel\npanel\nPANEL\nPaNeL", 4 },
+        NeedleRow { "manyHitsOneLine", "a", "a a a a\nb\na", 2 },
+        NeedleRow { "noFinalNewline", "end", "x\nthe end", 1 }, NeedleRow { "emptyText", "x", "", 0 },
+        NeedleRow { "needleLongerThanText", "longer", "long", 0 },
+        NeedleRow { "crlf", "two", "one\r\ntwo\r\nTWO\r\n", 2 },
+        NeedleRow { "acrossCaseAtWindowEdge", "abcab", "xxABCAB\nabcaB\nabcax", 2 },
+        NeedleRow { "punctuationIsNotFolded", "[x]", "{x}\n[x]\n[X]", 2 },
+        NeedleRow { "nonAsciiIgnoredCase", "ärger", "ÄRGER\närger\narger", 2 },
+        NeedleRow { "nonAsciiExactCase", "Ärger", "ÄRGER\närger\nÄrger", 1 },
+        NeedleRow { "letterBytesAreNotFoldedBeyondAscii", "z", "\xc5\xbb\nZ", 1 },
+        NeedleRow { "minifiedLineCountsOnce", "x", "x;x;x;x;x;x;x;x;x;x;x;x;x;x;x;x;x", 1 }),
+    [](const auto& info) { return std::string(info.param.label); });
+
+TEST(LineHits, ListTheMatchingLinesOfEveryNodeThatHoldsThem)
+{
+    const QByteArray script = "function outer() {\n"
+                              "  draw();\n"
+                              "  function inner() {\n"
+                              "    draw();\n"
+                              "  }\n"
+                              "}\n"
+                              "function other() {\n"
+                              "  return 1;\n"
+                              "}\n";
+    const WebDocument document = *WebReader::read(script, u"js");
+    const auto hits = document.lineHits(*TextNeedle::make(u"draw"));
+    QHash<QString, QList<qint64>> byName;
+    for (auto it = hits.begin(); it != hits.end(); ++it)
+        byName.insert(document.nodes[size_t(it.key())].name, it.value());
+    EXPECT_EQ(byName.value(u"outer"_s), (QList<qint64> { 1, 3 }));
+    EXPECT_EQ(byName.value(u"inner"_s), (QList<qint64> { 3 }));
+    EXPECT_EQ(byName.value(u"Script"_s), (QList<qint64> { 1, 3 }));
+    EXPECT_FALSE(byName.contains(u"other"_s)) << "a node without a hit is absent";
+    EXPECT_TRUE(document.lineHits(*TextNeedle::make(u"Draw")).isEmpty());
+}
+
+TEST(FolderSearch, OrdersByCountThenNaturalNameAndSkipsWhatIsNotTextOrNotAFile)
+{
+    TempFolder folder;
+    folder.write(u"file10.txt"_s, "needle\nneedle\n");
+    folder.write(u"file2.txt"_s, "NEEDLE\nneedle needle\n");
+    folder.write(u"sub/File3.txt"_s, "needle\n");
+    folder.write(u"most.js"_s, "needle\nneedle\nneedle\n");
+    folder.write(u"none.txt"_s, "haystack\n");
+    folder.write(u"zero.bin.txt"_s, QByteArray("needle\n\0", 8));
+    folder.write(u"picture.png"_s, "needle\n");
+    // A pipe that nobody writes to: opening it to read would wait forever.
+    ASSERT_EQ(mkfifo(QFile::encodeName(folder.path(u"pipe.txt"_s)).constData(), 0600), 0);
+    // Exactly at the limit is not read; one byte under it is.
+    QByteArray large(3000000, 'x');
+    large.replace(0, 7, "needle\n");
+    folder.write(u"atLimit.txt"_s, large);
+    large.chop(1);
+    folder.write(u"underLimit.txt"_s, large);
+
+    const QStringList expected { u"most.js 3"_s, u"file2.txt 2"_s, u"file10.txt 2"_s, u"sub/File3.txt 1"_s,
+        u"underLimit.txt 1"_s };
+    EXPECT_EQ(found(*scan(folder.path()), u"needle"_s), expected);
+    // The search finds for itself what the scan measures, so a tree that was only listed gives the same.
+    EXPECT_EQ(found(*scan(folder.path(), Scanner::Scope::listing), u"needle"_s), expected);
+    EXPECT_EQ(found(*scan(folder.path()), u"NEEDLE"_s), (QStringList { u"file2.txt 1"_s }));
+}
+
+TEST(FolderSearch, ACancelledSearchReportsNothing)
+{
+    TempFolder folder;
+    folder.write(u"a.txt"_s, "needle\n");
+    const auto cancel = std::make_shared<CancelFlag>();
+    cancel->cancel();
+    EXPECT_FALSE(FolderSearch::search(*scan(folder.path()), *TextNeedle::make(u"needle"), cancel));
+}
+
+TEST(FolderSearch, AFileThatGrewPastTheLimitSinceTheScanIsSkipped)
+{
+    TempFolder folder;
+    folder.write(u"a.txt"_s, "needle\n");
+    const auto root = scan(folder.path());
+    folder.write(u"a.txt"_s, "needle\n" + QByteArray(3000000, 'x'));
+    EXPECT_TRUE(found(*root, u"needle"_s).isEmpty());
+}
