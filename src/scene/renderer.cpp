@@ -1,5 +1,6 @@
 #include "scene/renderer.h"
 
+#include "scene/boxmesh.h"
 #include "scene/colorcontext.h"
 #include "scene/scenecontroller.h"
 #include "scene/shaders.h"
@@ -15,92 +16,6 @@
 #include <cmath>
 
 namespace {
-
-struct MeshVertex {
-    float position[3];
-    float normal[3];
-};
-
-// A unit box standing on the origin: x and z in [-0.5, 0.5], y in [0, 1]. Two meshes share one
-// buffer. The whole box comes first, four corners a face so that each face has its own normal,
-// for the perspective camera and the shadow map. Then, for each quarter the orthographic camera
-// can look from, only the seven corners of the three faces it can see (the top and the two sides
-// turned toward it). Faces are lit flat, from the last corner of each triangle, so the corners
-// can be shared between faces as long as each face's triangles end on a corner of its own that
-// carries its normal: seven corners shaded a box instead of twenty-four.
-struct BoxMesh {
-    std::vector<MeshVertex> vertices;
-    std::vector<GLushort> indices;
-};
-
-constexpr GLsizei allFaces = 36, visibleFaces = 18;
-
-BoxMesh boxMesh()
-{
-    BoxMesh mesh;
-    const auto vertex = [&](const QVector3D& p, const QVector3D& n) {
-        mesh.vertices.push_back({ { p.x(), p.y(), p.z() }, { n.x(), n.y(), n.z() } });
-    };
-    // Corners of a triangle, wound counter-clockwise seen from outside, `last` staying last.
-    const auto triangle = [&](GLushort a, GLushort b, GLushort last, const QVector3D& normal) {
-        const auto at = [&](GLushort i) {
-            const float* p = mesh.vertices[i].position;
-            return QVector3D(p[0], p[1], p[2]);
-        };
-        if (QVector3D::dotProduct(QVector3D::crossProduct(at(b) - at(a), at(last) - at(a)), normal) < 0)
-            std::swap(a, b);
-        mesh.indices.insert(mesh.indices.end(), { a, b, last });
-    };
-
-    const QVector3D normals[]
-        = { { 1, 0, 0 }, { -1, 0, 0 }, { 0, 1, 0 }, { 0, -1, 0 }, { 0, 0, 1 }, { 0, 0, -1 } };
-    for (const QVector3D& n : normals) {
-        // Two axes across the face.
-        const QVector3D u = std::abs(n.y()) > 0 ? QVector3D(1, 0, 0) : QVector3D(0, 1, 0);
-        const QVector3D v = QVector3D::crossProduct(n, u);
-        const QVector3D centre = QVector3D(0, 0.5f, 0) + n / 2;
-        const auto first = GLushort(mesh.vertices.size());
-        for (const QVector3D& p :
-            { centre + (-u - v) / 2, centre + (u - v) / 2, centre + (u + v) / 2, centre + (-u + v) / 2 })
-            vertex(p, n);
-        triangle(first, GLushort(first + 1), GLushort(first + 2), n);
-        triangle(first, GLushort(first + 2), GLushort(first + 3), n);
-    }
-
-    for (const float sx : { 1.0f, -1.0f }) {
-        for (const float sz : { 1.0f, -1.0f }) {
-            const float nearX = sx / 2, farX = -sx / 2, nearZ = sz / 2, farZ = -sz / 2;
-            const QVector3D up(0, 1, 0), side(sx, 0, 0), front(0, 0, sz);
-            const auto first = GLushort(mesh.vertices.size());
-            enum : GLushort { topFar, topSide, topNear, topFront, bottomSide, bottomNear, bottomFront };
-            vertex({ farX, 1, farZ }, up); // ends the top's triangles
-            vertex({ nearX, 1, farZ }, up);
-            vertex({ nearX, 1, nearZ }, up);
-            vertex({ farX, 1, nearZ }, up);
-            vertex({ nearX, 0, farZ }, side); // ends the side's
-            vertex({ nearX, 0, nearZ }, side);
-            vertex({ farX, 0, nearZ }, front); // ends the front's
-            const auto c = [&](GLushort corner) { return GLushort(first + corner); };
-            triangle(c(topSide), c(topNear), c(topFar), up);
-            triangle(c(topNear), c(topFront), c(topFar), up);
-            triangle(c(topSide), c(topNear), c(bottomSide), side);
-            triangle(c(topNear), c(bottomNear), c(bottomSide), side);
-            triangle(c(topNear), c(topFront), c(bottomFront), front);
-            triangle(c(bottomNear), c(topNear), c(bottomFront), front);
-        }
-    }
-    return mesh;
-}
-
-// A unit square lying flat at height 0, facing up.
-std::vector<MeshVertex> planeMesh()
-{
-    std::vector<MeshVertex> mesh;
-    const float corners[4][2] = { { -0.5f, -0.5f }, { -0.5f, 0.5f }, { 0.5f, 0.5f }, { 0.5f, -0.5f } };
-    for (const int i : { 0, 1, 2, 0, 2, 3 })
-        mesh.push_back({ { corners[i][0], 0, corners[i][1] }, { 0, 1, 0 } });
-    return mesh;
-}
 
 QVector3D rgb(const QColor& color)
 {
@@ -180,6 +95,24 @@ bool Renderer::initialize()
 {
     if (m_initialized)
         return true;
+    if (!checkContext() || !buildPrograms())
+        return false;
+    createGeometry();
+    const GLenum status = createShadowTargets();
+    m_software = isSoftwareDriver(reinterpret_cast<const char*>(glGetString(GL_RENDERER)));
+    m_initialized = true;
+    if (status != GL_FRAMEBUFFER_COMPLETE) {
+        m_error = QStringLiteral("The shadows cannot be drawn (framebuffer status 0x%1).").arg(status, 0, 16);
+        release();
+        return false;
+    }
+    m_uploaded = false;
+    m_shadowShape.reset();
+    return true;
+}
+
+bool Renderer::checkContext()
+{
     QOpenGLContext* context = QOpenGLContext::currentContext();
     if (!context) {
         m_error = QStringLiteral("No OpenGL context is current.");
@@ -193,7 +126,11 @@ bool Renderer::initialize()
                       .arg(minor);
         return false;
     }
+    return true;
+}
 
+bool Renderer::buildPrograms()
+{
     const auto program = [&](const char* vertex, const char* fragment, const char* name) {
         auto p = std::make_unique<QOpenGLShaderProgram>();
         if (!p->addShaderFromSourceCode(QOpenGLShader::Vertex, vertex)
@@ -216,7 +153,12 @@ bool Renderer::initialize()
         m_shadow.reset();
         return false;
     }
+    return true;
+}
 
+// The meshes, the instance and line buffers, and the vertex arrays that read them.
+void Renderer::createGeometry()
+{
     const auto meshBuffer = [&](const std::vector<MeshVertex>& mesh) {
         GLuint buffer = 0;
         glGenBuffers(1, &buffer);
@@ -228,44 +170,16 @@ bool Renderer::initialize()
     const BoxMesh box = boxMesh();
     m_boxMesh = meshBuffer(box.vertices);
     m_planeMesh = meshBuffer(planeMesh());
-    const std::vector<GLushort>& indices = box.indices;
     glGenBuffers(1, &m_boxIndices);
     glGenBuffers(1, &m_boxInstances);
     glGenBuffers(1, &m_planeInstances);
     glGenBuffers(1, &m_lineBuffer);
 
-    // Mesh attributes per vertex, the instance record per instance.
-    const auto surfaceArray = [&](GLuint mesh, GLuint instances) {
-        GLuint array = 0;
-        glGenVertexArrays(1, &array);
-        glBindVertexArray(array);
-        glBindBuffer(GL_ARRAY_BUFFER, mesh);
-        glEnableVertexAttribArray(0);
-        glVertexAttribPointer(
-            0, 3, GL_FLOAT, GL_FALSE, sizeof(MeshVertex), offset(offsetof(MeshVertex, position)));
-        glEnableVertexAttribArray(1);
-        glVertexAttribPointer(
-            1, 3, GL_FLOAT, GL_FALSE, sizeof(MeshVertex), offset(offsetof(MeshVertex, normal)));
-        glBindBuffer(GL_ARRAY_BUFFER, instances);
-        const struct {
-            GLuint location;
-            GLint count;
-            size_t at;
-        } fields[] = { { 2, 3, offsetof(SceneInstance, base) }, { 3, 3, offsetof(SceneInstance, size) },
-            { 4, 4, offsetof(SceneInstance, color) }, { 5, 2, offsetof(SceneInstance, storeys) } };
-        for (const auto& field : fields) {
-            glEnableVertexAttribArray(field.location);
-            glVertexAttribPointer(
-                field.location, field.count, GL_FLOAT, GL_FALSE, sizeof(SceneInstance), offset(field.at));
-            glVertexAttribDivisor(field.location, 1);
-        }
-        return array;
-    };
     m_boxArray = surfaceArray(m_boxMesh, m_boxInstances);
     // The element buffer belongs to the vertex array bound while it is bound.
     glBindBuffer(GL_ELEMENT_ARRAY_BUFFER, m_boxIndices);
-    glBufferData(GL_ELEMENT_ARRAY_BUFFER, GLsizeiptr(indices.size() * sizeof(GLushort)), indices.data(),
-        GL_STATIC_DRAW);
+    glBufferData(GL_ELEMENT_ARRAY_BUFFER, GLsizeiptr(box.indices.size() * sizeof(GLushort)),
+        box.indices.data(), GL_STATIC_DRAW);
     m_planeArray = surfaceArray(m_planeMesh, m_planeInstances);
 
     glGenVertexArrays(1, &m_lineArray);
@@ -285,26 +199,55 @@ bool Renderer::initialize()
 
     // Drawing the shade texture takes no vertex data, but core profile wants a vertex array bound.
     glGenVertexArrays(1, &m_emptyArray);
+}
 
-    glGenTextures(1, &m_shadowTexture);
-    glBindTexture(GL_TEXTURE_2D, m_shadowTexture);
-    glTexImage2D(GL_TEXTURE_2D, 0, GL_DEPTH_COMPONENT24, shadowMapSize, shadowMapSize, 0, GL_DEPTH_COMPONENT,
-        GL_UNSIGNED_INT, nullptr);
-    glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MIN_FILTER, GL_LINEAR);
-    glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MAG_FILTER, GL_LINEAR);
-    glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_WRAP_S, GL_CLAMP_TO_EDGE);
-    glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_WRAP_T, GL_CLAMP_TO_EDGE);
+// Mesh attributes per vertex, the instance record per instance.
+GLuint Renderer::surfaceArray(GLuint mesh, GLuint instances)
+{
+    GLuint array = 0;
+    glGenVertexArrays(1, &array);
+    glBindVertexArray(array);
+    glBindBuffer(GL_ARRAY_BUFFER, mesh);
+    glEnableVertexAttribArray(0);
+    glVertexAttribPointer(
+        0, 3, GL_FLOAT, GL_FALSE, sizeof(MeshVertex), offset(offsetof(MeshVertex, position)));
+    glEnableVertexAttribArray(1);
+    glVertexAttribPointer(1, 3, GL_FLOAT, GL_FALSE, sizeof(MeshVertex), offset(offsetof(MeshVertex, normal)));
+    glBindBuffer(GL_ARRAY_BUFFER, instances);
+    const struct {
+        GLuint location;
+        GLint count;
+        size_t at;
+    } fields[] = { { 2, 3, offsetof(SceneInstance, base) }, { 3, 3, offsetof(SceneInstance, size) },
+        { 4, 4, offsetof(SceneInstance, color) }, { 5, 2, offsetof(SceneInstance, storeys) } };
+    for (const auto& field : fields) {
+        glEnableVertexAttribArray(field.location);
+        glVertexAttribPointer(
+            field.location, field.count, GL_FLOAT, GL_FALSE, sizeof(SceneInstance), offset(field.at));
+        glVertexAttribDivisor(field.location, 1);
+    }
+    return array;
+}
+
+// The sun's depth map and the shade texture baked from it, each with its framebuffer; the status of
+// the first framebuffer that is not complete, if any.
+GLenum Renderer::createShadowTargets()
+{
+    const auto texture = [&](GLint format, int size, GLenum layout, GLenum type) {
+        GLuint name = 0;
+        glGenTextures(1, &name);
+        glBindTexture(GL_TEXTURE_2D, name);
+        glTexImage2D(GL_TEXTURE_2D, 0, format, size, size, 0, layout, type, nullptr);
+        glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MIN_FILTER, GL_LINEAR);
+        glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MAG_FILTER, GL_LINEAR);
+        glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_WRAP_S, GL_CLAMP_TO_EDGE);
+        glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_WRAP_T, GL_CLAMP_TO_EDGE);
+        return name;
+    };
+    m_shadowTexture = texture(GL_DEPTH_COMPONENT24, shadowMapSize, GL_DEPTH_COMPONENT, GL_UNSIGNED_INT);
     glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_COMPARE_MODE, GL_COMPARE_REF_TO_TEXTURE);
     glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_COMPARE_FUNC, GL_LEQUAL);
-
-    glGenTextures(1, &m_shadeTexture);
-    glBindTexture(GL_TEXTURE_2D, m_shadeTexture);
-    glTexImage2D(
-        GL_TEXTURE_2D, 0, GL_R8, groundShadeSize, groundShadeSize, 0, GL_RED, GL_UNSIGNED_BYTE, nullptr);
-    glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MIN_FILTER, GL_LINEAR);
-    glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MAG_FILTER, GL_LINEAR);
-    glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_WRAP_S, GL_CLAMP_TO_EDGE);
-    glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_WRAP_T, GL_CLAMP_TO_EDGE);
+    m_shadeTexture = texture(GL_R8, groundShadeSize, GL_RED, GL_UNSIGNED_BYTE);
     glBindTexture(GL_TEXTURE_2D, 0);
 
     GLint previous = 0;
@@ -321,16 +264,7 @@ bool Renderer::initialize()
     if (status == GL_FRAMEBUFFER_COMPLETE)
         status = glCheckFramebufferStatus(GL_FRAMEBUFFER);
     glBindFramebuffer(GL_FRAMEBUFFER, GLuint(previous));
-    m_software = isSoftwareDriver(reinterpret_cast<const char*>(glGetString(GL_RENDERER)));
-    m_initialized = true;
-    if (status != GL_FRAMEBUFFER_COMPLETE) {
-        m_error = QStringLiteral("The shadows cannot be drawn (framebuffer status 0x%1).").arg(status, 0, 16);
-        release();
-        return false;
-    }
-    m_uploaded = false;
-    m_shadowShape.reset();
-    return true;
+    return status;
 }
 
 void Renderer::release()
@@ -479,6 +413,14 @@ void Renderer::prepareReduced(QSize size)
     m_reducedSize = size;
 }
 
+// What every program of a frame shares: the camera and the fog.
+struct Renderer::FrameView {
+    QMatrix4x4 viewProjection;
+    QVector4D depthRow;
+    QVector2D fogRange;
+    QVector3D fogColor;
+};
+
 void Renderer::render(const SceneController& scene, QSize pixels, float devicePixelRatio)
 {
     if (!m_initialized || pixels.isEmpty())
@@ -488,15 +430,7 @@ void Renderer::render(const SceneController& scene, QSize pixels, float devicePi
     const OrbitCamera& camera = scene.camera();
     const QVector3D towardEye = camera.eye() - camera.current.target;
     const int quarter = (towardEye.x() >= 0 ? 0 : 2) + (towardEye.z() >= 0 ? 0 : 1);
-    if (!m_uploaded || scene.generation() != m_generation)
-        upload(scene, quarter);
-    else if (quarter != m_boxQuarter)
-        uploadBoxes(scene, quarter);
-    const bool shadows = scene.shadowsEnabled() && scene.ground() && m_boxCount > 0;
-    if (shadows && m_shadowShape != scene.shapeGeneration()) {
-        drawShadows(scene);
-        glBindFramebuffer(GL_FRAMEBUFFER, GLuint(target));
-    }
+    const bool shadows = prepare(scene, quarter, GLuint(target));
 
     GLint multisampled = 0;
     glGetIntegerv(GL_SAMPLE_BUFFERS, &multisampled);
@@ -508,8 +442,45 @@ void Renderer::render(const SceneController& scene, QSize pixels, float devicePi
         glBindFramebuffer(GL_FRAMEBUFFER, m_reducedFramebuffer);
         devicePixelRatio /= 2;
     }
+    clear(scene.theme(), drawn);
 
-    const Theme& theme = scene.theme();
+    const FrameView frame = frameView(scene, float(pixels.width()) / float(pixels.height()));
+    // Buildings first: the lots they hide are then never shaded.
+    if (m_boxCount > 0)
+        drawBoxes(scene, frame, camera.perspective ? -1 : quarter, devicePixelRatio);
+    if (m_planeCount > 0)
+        drawPlanes(scene.theme(), frame, shadows);
+    if (m_lineCount > 0)
+        drawLines(frame);
+    glBindVertexArray(0);
+    glDisable(GL_CULL_FACE);
+    glDisable(GL_DEPTH_TEST);
+    if (reduced) {
+        glBindFramebuffer(GL_READ_FRAMEBUFFER, m_reducedFramebuffer);
+        glBindFramebuffer(GL_DRAW_FRAMEBUFFER, GLuint(target));
+        glBlitFramebuffer(0, 0, drawn.width(), drawn.height(), 0, 0, pixels.width(), pixels.height(),
+            GL_COLOR_BUFFER_BIT, GL_LINEAR);
+        glBindFramebuffer(GL_FRAMEBUFFER, GLuint(target));
+    }
+}
+
+// Uploads what changed and redraws the shadows when the shapes did; whether shadows are shown.
+bool Renderer::prepare(const SceneController& scene, int quarter, GLuint target)
+{
+    if (!m_uploaded || scene.generation() != m_generation)
+        upload(scene, quarter);
+    else if (quarter != m_boxQuarter)
+        uploadBoxes(scene, quarter);
+    const bool shadows = scene.shadowsEnabled() && scene.ground() && m_boxCount > 0;
+    if (shadows && m_shadowShape != scene.shapeGeneration()) {
+        drawShadows(scene);
+        glBindFramebuffer(GL_FRAMEBUFFER, target);
+    }
+    return shadows;
+}
+
+void Renderer::clear(const Theme& theme, QSize drawn)
+{
     glViewport(0, 0, drawn.width(), drawn.height());
     const QColor paper = theme.paper.toRgb();
     glClearColor(paper.redF(), paper.greenF(), paper.blueF(), 1);
@@ -521,88 +492,80 @@ void Renderer::render(const SceneController& scene, QSize pixels, float devicePi
     glEnable(GL_CULL_FACE);
     glCullFace(GL_BACK);
     glDisable(GL_BLEND);
+}
 
-    const float aspect = float(pixels.width()) / float(pixels.height());
+Renderer::FrameView Renderer::frameView(const SceneController& scene, float aspect) const
+{
+    const OrbitCamera& camera = scene.camera();
     const QMatrix4x4 view = camera.viewMatrix();
-    const QMatrix4x4 viewProjection = camera.projectionMatrix(aspect) * view;
-    const QVector4D depthRow = -view.row(2);
     // Fog starts a little behind the target and thickens toward the far edge of the layout.
     const float depth = camera.distance();
     const float radius = std::max(scene.bounds().extent().length() / 2, 4.0f);
-    const QVector2D fogRange(depth + radius * 0.2f, depth + radius * 1.3f);
-    const float fogMax = 0.55f;
-    const QVector3D fogColor = rgb(theme.paper);
+    return { camera.projectionMatrix(aspect) * view, -view.row(2),
+        QVector2D(depth + radius * 0.2f, depth + radius * 1.3f), rgb(scene.theme().paper) };
+}
 
-    // Buildings first: the lots they hide are then never shaded.
-    if (m_boxCount > 0) {
-        m_box->bind();
-        m_box->setUniformValue("viewProjection", viewProjection);
-        m_box->setUniformValue("depthRow", depthRow);
-        m_box->setUniformValue("lightDirection", lightDirection());
-        m_box->setUniformValue("sunTint", rgb(theme.sunTint));
-        m_box->setUniformValue("shadeTint", rgb(theme.shadeTint));
-        m_box->setUniformValue("fogRange", fogRange);
-        m_box->setUniformValue("fogMax", fogMax);
-        m_box->setUniformValue("fogColor", fogColor);
-        // One storey a eighteenth of the tallest building, so that any city shows about as many.
-        m_box->setUniformValue("storey", std::max(scene.layout().peak / 18, 0.25f));
-        // The theme's floor line is a whisper; walls need it a little stronger to read.
-        const QColor line = theme.floorLine.toRgb();
-        m_box->setUniformValue("lineTint", QVector4D(rgb(line), std::min(float(line.alphaF()) * 2.5f, 1.0f)));
-        m_box->setUniformValue("pixelRatio", std::max(devicePixelRatio, 0.25f));
-        GLsizei count = allFaces;
-        const void* first = nullptr;
-        if (!camera.perspective) {
-            count = visibleFaces;
-            first = offset(size_t(allFaces + quarter * visibleFaces) * sizeof(GLushort));
-        }
-        glBindVertexArray(m_boxArray);
-        glDrawElementsInstanced(GL_TRIANGLES, count, GL_UNSIGNED_SHORT, first, m_boxCount);
-        m_box->release();
+void Renderer::bindFrame(QOpenGLShaderProgram& program, const FrameView& frame)
+{
+    program.bind();
+    program.setUniformValue("viewProjection", frame.viewProjection);
+    program.setUniformValue("depthRow", frame.depthRow);
+    program.setUniformValue("fogRange", frame.fogRange);
+    program.setUniformValue("fogMax", 0.55f);
+    program.setUniformValue("fogColor", frame.fogColor);
+}
+
+// `quarter` is the quarter an orthographic camera looks from, whose three visible faces are all
+// that is drawn; -1 draws every face.
+void Renderer::drawBoxes(const SceneController& scene, const FrameView& frame, int quarter, float pixelRatio)
+{
+    const Theme& theme = scene.theme();
+    bindFrame(*m_box, frame);
+    m_box->setUniformValue("lightDirection", lightDirection());
+    m_box->setUniformValue("sunTint", rgb(theme.sunTint));
+    m_box->setUniformValue("shadeTint", rgb(theme.shadeTint));
+    // One storey a eighteenth of the tallest building, so that any city shows about as many.
+    m_box->setUniformValue("storey", std::max(scene.layout().peak / 18, 0.25f));
+    // The theme's floor line is a whisper; walls need it a little stronger to read.
+    const QColor line = theme.floorLine.toRgb();
+    m_box->setUniformValue("lineTint", QVector4D(rgb(line), std::min(float(line.alphaF()) * 2.5f, 1.0f)));
+    m_box->setUniformValue("pixelRatio", std::max(pixelRatio, 0.25f));
+    GLsizei count = allFaces;
+    const void* first = nullptr;
+    if (quarter >= 0) {
+        count = visibleFaces;
+        first = offset(size_t(allFaces + quarter * visibleFaces) * sizeof(GLushort));
     }
-    if (m_planeCount > 0) {
-        m_plane->bind();
-        m_plane->setUniformValue("viewProjection", viewProjection);
-        m_plane->setUniformValue("depthRow", depthRow);
-        m_plane->setUniformValue("fogRange", fogRange);
-        m_plane->setUniformValue("fogMax", fogMax);
-        m_plane->setUniformValue("fogColor", fogColor);
-        m_plane->setUniformValue("shadeRect", m_shadeRect);
-        m_plane->setUniformValue("topLight", 0.86f + 0.14f * lightDirection().y());
-        m_plane->setUniformValue("shadowColor", rgb(theme.shadow));
-        const QColor kerb = theme.dark ? theme.paper : mix(theme.stoneDark, theme.ink3, 0.35);
-        m_plane->setUniformValue("kerbTint", QVector4D(rgb(kerb), theme.dark ? 0.75f : 0.6f));
-        m_plane->setUniformValue("shadows", shadows);
-        m_plane->setUniformValue("groundShade", 0);
-        glActiveTexture(GL_TEXTURE0);
-        glBindTexture(GL_TEXTURE_2D, m_shadeTexture);
-        glBindVertexArray(m_planeArray);
-        glDrawArraysInstanced(GL_TRIANGLES, 0, 6, m_planeCount);
-        glBindTexture(GL_TEXTURE_2D, 0);
-        m_plane->release();
-    }
-    if (m_lineCount > 0) {
-        glEnable(GL_BLEND);
-        glBlendFunc(GL_SRC_ALPHA, GL_ONE_MINUS_SRC_ALPHA);
-        m_line->bind();
-        m_line->setUniformValue("viewProjection", viewProjection);
-        m_line->setUniformValue("depthRow", depthRow);
-        m_line->setUniformValue("fogRange", fogRange);
-        m_line->setUniformValue("fogMax", fogMax);
-        m_line->setUniformValue("fogColor", fogColor);
-        glBindVertexArray(m_lineArray);
-        glDrawArrays(GL_LINES, 0, m_lineCount);
-        m_line->release();
-        glDisable(GL_BLEND);
-    }
-    glBindVertexArray(0);
-    glDisable(GL_CULL_FACE);
-    glDisable(GL_DEPTH_TEST);
-    if (reduced) {
-        glBindFramebuffer(GL_READ_FRAMEBUFFER, m_reducedFramebuffer);
-        glBindFramebuffer(GL_DRAW_FRAMEBUFFER, GLuint(target));
-        glBlitFramebuffer(0, 0, drawn.width(), drawn.height(), 0, 0, pixels.width(), pixels.height(),
-            GL_COLOR_BUFFER_BIT, GL_LINEAR);
-        glBindFramebuffer(GL_FRAMEBUFFER, GLuint(target));
-    }
+    glBindVertexArray(m_boxArray);
+    glDrawElementsInstanced(GL_TRIANGLES, count, GL_UNSIGNED_SHORT, first, m_boxCount);
+    m_box->release();
+}
+
+void Renderer::drawPlanes(const Theme& theme, const FrameView& frame, bool shadows)
+{
+    bindFrame(*m_plane, frame);
+    m_plane->setUniformValue("shadeRect", m_shadeRect);
+    m_plane->setUniformValue("topLight", 0.86f + 0.14f * lightDirection().y());
+    m_plane->setUniformValue("shadowColor", rgb(theme.shadow));
+    const QColor kerb = theme.dark ? theme.paper : mix(theme.stoneDark, theme.ink3, 0.35);
+    m_plane->setUniformValue("kerbTint", QVector4D(rgb(kerb), theme.dark ? 0.75f : 0.6f));
+    m_plane->setUniformValue("shadows", shadows);
+    m_plane->setUniformValue("groundShade", 0);
+    glActiveTexture(GL_TEXTURE0);
+    glBindTexture(GL_TEXTURE_2D, m_shadeTexture);
+    glBindVertexArray(m_planeArray);
+    glDrawArraysInstanced(GL_TRIANGLES, 0, 6, m_planeCount);
+    glBindTexture(GL_TEXTURE_2D, 0);
+    m_plane->release();
+}
+
+void Renderer::drawLines(const FrameView& frame)
+{
+    glEnable(GL_BLEND);
+    glBlendFunc(GL_SRC_ALPHA, GL_ONE_MINUS_SRC_ALPHA);
+    bindFrame(*m_line, frame);
+    glBindVertexArray(m_lineArray);
+    glDrawArrays(GL_LINES, 0, m_lineCount);
+    m_line->release();
+    glDisable(GL_BLEND);
 }

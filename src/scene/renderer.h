@@ -11,6 +11,7 @@
 
 class QOpenGLShaderProgram;
 class SceneController;
+struct Theme;
 
 // Draws a SceneController with OpenGL 3.3 core: buildings as instanced boxes with storey lines,
 // lots and the ground as instanced planes, connections as lines, a sun whose shadows fall on the
@@ -59,6 +60,21 @@ public:
     static QVector3D lightDirection();
 
 private:
+    struct FrameView;
+
+    bool checkContext();
+    bool buildPrograms();
+    void createGeometry();
+    GLuint surfaceArray(GLuint mesh, GLuint instances);
+    GLenum createShadowTargets();
+
+    bool prepare(const SceneController& scene, int quarter, GLuint target);
+    void clear(const Theme& theme, QSize drawn);
+    FrameView frameView(const SceneController& scene, float aspect) const;
+    void bindFrame(QOpenGLShaderProgram& program, const FrameView& frame);
+    void drawBoxes(const SceneController& scene, const FrameView& frame, int quarter, float pixelRatio);
+    void drawPlanes(const Theme& theme, const FrameView& frame, bool shadows);
+    void drawLines(const FrameView& frame);
     void upload(const SceneController& scene, int quarter);
     void prepareReduced(QSize size);
     void uploadBoxes(const SceneController& scene, int quarter);
