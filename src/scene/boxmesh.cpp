@@ -1,4 +1,4 @@
-#include "scene/boxmesh.h"
+#include "scene/boxmesh_p.h"
 
 #include <QVector3D>
 

@@ -1,9 +1,9 @@
 #include "scene/renderer.h"
 
-#include "scene/boxmesh.h"
+#include "scene/boxmesh_p.h"
 #include "scene/colorcontext.h"
 #include "scene/scenecontroller.h"
-#include "scene/shaders.h"
+#include "scene/shaders_p.h"
 
 #include <QGuiApplication>
 #include <QOffscreenSurface>
