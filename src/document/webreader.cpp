@@ -1,9 +1,10 @@
 #include "document/webreader.h"
 
-#include "document/native/creader.h"
 #include "document/markup/markupreader.h"
+#include "document/native/creader.h"
 #include "document/native/rustreader.h"
 #include "document/scriptsymbol.h"
+#include "text/bytetext.h"
 
 namespace WebReader {
 
@@ -152,7 +153,7 @@ std::optional<WebDocument> read(QByteArrayView utf8, QStringView pathExtension)
     document.program = QStringLiteral("JavaScript");
     document.programTitle = QStringLiteral("JS");
     document.programFile = QStringLiteral("x.js");
-    document.stats.lines = utf8.count('\n') + 1;
+    document.stats.lines = ByteText::lineCount(utf8);
     switch (*source) {
     case Source::native: readNative(builder, utf8, extension); break;
     case Source::rust: readRust(builder, utf8); break;

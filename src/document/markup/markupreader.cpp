@@ -1,6 +1,6 @@
 #include "document/markup/markupreader.h"
 
-#include "text/sourcetext.h"
+#include "text/bytetext.h"
 
 #include <algorithm>
 #include <cstring>
@@ -32,10 +32,10 @@ namespace MarkupReader {
 
 namespace {
 
-using SourceText::isSpace;
-using SourceText::view;
+using ByteText::isSpace;
+using ByteText::view;
 
-using SourceText::among;
+using ByteText::among;
 
 bool isVoid(QByteArrayView tag)
 {
@@ -151,7 +151,7 @@ qsizetype Scanner::findClosing(QByteArrayView tag, qsizetype from) const
 {
     for (qsizetype at = find("</", from); at >= 0; at = find("</", at + 2)) {
         const QByteArrayView after = m_text.sliced(at + 2);
-        if (after.size() >= tag.size() && SourceText::lowered(after.first(tag.size())) == tag)
+        if (after.size() >= tag.size() && ByteText::lowered(after.first(tag.size())) == tag)
             return at;
     }
     return -1;
@@ -171,9 +171,9 @@ void Scanner::takeText(qsizetype from, qsizetype to)
     if (!element.text.isEmpty())
         return;
     constexpr qsizetype window = 81 * 64;
-    const QByteArray text = decoded(SourceText::collapsed(m_text.sliced(from, std::min(to - from, window))));
+    const QByteArray text = decoded(ByteText::collapsed(m_text.sliced(from, std::min(to - from, window))));
     if (!text.isEmpty())
-        element.text = SourceText::shortened(text, 81, 78);
+        element.text = ByteText::shortened(text, 81, 78);
 }
 
 void Scanner::close(qsizetype index, qsizetype at, qsizetype end)
@@ -194,7 +194,7 @@ void Scanner::closeTag()
     qsizetype j = m_at + 2;
     while (j < m_text.size() && !isSpace(m_text[j]) && m_text[j] != '>')
         ++j;
-    const QByteArray tag = SourceText::lowered(m_text.sliced(m_at + 2, j - m_at - 2));
+    const QByteArray tag = ByteText::lowered(m_text.sliced(m_at + 2, j - m_at - 2));
     const qsizetype gt = find(">", j);
     const qsizetype end = gt < 0 ? m_text.size() : gt + 1;
     // The nearest open element of the name closes, with any opened inside it; a stray tag does nothing.
@@ -222,7 +222,7 @@ void Scanner::startTag()
         return;
     }
     MarkupElement element;
-    element.tag = SourceText::lowered(m_text.sliced(m_at + 1, j - m_at - 1));
+    element.tag = ByteText::lowered(m_text.sliced(m_at + 1, j - m_at - 1));
     element.start = start;
     bool selfClosed = false;
     QByteArray rel;
@@ -249,7 +249,7 @@ void Scanner::startTag()
         const qsizetype nameStart = j;
         while (j < size && !isSpace(m_text[j]) && m_text[j] != '=' && m_text[j] != '>' && m_text[j] != '/')
             ++j;
-        const QByteArray name = SourceText::lowered(m_text.sliced(nameStart, j - nameStart));
+        const QByteArray name = ByteText::lowered(m_text.sliced(nameStart, j - nameStart));
         if (name.isEmpty()) {
             ++j; // a stray "="
             continue;
@@ -279,7 +279,7 @@ void Scanner::startTag()
         if (name == "id") {
             element.id = value;
         } else if (name == "class") {
-            for (const QByteArray& word : SourceText::collapsed(value).split(' ')) {
+            for (const QByteArray& word : ByteText::collapsed(value).split(' ')) {
                 if (!word.isEmpty())
                     element.classes.append(word);
             }
@@ -288,7 +288,7 @@ void Scanner::startTag()
         } else if (name == "type") {
             element.type = value;
         } else if (name == "rel") {
-            rel = SourceText::lowered(value);
+            rel = ByteText::lowered(value);
         } else if (name.startsWith("on") && !value.isEmpty()) {
             element.handlers.append(decoded(value));
         }
@@ -353,7 +353,7 @@ Reading Scanner::run()
         }
         const qsizetype at = lt - m_text.data();
         const char next = at + 1 < size ? m_text[at + 1] : '\0';
-        const bool tagStart = SourceText::isLetter(next) || next == '/' || next == '!' || next == '?';
+        const bool tagStart = ByteText::isLetter(next) || next == '/' || next == '!' || next == '?';
         if (!tagStart) {
             m_at = at + 1; // "a < b" is text
             continue;

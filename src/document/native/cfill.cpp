@@ -1,6 +1,6 @@
 #include "document/native/cparser_p.h"
 
-#include "text/sourcetext.h"
+#include "text/bytetext.h"
 
 namespace CReader {
 
@@ -8,7 +8,7 @@ namespace {
 
 using Kind = Token::Kind;
 
-using SourceText::among;
+using ByteText::among;
 
 } // namespace
 
@@ -43,10 +43,10 @@ std::optional<QByteArrayView> Parser::passedName(qsizetype from, qsizetype to) c
 void Parser::fill(qsizetype open, qsizetype close, NativeSymbol& function) const
 {
     ScriptSymbol& symbol = function.symbol;
-    SourceText::UniqueNames calls(symbol.calls);
-    SourceText::UniqueNames methodCalls(symbol.methodCalls);
-    SourceText::UniqueNames constructs(symbol.constructs);
-    SourceText::UniqueNames passed(symbol.passed);
+    ByteText::UniqueNames calls(symbol.calls);
+    ByteText::UniqueNames methodCalls(symbol.methodCalls);
+    ByteText::UniqueNames constructs(symbol.constructs);
+    ByteText::UniqueNames passed(symbol.passed);
     qsizetype constructed = -1;
     for (qsizetype i = open + 1; i < close; ++i) {
         if (!isWord(i))

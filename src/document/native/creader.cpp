@@ -1,7 +1,7 @@
 #include "document/native/creader.h"
 
 #include "document/native/cparser_p.h"
-#include "text/sourcetext.h"
+#include "text/bytetext.h"
 
 #include <cstring>
 
@@ -9,10 +9,10 @@ namespace CReader {
 
 namespace {
 
-using SourceText::isDigit;
-using SourceText::isLetter;
-using SourceText::isWordByte;
-using SourceText::isWordStart;
+using ByteText::isDigit;
+using ByteText::isLetter;
+using ByteText::isWordByte;
+using ByteText::isWordStart;
 using Kind = Token::Kind;
 
 class Tokeniser {
@@ -38,11 +38,11 @@ private:
     }
     qsizetype find(std::string_view what, qsizetype from) const
     {
-        const size_t found = SourceText::view(m_text).find(what, size_t(from));
+        const size_t found = ByteText::view(m_text).find(what, size_t(from));
         return found == std::string_view::npos ? m_text.size() : qsizetype(found);
     }
     qsizetype directiveEnd(qsizetype at) const;
-    qsizetype stringEnd(qsizetype at) const { return SourceText::quotedEnd(m_text, at); }
+    qsizetype stringEnd(qsizetype at) const { return ByteText::quotedEnd(m_text, at); }
     qsizetype rawStringEnd(qsizetype quote) const;
 
     QByteArrayView m_text;
@@ -55,10 +55,9 @@ private:
 qsizetype Tokeniser::directiveEnd(qsizetype at) const
 {
     for (;;) {
-        const void* newline = std::memchr(m_text.data() + at, '\n', size_t(m_text.size() - at));
-        if (!newline)
-            return m_text.size();
-        qsizetype end = static_cast<const char*>(newline) - m_text.data();
+        const qsizetype end = ByteText::lineEnd(m_text, at);
+        if (end == m_text.size())
+            return end;
         qsizetype last = end - 1;
         if (last >= at && m_text[last] == '\r')
             --last;
@@ -107,8 +106,7 @@ std::vector<Token> Tokeniser::run()
         }
         lineStart = false;
         if (c == '/' && next == '/') {
-            const void* newline = std::memchr(m_text.data() + at, '\n', size_t(size - at));
-            m_at = newline ? static_cast<const char*>(newline) - m_text.data() : size;
+            m_at = ByteText::lineEnd(m_text, at);
         } else if (c == '/' && next == '*') {
             advance(std::min(size, find("*/", at + 2) + 2));
         } else if (isDigit(c)) {

@@ -1,6 +1,6 @@
 #include "document/native/rustparser_p.h"
 
-#include "text/sourcetext.h"
+#include "text/bytetext.h"
 
 namespace RustReader {
 
@@ -9,7 +9,7 @@ namespace {
 using Kind = Token::Kind;
 using SKind = ScriptSymbol::Kind;
 
-using SourceText::among;
+using ByteText::among;
 
 } // namespace
 
@@ -127,7 +127,7 @@ void Parser::items(qsizetype from, qsizetype to, Owner owner, bool inTrait, int 
                 while (typeEnd >= 0 && typeEnd < end && !isPunct(typeEnd, "=") && !isPunct(typeEnd, ";"))
                     ++typeEnd;
                 if (colon >= 0 && typeEnd > colon)
-                    constant.symbol.detail = SourceText::collapsed(text(colon, typeEnd - 1));
+                    constant.symbol.detail = ByteText::collapsed(text(colon, typeEnd - 1));
                 span(constant.symbol, start, end - 1);
                 add(std::move(constant), owner);
             }
@@ -171,7 +171,7 @@ qsizetype Parser::function(qsizetype from, qsizetype at, qsizetype limit, Owner 
     function.member = member;
     function.symbol.name = text(at + 1).toByteArray();
     function.symbol.detail
-        = SourceText::shortened(SourceText::collapsed(text(k, paramsClose).left(8192)), 81, 78);
+        = ByteText::shortened(ByteText::collapsed(text(k, paramsClose).left(8192)), 81, 78);
     span(function.symbol, from, close);
     for (const auto& [open, attributeClose] : attributes) {
         if (const std::optional<AttributeEvent> marked = attributeEvent(open, attributeClose)) {
@@ -279,11 +279,11 @@ void Parser::fields(qsizetype open, qsizetype close, qsizetype owner, bool varia
             field.member = true;
             if (tuple) {
                 field.symbol.name = QByteArray::number(position);
-                field.symbol.detail = SourceText::collapsed(text(name, end - 1));
+                field.symbol.detail = ByteText::collapsed(text(name, end - 1));
             } else if (isWord(name)) {
                 field.symbol.name = text(name).toByteArray();
                 if (!variants && isPunct(name + 1, ":") && name + 2 < end)
-                    field.symbol.detail = SourceText::collapsed(text(name + 2, end - 1));
+                    field.symbol.detail = ByteText::collapsed(text(name + 2, end - 1));
             }
             if (!field.symbol.name.isEmpty()) {
                 span(field.symbol, name, end - 1);
@@ -424,10 +424,10 @@ std::optional<QByteArrayView> Parser::passedName(qsizetype from, qsizetype to) c
 void Parser::fill(qsizetype open, qsizetype close, NativeSymbol& function) const
 {
     ScriptSymbol& symbol = function.symbol;
-    SourceText::UniqueNames calls(symbol.calls);
-    SourceText::UniqueNames methodCalls(symbol.methodCalls);
-    SourceText::UniqueNames constructs(symbol.constructs);
-    SourceText::UniqueNames passed(symbol.passed);
+    ByteText::UniqueNames calls(symbol.calls);
+    ByteText::UniqueNames methodCalls(symbol.methodCalls);
+    ByteText::UniqueNames constructs(symbol.constructs);
+    ByteText::UniqueNames passed(symbol.passed);
     for (qsizetype i = open + 1; i < close; ++i) {
         if (!isWord(i))
             continue;

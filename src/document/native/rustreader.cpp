@@ -1,13 +1,13 @@
 #include "document/native/rustreader.h"
 
 #include "document/native/rustparser_p.h"
-#include "text/sourcetext.h"
+#include "text/bytetext.h"
 
 namespace RustReader {
 
 namespace {
 
-using SourceText::among;
+using ByteText::among;
 
 } // namespace
 

@@ -1,6 +1,6 @@
 #include "document/native/rustparser_p.h"
 
-#include "text/sourcetext.h"
+#include "text/bytetext.h"
 
 #include <cstring>
 
@@ -9,9 +9,9 @@ namespace RustReader {
 namespace {
 
 using Kind = Token::Kind;
-using SourceText::isDigit;
-using SourceText::isWordByte;
-using SourceText::isWordStart;
+using ByteText::isDigit;
+using ByteText::isWordByte;
+using ByteText::isWordStart;
 
 // The length in bytes of the UTF-8 character that starts with this byte.
 qsizetype characterLength(char lead)
@@ -73,7 +73,7 @@ qsizetype Tokeniser::rawStringEnd(qsizetype r) const
         ++i;
     }
     const std::string closing = '"' + std::string(size_t(hashes), '#');
-    const size_t close = SourceText::view(m_text).find(closing, size_t(i + 1));
+    const size_t close = ByteText::view(m_text).find(closing, size_t(i + 1));
     return close == std::string_view::npos ? m_text.size() : qsizetype(close + closing.size());
 }
 
@@ -122,11 +122,10 @@ std::vector<Token> Tokeniser::run()
         if (c == '\n') {
             ++m_line;
             ++m_at;
-        } else if (SourceText::isSpace(c)) {
+        } else if (ByteText::isSpace(c)) {
             ++m_at;
         } else if (c == '/' && next == '/') {
-            const void* newline = std::memchr(m_text.data() + at, '\n', size_t(size - at));
-            m_at = newline ? static_cast<const char*>(newline) - m_text.data() : size;
+            m_at = ByteText::lineEnd(m_text, at);
         } else if (c == '/' && next == '*') {
             const qsizetype end = blockCommentEnd(at);
             m_line += std::count(m_text.begin() + at, m_text.begin() + end, '\n');

@@ -1,6 +1,6 @@
 #include "document/native/tokenscan_p.h"
 
-#include "text/sourcetext.h"
+#include "text/bytetext.h"
 
 namespace CReader {
 
@@ -10,7 +10,7 @@ TokenScan::TokenScan(QByteArrayView source, const std::vector<Token>& tokens)
     : m_source(source)
     , m_tokens(tokens)
 {
-    m_match = SourceText::matchBrackets(qsizetype(tokens.size()), [&](qsizetype i) {
+    m_match = ByteText::matchBrackets(qsizetype(tokens.size()), [&](qsizetype i) {
         const Token& token = tokens[size_t(i)];
         return token.kind == Kind::punct && token.end - token.start == 1 ? source[token.start] : '\0';
     });

@@ -6,9 +6,9 @@ namespace ScriptReader {
 
 namespace {
 
-using SourceText::UniqueNames;
+using ByteText::UniqueNames;
 
-using SourceText::among;
+using ByteText::among;
 
 // A word followed by "(" that is one of these is not a call.
 bool isStatementKeyword(QByteArrayView word)
@@ -23,7 +23,7 @@ QByteArray detailText(QByteArrayView text)
 {
     constexpr qsizetype window = 8192;
     QByteArray shown
-        = SourceText::shortened(SourceText::collapsed(text.first(std::min(text.size(), window))), 81, 78);
+        = ByteText::shortened(ByteText::collapsed(text.first(std::min(text.size(), window))), 81, 78);
     if (text.size() > window && !shown.endsWith("…"))
         shown += "…";
     return shown;
@@ -35,16 +35,16 @@ QByteArray tagOf(QByteArrayView selector)
     qsizetype start = selector.size();
     while (start > 0) {
         const char c = selector[start - 1];
-        if (SourceText::isSpace(c) || c == '>' || c == '+' || c == '~' || c == ',')
+        if (ByteText::isSpace(c) || c == '>' || c == '+' || c == '~' || c == ',')
             break;
         --start;
     }
     qsizetype end = start;
     while (end < selector.size()
-        && (SourceText::isLetter(selector[end]) || SourceText::isDigit(selector[end])
+        && (ByteText::isLetter(selector[end]) || ByteText::isDigit(selector[end])
             || selector[end] == '-'))
         ++end;
-    return SourceText::lowered(selector.sliced(start, end - start));
+    return ByteText::lowered(selector.sliced(start, end - start));
 }
 
 } // namespace
@@ -196,13 +196,13 @@ std::optional<QByteArray> Parser::queried(qsizetype word) const
     if (argument != Token::Kind::string && argument != Token::Kind::templateLiteral)
         return std::nullopt;
     const QByteArrayView name = text(word);
-    const QByteArrayView value = SourceText::unquoted(text(word + 2));
+    const QByteArrayView value = ByteText::unquoted(text(word + 2));
     if (name == "getElementById")
         return '#' + value.toByteArray();
     if (name == "getElementsByClassName")
         return '.' + value.toByteArray();
     if (name == "getElementsByTagName")
-        return SourceText::lowered(value);
+        return ByteText::lowered(value);
     if (among(name, { "querySelector", "querySelectorAll", "closest", "matches" }))
         return value.toByteArray();
     return std::nullopt;
@@ -237,10 +237,10 @@ Parser::Receiver Parser::element(qsizetype dot)
         m_assignments.emplace();
         for (qsizetype i = 0; i + 2 < qsizetype(m_tokens.size()); ++i) {
             if (isWord(i) && isPunct(i + 1, '=') && !isPunct(i + 2, '='))
-                (*m_assignments)[SourceText::view(text(i))].push_back(qint32(i));
+                (*m_assignments)[ByteText::view(text(i))].push_back(qint32(i));
         }
     }
-    const auto places = m_assignments->find(SourceText::view(name));
+    const auto places = m_assignments->find(ByteText::view(name));
     if (places == m_assignments->end())
         return receiver;
     const auto after = std::lower_bound(places->second.begin(), places->second.end(), qint32(at));
@@ -305,7 +305,7 @@ void Parser::collect(ScriptSymbol& symbol, const Found& found) const
                 const qsizetype close = closing(i + 1, to + 1);
                 for (qsizetype k = i + 2; k < close; k = nextComma(k, close) + 1) {
                     if (m_tokens[size_t(k)].kind() == Token::Kind::string)
-                        selectors.add(QByteArray('.' + SourceText::unquoted(text(k)).toByteArray()));
+                        selectors.add(QByteArray('.' + ByteText::unquoted(text(k)).toByteArray()));
                     if (word == "toggle")
                         break;
                 }
@@ -319,7 +319,7 @@ ScriptSymbol Parser::symbol(const Found& found) const
 {
     ScriptSymbol symbol;
     symbol.kind = found.kind;
-    symbol.name = found.nameToken >= 0 ? SourceText::unquoted(text(found.nameToken)).toByteArray()
+    symbol.name = found.nameToken >= 0 ? ByteText::unquoted(text(found.nameToken)).toByteArray()
         : found.extra                  ? found.extra->name
                                        : QByteArray();
     if (symbol.name.isEmpty())

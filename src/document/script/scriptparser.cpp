@@ -6,7 +6,7 @@ namespace {
 
 using SKind = ScriptSymbol::Kind;
 
-using SourceText::among;
+using ByteText::among;
 
 bool isFunctionLike(SKind kind)
 {
@@ -146,7 +146,7 @@ std::optional<Parser::Parsed> Parser::klass(qsizetype from, qsizetype at, qsizet
     found.bodyTo = found.last;
     found.nameToken = qint32(nameAt);
     if (baseFrom >= 0 && baseTo >= baseFrom) {
-        found.more().base = SourceText::collapsed(QByteArrayView(text(baseFrom, baseTo)));
+        found.more().base = ByteText::collapsed(QByteArrayView(text(baseFrom, baseTo)));
         found.detail = Found::Detail::extends;
     }
     found.children = members(k, close, depth + 1);
@@ -175,10 +175,10 @@ std::optional<Parser::Parsed> Parser::assignment(
         if (name.size() > 2 && name.startsWith("on")) {
             const Receiver receiver = element(at - 1);
             Extra& extra = found.more();
-            extra.event = SourceText::lowered(name.sliced(2));
+            extra.event = ByteText::lowered(name.sliced(2));
             extra.selectors = receiver.selectors;
             extra.tag = receiver.tag;
-            extra.detail = SourceText::collapsed(QByteArrayView(text(found.detailFrom, found.detailTo)));
+            extra.detail = ByteText::collapsed(QByteArrayView(text(found.detailFrom, found.detailTo)));
             if (found.detail == Found::Detail::arrow)
                 extra.detail += " =>";
             found.kind = SKind::handler;
@@ -479,7 +479,7 @@ std::optional<Parser::Parsed> Parser::listener(qsizetype at, qsizetype limit, in
     if (eventAt < eventEnd) {
         const Token::Kind kind = m_tokens[size_t(eventAt)].kind();
         extra.event = kind == Token::Kind::string || kind == Token::Kind::templateLiteral
-            ? SourceText::unquoted(text(eventAt)).toByteArray()
+            ? ByteText::unquoted(text(eventAt)).toByteArray()
             : text(eventAt, eventEnd - 1);
     }
     const qsizetype handlerAt = eventEnd + 1;
@@ -494,7 +494,7 @@ std::optional<Parser::Parsed> Parser::listener(qsizetype at, qsizetype limit, in
             inline_ = arrow(handlerAt, k, close, depth);
         if (inline_) {
             const Found& code = inline_->found;
-            extra.detail = SourceText::collapsed(QByteArrayView(text(code.detailFrom, code.detailTo)));
+            extra.detail = ByteText::collapsed(QByteArrayView(text(code.detailFrom, code.detailTo)));
             if (code.detail == Found::Detail::arrow)
                 extra.detail += " =>";
             found.children = std::move(inline_->found.children);

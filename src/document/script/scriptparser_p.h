@@ -3,7 +3,7 @@
 // The declaration scan behind ScriptReader; not for use elsewhere.
 
 #include "document/script/scriptreader.h"
-#include "text/sourcetext.h"
+#include "text/bytetext.h"
 
 #include <QHash>
 
@@ -106,7 +106,7 @@ private:
     QByteArrayView m_source;
     const std::vector<Token>& m_tokens;
     const std::vector<qint32>& m_match;
-    SourceText::LineIndex m_lines;
+    ByteText::LineIndex m_lines;
     // Where each name is assigned, found once on the first listener that needs it.
     std::optional<std::unordered_map<std::string_view, std::vector<qint32>>> m_assignments;
 };

@@ -1,7 +1,7 @@
 #include "document/script/scriptreader.h"
 
 #include "document/script/scriptparser_p.h"
-#include "text/sourcetext.h"
+#include "text/bytetext.h"
 
 #include <cstring>
 
@@ -10,17 +10,17 @@ namespace ScriptReader {
 namespace {
 
 using Kind = Token::Kind;
-using SourceText::isDigit;
-using SourceText::isLetter;
+using ByteText::isDigit;
+using ByteText::isLetter;
 
 bool isIdentifierStart(char c)
 {
-    return SourceText::isWordStart(c) || c == '$';
+    return ByteText::isWordStart(c) || c == '$';
 }
 
 bool isIdentifierByte(char c)
 {
-    return SourceText::isWordByte(c) || c == '$';
+    return ByteText::isWordByte(c) || c == '$';
 }
 
 bool isHexDigit(char c)
@@ -33,7 +33,7 @@ bool opensRegex(QByteArrayView word)
 {
     static constexpr std::string_view words[] { "return", "typeof", "case", "in", "of", "new", "delete",
         "void", "instanceof", "do", "else", "yield", "await" };
-    return std::find(std::begin(words), std::end(words), SourceText::view(word)) != std::end(words);
+    return std::find(std::begin(words), std::end(words), ByteText::view(word)) != std::end(words);
 }
 
 class Tokenizer {
@@ -51,7 +51,7 @@ public:
 private:
     bool regexAllowed() const;
     void add(qsizetype start, qsizetype end, Kind kind) { m_tokens.emplace_back(start, end, kind); }
-    qsizetype quoted(qsizetype at) const { return SourceText::quotedEnd(m_text, at); }
+    qsizetype quoted(qsizetype at) const { return ByteText::quotedEnd(m_text, at); }
     qsizetype templateEnd(qsizetype at) const;
     qsizetype readRegex(qsizetype at) const;
     qsizetype find(qsizetype from, std::string_view what) const;
@@ -62,7 +62,7 @@ private:
 
 qsizetype Tokenizer::find(qsizetype from, std::string_view what) const
 {
-    const size_t found = SourceText::view(m_text).find(what, size_t(from));
+    const size_t found = ByteText::view(m_text).find(what, size_t(from));
     return found == std::string_view::npos ? m_text.size() : qsizetype(found);
 }
 
@@ -142,8 +142,7 @@ std::vector<Token> Tokenizer::run()
         if (c == '\n' || c == ' ' || c == '\t' || c == '\r') {
             ++i;
         } else if (c == '/' && next == '/') {
-            const void* newline = std::memchr(m_text.data() + i, '\n', size_t(size - i));
-            i = newline ? static_cast<const char*>(newline) - m_text.data() : size;
+            i = ByteText::lineEnd(m_text, i);
         } else if (c == '/' && next == '*') {
             const qsizetype close = find(i + 2, "*/");
             i = std::min(size, close + 2);
@@ -194,7 +193,7 @@ std::vector<Token> tokenize(QByteArrayView utf8)
 
 std::vector<qint32> brackets(const std::vector<Token>& tokens, QByteArrayView utf8)
 {
-    return SourceText::matchBrackets(qsizetype(tokens.size()), [&](qsizetype i) {
+    return ByteText::matchBrackets(qsizetype(tokens.size()), [&](qsizetype i) {
         const Token& token = tokens[size_t(i)];
         return token.kind() == Kind::punct && token.end() - token.start() == 1 ? utf8[token.start()] : '\0';
     });
@@ -216,7 +215,7 @@ QString tokenKindName(Token::Kind kind)
 Reading read(QByteArrayView utf8)
 {
     Reading reading;
-    if (SourceText::hasAtLeastCharacters(utf8, characterLimit)) {
+    if (ByteText::hasAtLeastCharacters(utf8, characterLimit)) {
         reading.truncated = true;
         return reading;
     }
