@@ -1,6 +1,7 @@
 #include "document/markup/markupreader.h"
 
 #include "text/bytetext.h"
+#include "text/nametable.h"
 
 #include <algorithm>
 #include <cstring>
@@ -17,15 +18,11 @@ QByteArray MarkupElement::name() const
     return shown;
 }
 
+constexpr auto markupElementKindNames = nameTable<MarkupElement::Kind>("element", "script", "style", "link");
+
 QString markupElementKindName(MarkupElement::Kind kind)
 {
-    switch (kind) {
-    case MarkupElement::Kind::element: return QStringLiteral("element");
-    case MarkupElement::Kind::script: return QStringLiteral("script");
-    case MarkupElement::Kind::style: return QStringLiteral("style");
-    case MarkupElement::Kind::link: return QStringLiteral("link");
-    }
-    return {};
+    return markupElementKindNames.name(kind);
 }
 
 namespace MarkupReader {

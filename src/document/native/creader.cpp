@@ -2,6 +2,7 @@
 
 #include "document/native/cparser_p.h"
 #include "text/bytetext.h"
+#include "text/nametable.h"
 
 #include <cstring>
 
@@ -196,16 +197,11 @@ Reading read(QByteArrayView utf8, bool cpp)
     return read(utf8, tokenise(utf8), cpp);
 }
 
+constexpr auto tokenKindNames = nameTable<Token::Kind>("word", "punct", "string", "number", "directive");
+
 QString tokenKindName(Token::Kind kind)
 {
-    switch (kind) {
-    case Kind::word: return QStringLiteral("word");
-    case Kind::punct: return QStringLiteral("punct");
-    case Kind::string: return QStringLiteral("string");
-    case Kind::number: return QStringLiteral("number");
-    case Kind::directive: return QStringLiteral("directive");
-    }
-    return {};
+    return tokenKindNames.name(kind);
 }
 
 } // namespace CReader

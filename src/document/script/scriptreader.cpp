@@ -2,6 +2,7 @@
 
 #include "document/script/scriptparser_p.h"
 #include "text/bytetext.h"
+#include "text/nametable.h"
 
 #include <cstring>
 
@@ -199,17 +200,12 @@ std::vector<qint32> brackets(const std::vector<Token>& tokens, QByteArrayView ut
     });
 }
 
+constexpr auto tokenKindNames
+    = nameTable<Token::Kind>("word", "punct", "string", "template", "number", "regex");
+
 QString tokenKindName(Token::Kind kind)
 {
-    switch (kind) {
-    case Kind::word: return QStringLiteral("word");
-    case Kind::punct: return QStringLiteral("punct");
-    case Kind::string: return QStringLiteral("string");
-    case Kind::templateLiteral: return QStringLiteral("template");
-    case Kind::number: return QStringLiteral("number");
-    case Kind::regex: return QStringLiteral("regex");
-    }
-    return {};
+    return tokenKindNames.name(kind);
 }
 
 Reading read(QByteArrayView utf8)

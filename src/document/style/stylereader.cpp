@@ -2,20 +2,16 @@
 
 #include "document/scriptsymbol.h"
 #include "text/bytetext.h"
+#include "text/nametable.h"
 
 #include <cstring>
 
+constexpr auto styleRuleKindNames
+    = nameTable<StyleRule::Kind>("rule", "media", "keyframes", "supports", "atRule", "statement");
+
 QString styleRuleKindName(StyleRule::Kind kind)
 {
-    switch (kind) {
-    case StyleRule::Kind::rule: return QStringLiteral("rule");
-    case StyleRule::Kind::media: return QStringLiteral("media");
-    case StyleRule::Kind::keyframes: return QStringLiteral("keyframes");
-    case StyleRule::Kind::supports: return QStringLiteral("supports");
-    case StyleRule::Kind::atRule: return QStringLiteral("atRule");
-    case StyleRule::Kind::statement: return QStringLiteral("statement");
-    }
-    return {};
+    return styleRuleKindNames.name(kind);
 }
 
 namespace StyleReader {
