@@ -65,9 +65,8 @@ void readPage(Builder& builder, QByteArrayView utf8)
 }
 
 // The root of a native file, its includes, then its symbols.
-template <typename Include>
 void addNative(Builder& builder, const QString& rootName, const std::vector<ScriptSymbol>& symbols,
-    const std::vector<Include>& includes, const QString& includeTag, bool cSystem)
+    const std::vector<CReader::Include>& includes, const QString& includeTag, bool cSystem)
 {
     WebDocument& document = builder.document;
     builder.reserve(withRoom(countOf(symbols) + qsizetype(includes.size())));
@@ -82,7 +81,7 @@ void addNative(Builder& builder, const QString& rootName, const std::vector<Scri
     const Builder::Id id = builder.add(std::move(root), std::nullopt);
     ++document.stats.scripts;
     document.stats.scriptLines = document.stats.lines;
-    for (const Include& include : includes) {
+    for (const CReader::Include& include : includes) {
         Node node;
         node.role = WebRole::external;
         node.stream = WebStream::script;

@@ -11,45 +11,23 @@ namespace CReader {
 namespace {
 
 using ByteText::isDigit;
-using ByteText::isLetter;
 using ByteText::isWordByte;
 using ByteText::isWordStart;
 using Kind = Token::Kind;
 
-class Tokeniser {
+// Directives, words, numbers, strings (raw ones too) and punctuation, "::" and "->" as one.
+class Tokeniser : TokenWriter {
 public:
     explicit Tokeniser(QByteArrayView text)
-        : m_text(text)
+        : TokenWriter(text)
     {
-        m_tokens.reserve(size_t(text.size())); // no token is shorter than a byte: it never grows
     }
     std::vector<Token> run();
 
 private:
-    void add(Kind kind, qsizetype start, qsizetype end, qint64 line)
-    {
-        m_tokens.push_back({ kind, qint32(line), qint32(start), qint32(end) });
-    }
-    // Moves to `end`, counting the newlines passed.
-    void advance(qsizetype end)
-    {
-        end = std::min(end, m_text.size());
-        m_line += std::count(m_text.begin() + m_at, m_text.begin() + end, '\n');
-        m_at = end;
-    }
-    qsizetype find(std::string_view what, qsizetype from) const
-    {
-        const size_t found = ByteText::view(m_text).find(what, size_t(from));
-        return found == std::string_view::npos ? m_text.size() : qsizetype(found);
-    }
     qsizetype directiveEnd(qsizetype at) const;
     qsizetype stringEnd(qsizetype at) const { return ByteText::quotedEnd(m_text, at); }
     qsizetype rawStringEnd(qsizetype quote) const;
-
-    QByteArrayView m_text;
-    std::vector<Token> m_tokens;
-    qsizetype m_at = 0;
-    qint64 m_line = 0;
 };
 
 // A directive runs to the end of its line, and on over lines that end in a backslash.
@@ -101,7 +79,7 @@ std::vector<Token> Tokeniser::run()
         }
         if (c == '#' && lineStart) {
             const qsizetype end = directiveEnd(at);
-            add(Kind::directive, at, end, m_line);
+            push(Kind::directive, at, end);
             advance(end);
             continue;
         }
@@ -114,31 +92,29 @@ std::vector<Token> Tokeniser::run()
             qsizetype end = at + 1;
             while (end < size && (isWordByte(m_text[end]) || m_text[end] == '.'))
                 ++end;
-            add(Kind::number, at, end, m_line);
+            push(Kind::number, at, end);
             m_at = end;
         } else if (c == '"' || c == '\'') {
             const qsizetype end = std::min(size, stringEnd(at));
-            add(Kind::string, at, end, m_line);
+            push(Kind::string, at, end);
             advance(end);
         } else if (isWordStart(c)) {
-            qsizetype end = at + 1;
-            while (end < size && isWordByte(m_text[end]))
-                ++end;
+            const qsizetype end = wordEnd(at + 1);
             const QByteArrayView word = m_text.sliced(at, end - at);
             if (end < size && m_text[end] == '"' && word.endsWith('R')
                 && (word == "R" || word == "u8R" || word == "uR" || word == "UR" || word == "LR")) {
                 const qsizetype stringEnd = rawStringEnd(end);
-                add(Kind::string, at, stringEnd, m_line);
+                push(Kind::string, at, stringEnd);
                 advance(stringEnd);
             } else {
-                add(Kind::word, at, end, m_line);
+                push(Kind::word, at, end);
                 m_at = end;
             }
         } else if ((c == ':' && next == ':') || (c == '-' && next == '>')) {
-            add(Kind::punct, at, at + 2, m_line);
+            push(Kind::punct, at, at + 2);
             m_at = at + 2;
         } else {
-            add(Kind::punct, at, at + 1, m_line);
+            push(Kind::punct, at, at + 1);
             m_at = at + 1;
         }
     }
@@ -182,14 +158,7 @@ Reading read(QByteArrayView utf8, const std::vector<Token>& tokens, bool cpp)
     const QByteArrayView readable = readablePart(utf8);
     Parser parser(readable, tokens, cpp);
     parser.run();
-    NativeHandlers::attachOutOfLine(parser.tree);
-    NativeHandlers::markHandlers(parser.tree);
-    NativeHandlers::linkPassed(parser.tree);
-    Reading reading;
-    reading.symbols = parser.tree.build();
-    reading.includes = std::move(parser.includes);
-    reading.truncated = parser.full || readable.size() < utf8.size();
-    return reading;
+    return parser.finish(readable.size() < utf8.size(), NativeHandlers::markHandlers);
 }
 
 Reading read(QByteArrayView utf8, bool cpp)

@@ -194,9 +194,7 @@ qsizetype Parser::function(qsizetype from, qsizetype at, qsizetype limit, Owner 
 std::optional<AttributeEvent> Parser::attributeEvent(qsizetype open, qsizetype close) const
 {
     // The last segment of the attribute's path: tokio::main gives main.
-    qsizetype name = open + 1;
-    while (isWord(name) && isPunct(name + 1, "::") && isWord(name + 2))
-        name += 2;
+    const qsizetype name = lastOfPath(open + 1);
     if (!isWord(name) || name >= close)
         return std::nullopt;
     const QByteArrayView word = text(name);
@@ -303,10 +301,7 @@ qsizetype Parser::trait(qsizetype from, qsizetype at, qsizetype limit, Owner own
         k = skipAngles(k, limit);
     QByteArray base;
     if (isPunct(k, ":") && isWord(k + 1)) {
-        qsizetype b = k + 1;
-        while (isWord(b) && isPunct(b + 1, "::") && isWord(b + 2))
-            b += 2;
-        base = text(b).toByteArray();
+        base = text(lastOfPath(k + 1)).toByteArray();
     }
     while (k < limit && !isPunct(k, "{") && !isPunct(k, ";"))
         k = isPunct(k, "<") ? skipAngles(k, limit) : k + 1;
@@ -383,88 +378,6 @@ qsizetype Parser::module(qsizetype from, qsizetype at, qsizetype limit, Owner ow
     if (depth + 1 <= depthLimit)
         items(open + 1, close, id, false, depth + 1);
     return close + 1;
-}
-
-std::optional<QByteArrayView> Parser::passedName(qsizetype from, qsizetype to) const
-{
-    qsizetype k = from;
-    if (isWord(k, "move"))
-        ++k;
-    if (isPunct(k, "|")) {
-        // A closure whose body starts with a call hands over the function it calls.
-        qsizetype bar = k + 1;
-        while (bar < to && !isPunct(bar, "|"))
-            ++bar;
-        k = bar + 1;
-        if (isPunct(k, "{"))
-            ++k;
-        qsizetype last = -1;
-        while (isWord(k) && k < to) {
-            last = k++;
-            if (!isPunct(k, "::"))
-                break;
-            ++k;
-        }
-        return last >= 0 && isPunct(k, "(") ? std::optional(text(last)) : std::nullopt;
-    }
-    if (isPunct(k, "&"))
-        ++k;
-    qsizetype last = -1;
-    while (isWord(k) && k < to) {
-        last = k++;
-        if (!isPunct(k, "::") || k >= to)
-            break;
-        ++k;
-    }
-    if (last < 0 || k != to)
-        return std::nullopt;
-    return text(last);
-}
-
-void Parser::fill(qsizetype open, qsizetype close, NativeSymbol& function) const
-{
-    ScriptSymbol& symbol = function.symbol;
-    ByteText::UniqueNames calls(symbol.calls);
-    ByteText::UniqueNames methodCalls(symbol.methodCalls);
-    ByteText::UniqueNames constructs(symbol.constructs);
-    ByteText::UniqueNames passed(symbol.passed);
-    for (qsizetype i = open + 1; i < close; ++i) {
-        if (!isWord(i))
-            continue;
-        const QByteArrayView word = text(i);
-        const bool macro
-            = isPunct(i + 1, "!") && (isPunct(i + 2, "(") || isPunct(i + 2, "[") || isPunct(i + 2, "{"));
-        qsizetype arguments = macro ? i + 2 : i + 1;
-        if (isPunct(arguments, "::") && isPunct(arguments + 1, "<"))
-            arguments = skipAngles(arguments + 1, close); // turbofish: collect::<Vec<_>>()
-        if (!isPunct(arguments, "(") && !macro)
-            continue;
-        if (among(word,
-                { "if", "while", "match", "for", "return", "loop", "fn", "in", "as", "let", "mut", "ref",
-                    "move", "where", "unsafe", "async", "await", "impl", "dyn" }))
-            continue;
-        const bool member = isPunct(i - 1, ".") || isPunct(i - 1, "::");
-        (member ? methodCalls : calls).add(word);
-        if (isPunct(i - 1, "::"))
-            calls.add(word); // module::name( may be a module's function as well as an associated one
-        // Type::new(…) and its kin make a Type.
-        if (isPunct(i - 1, "::") && isWord(i - 2) && !text(i - 2).isEmpty() && text(i - 2).front() >= 'A'
-            && text(i - 2).front() <= 'Z'
-            && (among(word, { "new", "default", "from" }) || word.startsWith("with_")))
-            constructs.add(text(i - 2));
-        const qsizetype argumentsClose = closing(arguments, close);
-        QByteArrayList names;
-        for (qsizetype k = arguments + 1; k < argumentsClose;) {
-            const qsizetype end = argumentEnd(k, argumentsClose);
-            if (const std::optional<QByteArrayView> name = passedName(k, end)) {
-                names.append(name->toByteArray());
-                passed.add(*name);
-            }
-            k = end + 1;
-        }
-        if (!names.isEmpty() && !registers(word).isEmpty()) // only calls that register are kept
-            function.registrations.push_back({ word.toByteArray(), names });
-    }
 }
 
 } // namespace RustReader

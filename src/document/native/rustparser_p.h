@@ -7,6 +7,7 @@
 
 namespace RustReader {
 
+using CReader::BodyNames;
 using CReader::Token;
 
 // Words, punctuation, strings (raw ones and character literals too) and numbers; a lifetime such
@@ -34,7 +35,7 @@ private:
     void fields(qsizetype open, qsizetype close, qsizetype owner, bool variants);
     void fill(qsizetype open, qsizetype close, NativeSymbol& symbol) const;
     std::optional<AttributeEvent> attributeEvent(qsizetype open, qsizetype close) const;
-    std::optional<QByteArrayView> passedName(qsizetype from, qsizetype to) const;
+    std::optional<QByteArrayView> passedName(qsizetype from, qsizetype to) const override;
     qsizetype endOfItem(qsizetype at, qsizetype limit) const;
 
     std::vector<std::pair<qsizetype, qsizetype>> m_attributes; // the brackets of those before an item

@@ -91,4 +91,53 @@ void TokenScan::span(ScriptSymbol& symbol, qsizetype from, qsizetype through) co
         symbol.endLine += text(last).count('\n');
 }
 
+TokenScan::QualifiedName TokenScan::qualifiedName(qsizetype at, qsizetype limit) const
+{
+    QualifiedName name;
+    qsizetype k = at;
+    while (k < limit && isWord(k)) {
+        name.last = k++;
+        if (k < limit && isPunct(k, "::"))
+            ++k;
+        else
+            break;
+    }
+    name.end = k;
+    return name;
+}
+
+qsizetype TokenScan::lastOfPath(qsizetype at) const
+{
+    while (isWord(at) && isPunct(at + 1, "::") && isWord(at + 2))
+        at += 2;
+    return at;
+}
+
+QByteArrayList TokenScan::passedArguments(qsizetype open, qsizetype limit, BodyNames& names) const
+{
+    const qsizetype close = closing(open, limit);
+    QByteArrayList passed;
+    for (qsizetype k = open + 1; k < close;) {
+        const qsizetype end = argumentEnd(k, close);
+        if (const std::optional<QByteArrayView> name = passedName(k, end)) {
+            passed.append(name->toByteArray());
+            names.passed.add(*name);
+        }
+        k = end + 1;
+    }
+    return passed;
+}
+
+Reading TokenScan::finish(bool textCut, void (*markHandlers)(NativeTree& tree))
+{
+    NativeHandlers::attachOutOfLine(tree);
+    markHandlers(tree);
+    NativeHandlers::linkPassed(tree);
+    Reading reading;
+    reading.symbols = tree.build();
+    reading.includes = std::move(includes);
+    reading.truncated = full || textCut;
+    return reading;
+}
+
 } // namespace CReader
