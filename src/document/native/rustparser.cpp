@@ -39,15 +39,9 @@ void Parser::items(qsizetype from, qsizetype to, Owner owner, bool inTrait, int 
     m_attributes.clear();
     qsizetype i = from;
     while (i < to && !full) {
-        if (isPunct(i, "#")) {
-            const qsizetype open = isPunct(i + 1, "!") ? i + 2 : i + 1;
-            if (isPunct(open, "[")) {
-                const qsizetype close = closing(open, to);
-                if (open == i + 1)
-                    m_attributes.emplace_back(open, close);
-                i = close + 1;
-                continue;
-            }
+        if (const std::optional<qsizetype> past = attribute(i, to)) {
+            i = *past;
+            continue;
         }
         if (!isWord(i)) {
             if (isPunct(i, "{"))
@@ -57,22 +51,7 @@ void Parser::items(qsizetype from, qsizetype to, Owner owner, bool inTrait, int 
             continue;
         }
         const qsizetype start = i;
-        qsizetype k = i;
-        // Visibility and qualifiers before the item's keyword.
-        for (;;) {
-            if (isWord(k, "pub")) {
-                k = isPunct(k + 1, "(") ? closing(k + 1, to) + 1 : k + 1;
-            } else if (isWord(k) && among(text(k), { "async", "unsafe", "default", "const" }) && isWord(k + 1)
-                && among(text(k + 1), { "fn", "unsafe", "async", "extern", "impl", "trait" })) {
-                ++k;
-            } else if (isWord(k, "extern")
-                && (m_tokens.size() > size_t(k + 1) && m_tokens[size_t(k + 1)].kind == Kind::string)
-                && isWord(k + 2, "fn")) {
-                k += 2;
-            } else {
-                break;
-            }
-        }
+        const qsizetype k = itemKeyword(i, to);
         const QByteArrayView word = isWord(k) ? text(k) : QByteArrayView();
         if (word == "fn") {
             i = function(start, k, to, owner, owner.has_value() && inTrait);
@@ -85,53 +64,11 @@ void Parser::items(qsizetype from, qsizetype to, Owner owner, bool inTrait, int 
         } else if (word == "mod" && isWord(k + 1)) {
             i = module(start, k, to, owner, depth);
         } else if (word == "use" || (word == "extern" && isWord(k + 1, "crate"))) {
-            qsizetype end = k; // past the ";", over any {…} list of names
-            while (end < to && !isPunct(end, ";"))
-                end = isPunct(end, "{") ? closing(end, to) + 1 : end + 1;
-            end = std::min(end + 1, to);
-            const qsizetype pathFrom = word == "use" ? k + 1 : k + 2;
-            // The path as written, spaced only between words: std::{io, fs} gives std::{io,fs}.
-            QByteArray path;
-            for (qsizetype t = pathFrom; t < end - 1; ++t) {
-                if (t > pathFrom && isWord(t) && isWord(t - 1))
-                    path += ' ';
-                path += text(t);
-            }
-            if (path.startsWith("::"))
-                path = path.sliced(2);
-            const bool local
-                = path.startsWith("crate") || path.startsWith("self") || path.startsWith("super");
-            if (!path.isEmpty())
-                includes.push_back({ path, m_tokens[size_t(k)].line, !local });
-            i = end;
+            i = useDeclaration(k, word == "use" ? k + 1 : k + 2, to);
         } else if (word == "macro_rules" && isPunct(k + 1, "!") && isWord(k + 2)) {
-            NativeSymbol macro;
-            macro.symbol.kind = SKind::function;
-            macro.symbol.name = text(k + 2).toByteArray();
-            macro.symbol.detail = "macro";
-            const qsizetype end = endOfItem(k + 3, to);
-            span(macro.symbol, start, end - 1);
-            add(std::move(macro), owner);
-            i = end;
+            i = macroDefinition(start, k, to, owner);
         } else if ((word == "const" || word == "static") && isWord(k + 1)) {
-            qsizetype name = k + 1;
-            if (isWord(name, "mut"))
-                ++name;
-            const qsizetype end = endOfItem(k, to);
-            if (m_implDepth == 0 && (!owner || !tree[*owner].member)) {
-                NativeSymbol constant;
-                constant.symbol.kind = SKind::variable;
-                constant.symbol.name = text(name).toByteArray();
-                const qsizetype colon = isPunct(name + 1, ":") ? name + 2 : -1;
-                qsizetype typeEnd = colon;
-                while (typeEnd >= 0 && typeEnd < end && !isPunct(typeEnd, "=") && !isPunct(typeEnd, ";"))
-                    ++typeEnd;
-                if (colon >= 0 && typeEnd > colon)
-                    constant.symbol.detail = ByteText::collapsed(text(colon, typeEnd - 1));
-                span(constant.symbol, start, end - 1);
-                add(std::move(constant), owner);
-            }
-            i = end;
+            i = constant(start, k, to, owner);
         } else {
             i = k > i ? k : i + 1;
             if (word.isEmpty() || !among(word, { "type", "where" }))
@@ -140,6 +77,99 @@ void Parser::items(qsizetype from, qsizetype to, Owner owner, bool inTrait, int 
         }
         m_attributes.clear();
     }
+}
+
+// Past an attribute #[…] or #![…] at `at`; the outer ones are kept for the item they stand before.
+std::optional<qsizetype> Parser::attribute(qsizetype at, qsizetype limit)
+{
+    if (!isPunct(at, "#"))
+        return std::nullopt;
+    const qsizetype open = isPunct(at + 1, "!") ? at + 2 : at + 1;
+    if (!isPunct(open, "["))
+        return std::nullopt;
+    const qsizetype close = closing(open, limit);
+    if (open == at + 1)
+        m_attributes.emplace_back(open, close);
+    return close + 1;
+}
+
+// The item's keyword, past the visibility and qualifiers written before it.
+qsizetype Parser::itemKeyword(qsizetype at, qsizetype limit) const
+{
+    qsizetype k = at;
+    for (;;) {
+        if (isWord(k, "pub")) {
+            k = isPunct(k + 1, "(") ? closing(k + 1, limit) + 1 : k + 1;
+        } else if (isWord(k) && among(text(k), { "async", "unsafe", "default", "const" }) && isWord(k + 1)
+            && among(text(k + 1), { "fn", "unsafe", "async", "extern", "impl", "trait" })) {
+            ++k;
+        } else if (isWord(k, "extern")
+            && (m_tokens.size() > size_t(k + 1) && m_tokens[size_t(k + 1)].kind == Kind::string)
+            && isWord(k + 2, "fn")) {
+            k += 2;
+        } else {
+            return k;
+        }
+    }
+}
+
+// use a::b::{c, d}; or extern crate name;: an include of the path as written.
+qsizetype Parser::useDeclaration(qsizetype keyword, qsizetype pathFrom, qsizetype limit)
+{
+    qsizetype end = keyword; // past the ";", over any {…} list of names
+    while (end < limit && !isPunct(end, ";"))
+        end = isPunct(end, "{") ? closing(end, limit) + 1 : end + 1;
+    end = std::min(end + 1, limit);
+    // The path as written, spaced only between words: std::{io, fs} gives std::{io,fs}.
+    QByteArray path;
+    for (qsizetype t = pathFrom; t < end - 1; ++t) {
+        if (t > pathFrom && isWord(t) && isWord(t - 1))
+            path += ' ';
+        path += text(t);
+    }
+    if (path.startsWith("::"))
+        path = path.sliced(2);
+    const bool local = path.startsWith("crate") || path.startsWith("self") || path.startsWith("super");
+    if (!path.isEmpty())
+        includes.push_back({ path, m_tokens[size_t(keyword)].line, !local });
+    return end;
+}
+
+// macro_rules! name { … }
+qsizetype Parser::macroDefinition(qsizetype from, qsizetype at, qsizetype limit, Owner owner)
+{
+    NativeSymbol macro;
+    macro.symbol.kind = SKind::function;
+    macro.symbol.name = text(at + 2).toByteArray();
+    macro.symbol.detail = "macro";
+    const qsizetype end = endOfItem(at + 3, limit);
+    span(macro.symbol, from, end - 1);
+    add(std::move(macro), owner);
+    return end;
+}
+
+// A const or static item with its type; inside impl blocks and traits, associated constants are
+// passed over.
+qsizetype Parser::constant(qsizetype from, qsizetype at, qsizetype limit, Owner owner)
+{
+    qsizetype name = at + 1;
+    if (isWord(name, "mut"))
+        ++name;
+    const qsizetype end = endOfItem(at, limit);
+    if (m_implDepth > 0 || (owner && tree[*owner].member))
+        return end;
+    NativeSymbol constant;
+    constant.symbol.kind = SKind::variable;
+    constant.symbol.name = text(name).toByteArray();
+    const qsizetype colon = isPunct(name + 1, ":") ? name + 2 : -1;
+    qsizetype typeEnd = colon;
+    while (typeEnd >= 0 && typeEnd < end && !isPunct(typeEnd, "=") && !isPunct(typeEnd, ";"))
+        ++typeEnd;
+    if (colon >= 0 && typeEnd > colon)
+        constant.symbol.detail = ByteText::collapsed(text(colon, typeEnd - 1));
+    span(constant.symbol, from, end - 1);
+    add(std::move(constant), owner);
+    return end;
 }
 
 qsizetype Parser::function(qsizetype from, qsizetype at, qsizetype limit, Owner owner, bool member)

@@ -27,6 +27,11 @@ public:
     void items(qsizetype from, qsizetype to, std::optional<qsizetype> owner, bool inTrait, int depth);
 
 private:
+    std::optional<qsizetype> attribute(qsizetype at, qsizetype limit);
+    qsizetype itemKeyword(qsizetype at, qsizetype limit) const;
+    qsizetype useDeclaration(qsizetype keyword, qsizetype pathFrom, qsizetype limit);
+    qsizetype macroDefinition(qsizetype from, qsizetype at, qsizetype limit, Owner owner);
+    qsizetype constant(qsizetype from, qsizetype at, qsizetype limit, Owner owner);
     qsizetype function(qsizetype from, qsizetype at, qsizetype limit, Owner owner, bool member);
     qsizetype record(qsizetype from, qsizetype at, qsizetype limit, Owner owner);
     qsizetype trait(qsizetype from, qsizetype at, qsizetype limit, Owner owner, int depth);
