@@ -23,6 +23,8 @@ QString roleName(WebRole role)
 
 constexpr auto linkKindNames = nameTable<LinkKind>(
     "calls", "instantiates", "inherits", "listens", "touches", "styles", "uses", "animates");
+// A case added to either enumeration needs its name here too.
+static_assert(streamNames.size() == webStreams.size() && linkKindNames.size() == linkKinds.size());
 
 QString linkKindName(LinkKind kind)
 {
