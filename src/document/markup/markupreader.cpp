@@ -100,6 +100,7 @@ class Scanner {
 public:
     explicit Scanner(QByteArrayView text)
         : m_text(text)
+        , m_lines(text)
     {
     }
     Reading run();
@@ -123,7 +124,7 @@ private:
     void closeTag();
     void close(qsizetype index, qsizetype at, qsizetype end);
     void closeInnermost(qsizetype at);
-    qint64 lineAt(qsizetype offset);
+    qint64 lineAt(qsizetype offset) const { return m_lines.lineOf(offset); }
     qsizetype find(std::string_view what, qsizetype from) const;
     qsizetype findClosing(QByteArrayView tag, qsizetype from) const;
     QByteArrayView innermostTag() const;
@@ -135,20 +136,8 @@ private:
     std::vector<qsizetype> m_open;
     bool m_stopped = false;
     bool m_truncated = false;
-    qsizetype m_countedTo = 0; // newlines are counted up to here
-    qint64 m_line = 0;
+    ByteText::LineIndex m_lines;
 };
-
-qint64 Scanner::lineAt(qsizetype offset)
-{
-    offset = std::clamp<qsizetype>(offset, 0, m_text.size());
-    if (offset >= m_countedTo)
-        m_line += std::count(m_text.begin() + m_countedTo, m_text.begin() + offset, '\n');
-    else
-        m_line -= std::count(m_text.begin() + offset, m_text.begin() + m_countedTo, '\n');
-    m_countedTo = offset;
-    return m_line;
-}
 
 qsizetype Scanner::find(std::string_view what, qsizetype from) const
 {
