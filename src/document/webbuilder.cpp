@@ -2,6 +2,7 @@
 #include "document/script/scriptreader.h"
 #include "document/style/stylereader.h"
 #include "document/webreader.h"
+#include "text/bytetext.h"
 
 namespace WebReader {
 
@@ -9,6 +10,7 @@ namespace {
 
 using Node = WebDocument::Node;
 using SKind = ScriptSymbol::Kind;
+using ByteText::lineCount;
 
 QStringList texts(const QByteArrayList& list)
 {
@@ -17,11 +19,6 @@ QStringList texts(const QByteArrayList& list)
     for (const QByteArray& item : list)
         out.append(QString::fromUtf8(item));
     return out;
-}
-
-qint64 lineCount(QByteArrayView utf8)
-{
-    return utf8.count('\n') + 1;
 }
 
 QString counted(qsizetype count, const char* one, const char* many)

@@ -1,54 +1,34 @@
 #include "document/webdocument.h"
 
+#include "text/nametable.h"
+
 #include <algorithm>
 #include <functional>
 
+constexpr auto streamNames = nameTable<WebStream>("markup", "style", "script");
+
 QString streamName(WebStream stream)
 {
-    switch (stream) {
-    case WebStream::markup: return QStringLiteral("markup");
-    case WebStream::style: return QStringLiteral("style");
-    case WebStream::script: return QStringLiteral("script");
-    }
-    return {};
+    return streamNames.name(stream);
 }
+
+constexpr auto roleNames
+    = nameTable<WebRole>("group", "element", "styleBlock", "scriptBlock", "rule", "atRule", "keyframes",
+        "function", "klass", "method", "handler", "object", "variable", "external", "events", "event");
 
 QString roleName(WebRole role)
 {
-    switch (role) {
-    case WebRole::group: return QStringLiteral("group");
-    case WebRole::element: return QStringLiteral("element");
-    case WebRole::styleBlock: return QStringLiteral("styleBlock");
-    case WebRole::scriptBlock: return QStringLiteral("scriptBlock");
-    case WebRole::rule: return QStringLiteral("rule");
-    case WebRole::atRule: return QStringLiteral("atRule");
-    case WebRole::keyframes: return QStringLiteral("keyframes");
-    case WebRole::function: return QStringLiteral("function");
-    case WebRole::klass: return QStringLiteral("klass");
-    case WebRole::method: return QStringLiteral("method");
-    case WebRole::handler: return QStringLiteral("handler");
-    case WebRole::object: return QStringLiteral("object");
-    case WebRole::variable: return QStringLiteral("variable");
-    case WebRole::external: return QStringLiteral("external");
-    case WebRole::events: return QStringLiteral("events");
-    case WebRole::event: return QStringLiteral("event");
-    }
-    return {};
+    return roleNames.name(role);
 }
+
+constexpr auto linkKindNames = nameTable<LinkKind>(
+    "calls", "instantiates", "inherits", "listens", "touches", "styles", "uses", "animates");
+// A case added to either enumeration needs its name here too.
+static_assert(streamNames.size() == webStreams.size() && linkKindNames.size() == linkKinds.size());
 
 QString linkKindName(LinkKind kind)
 {
-    switch (kind) {
-    case LinkKind::calls: return QStringLiteral("calls");
-    case LinkKind::instantiates: return QStringLiteral("instantiates");
-    case LinkKind::inherits: return QStringLiteral("inherits");
-    case LinkKind::listens: return QStringLiteral("listens");
-    case LinkKind::touches: return QStringLiteral("touches");
-    case LinkKind::styles: return QStringLiteral("styles");
-    case LinkKind::uses: return QStringLiteral("uses");
-    case LinkKind::animates: return QStringLiteral("animates");
-    }
-    return {};
+    return linkKindNames.name(kind);
 }
 
 std::optional<WebStream> streamFromRaw(int raw)

@@ -1,9 +1,10 @@
 #include "document/webreader.h"
 
-#include "document/native/creader.h"
 #include "document/markup/markupreader.h"
+#include "document/native/creader.h"
 #include "document/native/rustreader.h"
 #include "document/scriptsymbol.h"
+#include "text/bytetext.h"
 
 namespace WebReader {
 
@@ -64,9 +65,8 @@ void readPage(Builder& builder, QByteArrayView utf8)
 }
 
 // The root of a native file, its includes, then its symbols.
-template <typename Include>
 void addNative(Builder& builder, const QString& rootName, const std::vector<ScriptSymbol>& symbols,
-    const std::vector<Include>& includes, const QString& includeTag, bool cSystem)
+    const std::vector<CReader::Include>& includes, const QString& includeTag, bool cSystem)
 {
     WebDocument& document = builder.document;
     builder.reserve(withRoom(countOf(symbols) + qsizetype(includes.size())));
@@ -81,7 +81,7 @@ void addNative(Builder& builder, const QString& rootName, const std::vector<Scri
     const Builder::Id id = builder.add(std::move(root), std::nullopt);
     ++document.stats.scripts;
     document.stats.scriptLines = document.stats.lines;
-    for (const Include& include : includes) {
+    for (const CReader::Include& include : includes) {
         Node node;
         node.role = WebRole::external;
         node.stream = WebStream::script;
@@ -152,7 +152,7 @@ std::optional<WebDocument> read(QByteArrayView utf8, QStringView pathExtension)
     document.program = QStringLiteral("JavaScript");
     document.programTitle = QStringLiteral("JS");
     document.programFile = QStringLiteral("x.js");
-    document.stats.lines = utf8.count('\n') + 1;
+    document.stats.lines = ByteText::lineCount(utf8);
     switch (*source) {
     case Source::native: readNative(builder, utf8, extension); break;
     case Source::rust: readRust(builder, utf8); break;

@@ -87,6 +87,10 @@ private:
     static Compound compound(QStringView text);
     bool matches(Id element, const Compound& compound) const;
     void addLink(Id from, Id to, LinkKind kind);
+    void linkHandlers(Id id, const WebDocument::Node& node);
+    void linkStyle(Id id, const WebDocument::Node& node);
+    void linkCode(Id id, const WebDocument::Node& node);
+    std::optional<Id> plainCallee(const QString& name, Id from) const;
 
     // Where each node was written: its parent before handlers were gathered under events, which is
     // the scope that decides between same-named definitions.

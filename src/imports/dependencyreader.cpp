@@ -1,7 +1,7 @@
 #include "imports/dependencyreader.h"
 
 #include "scan/parallel.h"
-#include "text/utf8text.h"
+#include "text/bytetext.h"
 
 #include <QElapsedTimer>
 #include <QFile>
@@ -151,8 +151,8 @@ Lookup Lookup::of(const DependencyGraph& graph)
     for (size_t i = 0; i < graph.files.size(); ++i) {
         const FileNode& file = *graph.files[i];
         const auto index = qint32(i);
-        lookup.byPath.try_emplace(Utf8Text::lower(file.relativePath.toUtf8()), index);
-        const std::string name = Utf8Text::lower(file.name.toUtf8());
+        lookup.byPath.try_emplace(ByteText::lower(file.relativePath.toUtf8()), index);
+        const std::string name = ByteText::lower(file.name.toUtf8());
         const size_t dot = name.rfind('.');
         if (dot != std::string::npos && dot > 0)
             lookup.byStem[name.substr(0, dot)].push_back(index);
@@ -166,7 +166,7 @@ Lookup Lookup::of(const DependencyGraph& graph)
         const FileNode* folder = pending.back();
         pending.pop_back();
         std::vector<qint32>* members
-            = folder == graph.root ? nullptr : &lookup.byFolder[Utf8Text::lower(folder->name.toUtf8())];
+            = folder == graph.root ? nullptr : &lookup.byFolder[ByteText::lower(folder->name.toUtf8())];
         for (auto child = folder->children.rbegin(); child != folder->children.rend(); ++child) {
             if ((*child)->isDirectory)
                 pending.push_back(child->get());
@@ -188,7 +188,7 @@ std::optional<qint32> resolve(
     QByteArrayView written = reference.name;
     if (written.startsWith("./"))
         written = written.sliced(2);
-    std::string name = Utf8Text::lower(written);
+    std::string name = ByteText::lower(written);
     if (language.syntax == Syntax::swift) {
         // A module is a folder of sources: its first file stands for it.
         const auto it = lookup.byFolder.find(name);
@@ -202,7 +202,7 @@ std::optional<qint32> resolve(
     // The importer's folder and each folder above it, nearest first, then the root.
     const bool nearFirst
         = reference.relative || language.syntax == Syntax::python || language.syntax == Syntax::rust;
-    std::string base = nearFirst ? Utf8Text::lower(QByteArrayView(from.data(), qsizetype(from.size()))) : "";
+    std::string base = nearFirst ? ByteText::lower(QByteArrayView(from.data(), qsizetype(from.size()))) : "";
     while (true) {
         const std::string candidate = normalise(base.empty() ? name : base + '/' + name);
         if (const auto hit = probe(candidate, language, lookup))

@@ -1,7 +1,7 @@
 // The import lines of each language and the words Swift files are linked by.
 #include "imports/dependencyreader.h"
 
-#include "text/utf8text.h"
+#include "text/bytetext.h"
 
 #include <array>
 #include <unordered_set>
@@ -47,7 +47,7 @@ const ImportLanguage languages[] = {
     { "Scala", Syntax::jvm, scala },
 };
 
-using Utf8Text::trimmed;
+using ByteText::trimmed;
 
 // The characters a name is trimmed of: quotes, brackets and separators left around it.
 bool isNameEdge(char c)
@@ -95,7 +95,7 @@ public:
         while (end > start && isNameEdge(name[end - 1]))
             --end;
         name = name.sliced(start, end - start);
-        if (name.isEmpty() || Utf8Text::characters(name, maxNameLength + 1) > maxNameLength)
+        if (name.isEmpty() || ByteText::characters(name, maxNameLength + 1) > maxNameLength)
             return;
         std::string key(name.data(), size_t(name.size()));
         key += relative ? '\1' : '\0';
@@ -120,7 +120,7 @@ void readLine(QByteArrayView line, Syntax syntax, Collector& out)
     switch (syntax) {
     case Syntax::python:
         if (line.startsWith("import ")) {
-            for (QByteArrayView piece : Utf8Text::split(line.sliced(7), ',')) {
+            for (QByteArrayView piece : ByteText::split(line.sliced(7), ',')) {
                 piece = trimmed(piece);
                 const qsizetype space = piece.indexOf(' ');
                 out.add(space < 0 ? piece : piece.first(space), false);
@@ -197,7 +197,7 @@ void readLine(QByteArrayView line, Syntax syntax, Collector& out)
         break;
     case Syntax::shell:
         if (line.startsWith("source ") || line.startsWith(". ")) {
-            const std::vector<QByteArrayView> words = Utf8Text::split(line, ' ', Qt::SkipEmptyParts);
+            const std::vector<QByteArrayView> words = ByteText::split(line, ' ', Qt::SkipEmptyParts);
             if (words.size() > 1)
                 out.add(words[1], true);
         }
@@ -263,11 +263,11 @@ std::vector<Reference> references(QByteArrayView text, const ImportLanguage& lan
 {
     Collector out;
     qsizetype examined = 0;
-    Utf8Text::forEachLine(text, [&](QByteArrayView line) {
+    ByteText::forEachLine(text, [&](QByteArrayView line) {
         if (examined++ == maxLines)
             return false;
         line = trimmed(line);
-        if (!line.isEmpty() && Utf8Text::characters(line, maxLineLength + 1) <= maxLineLength)
+        if (!line.isEmpty() && ByteText::characters(line, maxLineLength + 1) <= maxLineLength)
             readLine(line, language.syntax, out);
         return true;
     });
@@ -278,7 +278,7 @@ std::vector<QByteArray> swiftDeclarations(QByteArrayView text)
 {
     std::vector<QByteArray> names;
     std::unordered_set<std::string_view> seen;
-    Utf8Text::forEachLine(text, [&](QByteArrayView line) {
+    ByteText::forEachLine(text, [&](QByteArrayView line) {
         line = trimmed(line);
         // Leading modifiers, each followed by at least one space, are passed over.
         for (bool passed = true; passed;) {
@@ -295,7 +295,7 @@ std::vector<QByteArray> swiftDeclarations(QByteArrayView text)
         for (const QByteArrayView keyword : swiftKeywords) {
             if (line.size() <= keyword.size() || !line.startsWith(keyword) || line[keyword.size()] != ' ')
                 continue;
-            const QByteArrayView name = Utf8Text::leadingWord(trimmed(line.sliced(keyword.size())));
+            const QByteArrayView name = ByteText::leadingWord(trimmed(line.sliced(keyword.size())));
             if (!name.isEmpty() && seen.insert(std::string_view(name.data(), size_t(name.size()))).second)
                 names.push_back(name.toByteArray());
             break;
@@ -309,7 +309,7 @@ std::vector<QByteArray> identifiers(QByteArrayView text)
 {
     std::vector<QByteArray> words;
     std::unordered_set<std::string_view> seen;
-    Utf8Text::forEachWord(text, [&](QByteArrayView word, qsizetype characters, bool capitalised) {
+    ByteText::forEachWord(text, [&](QByteArrayView word, qsizetype characters, bool capitalised) {
         if (characters >= 3 && capitalised
             && seen.insert(std::string_view(word.data(), size_t(word.size()))).second)
             words.push_back(word.toByteArray());

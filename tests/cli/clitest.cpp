@@ -14,28 +14,6 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-Outcome korvane(const QStringList& arguments)
-{
-    return runHeadless(QStringLiteral(KORVANE_BINARY), arguments);
-}
-
-QString dataPath(const QString& name)
-{
-    return QStringLiteral(KORVANE_TEST_DATA "/") + name;
-}
-
-struct GoldenCase {
-    const char* name;
-    const char* folder;
-    const char* flags;
-    const char* expected;
-};
-
-void PrintTo(const GoldenCase& row, std::ostream* out)
-{
-    *out << row.name;
-}
-
 struct UsageCase {
     const char* name;
     QStringList arguments;
@@ -57,7 +35,7 @@ TEST_P(FolderGolden, PrintsWhatTheExpectedFileHolds)
 {
     // The checked-in case folder is copied under its own name, with fixed times.
     TempFolder temp;
-    const QString name = QString::fromLatin1(GetParam().folder);
+    const QString name = QString::fromLatin1(GetParam().input);
     QDirIterator it(dataPath(name), QDir::Files | QDir::Hidden, QDirIterator::Subdirectories);
     while (it.hasNext()) {
         const QString file = it.next();
@@ -87,18 +65,13 @@ INSTANTIATE_TEST_SUITE_P(Cases, FolderGolden,
         GoldenCase { "graphSummary", "imports-basic", "layout --mode graph", "imports-basic-graph.expected" },
         GoldenCase { "search", "search-basic", "search panel", "search-basic.expected" },
         GoldenCase { "searchJson", "search-basic", "search Panel --json", "search-basic-json.expected" }),
-    [](const auto& info) { return std::string(info.param.name); });
+    rowName);
 
 class SexprGolden : public testing::TestWithParam<GoldenCase> { };
 
 TEST_P(SexprGolden, PrintsWhatTheExpectedFileHolds)
 {
-    QStringList arguments { u"sexpr"_s, dataPath(QString::fromLatin1(GetParam().folder)) };
-    arguments += QString::fromLatin1(GetParam().flags).split(u' ', Qt::SkipEmptyParts);
-    const Outcome run = korvane(arguments);
-    EXPECT_EQ(run.exitCode, 0);
-    EXPECT_EQ(run.err, QByteArray());
-    expectGolden(run.out, dataPath(QString::fromLatin1(GetParam().expected)));
+    expectCommandGolden(u"sexpr"_s, GetParam());
 }
 
 // The board file ends in the middle of a zone: what is there is shown, closed where the text ends.
@@ -106,7 +79,7 @@ INSTANTIATE_TEST_SUITE_P(Cases, SexprGolden,
     testing::Values(GoldenCase { "tree", "board.kicad_pcb", "", "board-tree.expected" },
         GoldenCase { "json", "board.kicad_pcb", "--json", "board-json.expected" },
         GoldenCase { "summary", "board.kicad_pcb", "--summary", "board-summary.expected" }),
-    [](const auto& info) { return std::string(info.param.name); });
+    rowName);
 
 TEST(SexprCommand, ADeeplyNestedFileIsPrintedWhole)
 {
@@ -201,7 +174,7 @@ INSTANTIATE_TEST_SUITE_P(Table, CommandLineUsage,
         UsageCase { "version", { u"--version"_s }, 0, "korvane " KORVANE_VERSION "\n", "" },
         UsageCase { "help", { u"--help"_s }, 0, "Usage: korvane [PATH]\n       korvane COMMAND", "" },
         UsageCase { "commandHelp", { u"scan"_s, u"--help"_s }, 0, "Usage: korvane scan PATH [--json]", "" }),
-    [](const auto& info) { return std::string(info.param.name); });
+    rowName);
 
 TEST(ScanCommand, JsonOfAHostileRepositoryIsRightAndRunsNothingItNames)
 {

@@ -1,5 +1,7 @@
 #include "document/native/creader.h"
+#include "document/readerrow.h"
 #include "document/symbolshape.h"
+#include "support/testsupport.h"
 
 #include <gtest/gtest.h>
 
@@ -28,22 +30,9 @@ const ScriptSymbol* find(const std::vector<ScriptSymbol>& symbols, QByteArrayVie
     return nullptr;
 }
 
-struct Row {
-    const char* name;
-    QByteArray text;
-    std::string expected;
-};
-
-void PrintTo(const Row& row, std::ostream* out)
-{
-    *out << row.name;
-}
-
-auto rowName = [](const auto& info) { return std::string(info.param.name); };
-
 } // namespace
 
-class CTokens : public testing::TestWithParam<Row> { };
+class CTokens : public testing::TestWithParam<ReaderRow> { };
 
 TEST_P(CTokens, SplitTheTextWithLines)
 {
@@ -51,15 +40,16 @@ TEST_P(CTokens, SplitTheTextWithLines)
 }
 
 INSTANTIATE_TEST_SUITE_P(Table, CTokens,
-    testing::Values(
-        Row { "directives", "  #include <a.h>\nx # y", "directive0:#include <a.h> word1:x punct1:# word1:y" },
-        Row { "continuedDirective", "#define TWO \\\n  2\nz", "directive0:#define TWO \\\n  2 word2:z" },
-        Row { "twoCharacterPunctuation", "a::b->c", "word0:a punct0::: word0:b punct0:-> word0:c" },
-        Row { "comments", "a // x\n/* y\n*/ b", "word0:a word2:b" },
-        Row { "strings", "'\\'' \"a\\\"b\" \"open\nc",
+    testing::Values(ReaderRow { "directives", "  #include <a.h>\nx # y",
+                        "directive0:#include <a.h> word1:x punct1:# word1:y" },
+        ReaderRow {
+            "continuedDirective", "#define TWO \\\n  2\nz", "directive0:#define TWO \\\n  2 word2:z" },
+        ReaderRow { "twoCharacterPunctuation", "a::b->c", "word0:a punct0::: word0:b punct0:-> word0:c" },
+        ReaderRow { "comments", "a // x\n/* y\n*/ b", "word0:a word2:b" },
+        ReaderRow { "strings", "'\\'' \"a\\\"b\" \"open\nc",
             "string0:'\\'' string0:\"a\\\"b\" string0:\"open word1:c" },
-        Row { "rawString", "R\"x(a \")\" b)x\" c", "string0:R\"x(a \")\" b)x\" word0:c" },
-        Row { "numbersAndWords", "0x1Fu 1.5f größe", "number0:0x1Fu number0:1.5f word0:größe" }),
+        ReaderRow { "rawString", "R\"x(a \")\" b)x\" c", "string0:R\"x(a \")\" b)x\" word0:c" },
+        ReaderRow { "numbersAndWords", "0x1Fu 1.5f größe", "number0:0x1Fu number0:1.5f word0:größe" }),
     rowName);
 
 class CLanguage : public testing::TestWithParam<std::pair<const char*, bool>> { };
@@ -86,7 +76,7 @@ TEST(CLanguage, OnlyTheFirstTwentyThousandTokensAreLookedAt)
     EXPECT_TRUE(CReader::looksLikeCpp(CReader::tokenise(early), early));
 }
 
-class CDeclarations : public testing::TestWithParam<Row> { };
+class CDeclarations : public testing::TestWithParam<ReaderRow> { };
 
 TEST_P(CDeclarations, FindRecordsFunctionsAndMethods)
 {
@@ -94,25 +84,25 @@ TEST_P(CDeclarations, FindRecordsFunctionsAndMethods)
 }
 
 INSTANTIATE_TEST_SUITE_P(Table, CDeclarations,
-    testing::Values(Row { "prototypesAreNoParts", "int f(int); extern int g;", "" },
-        Row { "function", "static inline int add(int a, int b) { return a + b; }",
+    testing::Values(ReaderRow { "prototypesAreNoParts", "int f(int); extern int g;", "" },
+        ReaderRow { "function", "static inline int add(int a, int b) { return a + b; }",
             "function add ((int a, int b))" },
-        Row { "macros", "#define N 4\n#define SQ(x) ((x)*(x))\n#define",
+        ReaderRow { "macros", "#define N 4\n#define SQ(x) ((x)*(x))\n#define",
             "variable N (macro); function SQ (macro)" },
-        Row { "struct", "struct point { int x, y; double *z[3]; unsigned flag : 1; };",
+        ReaderRow { "struct", "struct point { int x, y; double *z[3]; unsigned flag : 1; };",
             "klass point (4 fields) { property x (int); property y (int); property z (double); property flag "
             "(unsigned) }" },
-        Row { "anonymousRecord", "struct { int a; } value; union { int i; float f; } u;",
+        ReaderRow { "anonymousRecord", "struct { int a; } value; union { int i; float f; } u;",
             "klass (anonymous struct) (1 fields) { property a (int) }; "
             "klass (anonymous union) (2 fields) { property i (int); property f (float) }" },
-        Row { "typedefNamesTheNameless",
+        ReaderRow { "typedefNamesTheNameless",
             "typedef struct { int a; } thing_t; typedef struct node { int v; } node_t;",
             "klass thing_t (1 fields) { property a (int) }; klass node (1 fields) { property v (int) }" },
-        Row { "enums", "enum class Colour : int { red = 1, green, blue = red << 2 };",
+        ReaderRow { "enums", "enum class Colour : int { red = 1, green, blue = red << 2 };",
             "klass Colour (3 values) { property red (1); property green; property blue (red << 2) }" },
-        Row { "functionPointerField", "struct ops { void (*run)(int); int (*count)(void); };",
+        ReaderRow { "functionPointerField", "struct ops { void (*run)(int); int (*count)(void); };",
             "klass ops (2 fields) { property run (void); property count (int) }" },
-        Row { "classWithMethods",
+        ReaderRow { "classWithMethods",
             "class A : public Base, private B { public: A() : m(0), n{1} {} ~A() {} int get() const noexcept "
             "{ return m; } "
             "bool operator==(const A&) const { return true; } void operator()(int) {} virtual void f() = 0; "
@@ -120,23 +110,25 @@ INSTANTIATE_TEST_SUITE_P(Table, CDeclarations,
             "klass A (2 fields) { method A (()); method ~A (()); method get (()); method operator== ((const "
             "A&)); "
             "method operator() ((int)); property m (int); property n (int) }" },
-        Row { "outOfLineMethods",
+        ReaderRow { "outOfLineMethods",
             "class W { void paint(); }; void W::paint() { draw(); } int W::size() const { return 1; }",
             "klass W (0 fields) { method paint (()); method size (()) }" },
-        Row { "methodsOfAClassDefinedElsewhere",
+        ReaderRow { "methodsOfAClassDefinedElsewhere",
             "void View::show() {}\nvoid View::hide() {}\nvoid other() {}",
             "klass View (defined elsewhere) { method show (()); method hide (()) }; function other (())" },
-        Row { "namespaces",
+        ReaderRow { "namespaces",
             "namespace a::b { int f() { return 0; } namespace { struct S {}; } } namespace c = a;",
             "object a::b (namespace) { function f (()); object (anonymous namespace) (namespace) { klass S "
             "(0 fields) } }" },
-        Row { "externC", "extern \"C\" { void hook(void) {} }", "function hook ((void))" },
-        Row { "templates",
+        ReaderRow { "externC", "extern \"C\" { void hook(void) {} }", "function hook ((void))" },
+        ReaderRow { "templates",
             "template <typename T, int N = 3> struct Array { T data[N]; T& at(int i) { return data[i]; } };",
             "klass Array (1 fields) { property data (T); method at ((int i)) }" },
-        Row { "macroLineBeforeAFunction", "DECLARE_MODULE(net)\nvoid start() {}", "function start (())" },
-        Row { "initialisersAreNoBodies", "int table[] = { 1, 2 }; auto f = [](int x) { return x; };", "" },
-        Row { "trailingReturnType", "auto sum(int a) -> decltype(a + 1) { return a; }",
+        ReaderRow {
+            "macroLineBeforeAFunction", "DECLARE_MODULE(net)\nvoid start() {}", "function start (())" },
+        ReaderRow {
+            "initialisersAreNoBodies", "int table[] = { 1, 2 }; auto f = [](int x) { return x; };", "" },
+        ReaderRow { "trailingReturnType", "auto sum(int a) -> decltype(a + 1) { return a; }",
             "function sum ((int a))" }),
     rowName);
 

@@ -1,4 +1,6 @@
 #include "document/markup/markupreader.h"
+#include "document/readerrow.h"
+#include "support/testsupport.h"
 
 #include <gtest/gtest.h>
 
@@ -29,20 +31,9 @@ std::string shape(const std::vector<MarkupElement>& elements)
     return out;
 }
 
-struct Row {
-    const char* name;
-    QByteArray text;
-    std::string expected;
-};
-
-void PrintTo(const Row& row, std::ostream* out)
-{
-    *out << row.name;
-}
-
 } // namespace
 
-class MarkupElements : public testing::TestWithParam<Row> { };
+class MarkupElements : public testing::TestWithParam<ReaderRow> { };
 
 TEST_P(MarkupElements, ReadTheElementTreeForgivingly)
 {
@@ -50,37 +41,41 @@ TEST_P(MarkupElements, ReadTheElementTreeForgivingly)
 }
 
 INSTANTIATE_TEST_SUITE_P(Table, MarkupElements,
-    testing::Values(Row { "voidElementsTakeNoChildren", "<p><br><img src=x.png>text</p>",
+    testing::Values(ReaderRow { "voidElementsTakeNoChildren", "<p><br><img src=x.png>text</p>",
                         "p 'text' (0-0) { br (0-0); img (0-0) }" },
-        Row { "idAndClasses", "<div id=main class=\"a  b\">", "div#main.a.… (0-0)" },
-        Row { "oneClass", "<DIV Class='solo'></div>", "div.solo (0-0)" },
-        Row { "inlineHandler", "<button onclick=\"save()\" onkeyup='' ONFOCUS=go()>Save</button>",
+        ReaderRow { "idAndClasses", "<div id=main class=\"a  b\">", "div#main.a.… (0-0)" },
+        ReaderRow { "oneClass", "<DIV Class='solo'></div>", "div.solo (0-0)" },
+        ReaderRow { "inlineHandler", "<button onclick=\"save()\" onkeyup='' ONFOCUS=go()>Save</button>",
             "button 'Save' [on: save() | go()] (0-0)" },
-        Row { "selfClosing", "<svg><path d=\"M0 0\"/><g/></svg>", "svg (0-0) { path (0-0); g (0-0) }" },
-        Row { "closingTagClosesInnerOnes", "<div>\n<span><b>x\n</div><p>after</p>",
+        ReaderRow { "selfClosing", "<svg><path d=\"M0 0\"/><g/></svg>", "svg (0-0) { path (0-0); g (0-0) }" },
+        ReaderRow { "closingTagClosesInnerOnes", "<div>\n<span><b>x\n</div><p>after</p>",
             "div (0-2) { span (1-2) { b 'x' (1-2) } }; p 'after' (2-2)" },
-        Row { "strayClosingTagIsIgnored", "<ul></b><li>a</li></ul>", "ul (0-0) { li 'a' (0-0) }" },
-        Row { "unclosedAtTheEnd", "<main>\n<section>\nend", "main (0-2) { section 'end' (1-2) }" },
-        Row { "listItemsCloseEachOther", "<ul><li>a<li>b</ul>", "ul (0-0) { li 'a' (0-0); li 'b' (0-0) }" },
-        Row { "blocksCloseParagraphs", "<p>one<div>two</div>", "p 'one' (0-0); div 'two' (0-0)" },
-        Row { "cellsAndRows", "<table><tr><td>1<td>2<tr><td>3</table>",
+        ReaderRow { "strayClosingTagIsIgnored", "<ul></b><li>a</li></ul>", "ul (0-0) { li 'a' (0-0) }" },
+        ReaderRow { "unclosedAtTheEnd", "<main>\n<section>\nend", "main (0-2) { section 'end' (1-2) }" },
+        ReaderRow {
+            "listItemsCloseEachOther", "<ul><li>a<li>b</ul>", "ul (0-0) { li 'a' (0-0); li 'b' (0-0) }" },
+        ReaderRow { "blocksCloseParagraphs", "<p>one<div>two</div>", "p 'one' (0-0); div 'two' (0-0)" },
+        ReaderRow { "cellsAndRows", "<table><tr><td>1<td>2<tr><td>3</table>",
             "table (0-0) { tr (0-0) { td '1' (0-0); td '2' (0-0) }; tr (0-0) { td '3' (0-0) } }" },
-        Row { "commentsAndDeclarationsAreSkipped", "<!DOCTYPE html><!-- <p>not</p> --><?xml x?><p>yes</p>",
-            "p 'yes' (0-0)" },
-        Row { "scriptIsReadRaw", "<script>if (a < b) x = \"</div>\";</script><p>x</p>",
+        ReaderRow { "commentsAndDeclarationsAreSkipped",
+            "<!DOCTYPE html><!-- <p>not</p> --><?xml x?><p>yes</p>", "p 'yes' (0-0)" },
+        ReaderRow { "scriptIsReadRaw", "<script>if (a < b) x = \"</div>\";</script><p>x</p>",
             "script<script> code'if (a < b) x = \"</div>\";' (0-0); p 'x' (0-0)" },
-        Row { "styleIsReadRaw", "<style>\na > b { }\n</STYLE>", "style<style> code'\na > b { }\n' (0-2)" },
-        Row { "linkedFiles",
+        ReaderRow {
+            "styleIsReadRaw", "<style>\na > b { }\n</STYLE>", "style<style> code'\na > b { }\n' (0-2)" },
+        ReaderRow { "linkedFiles",
             "<script src=\"app.js\"></script><link rel=\"Stylesheet preload\" href=a.css><link rel=icon "
             "href=i.png>",
             "script<link> src=app.js (0-0); link<link> src=a.css (0-0); link (0-0)" },
-        Row { "textIsCollapsedAndDecoded", "<h1>\n  Fish &amp; chips\n  &#8364;5 &euro;&nbsp;&bogus;</h1>",
+        ReaderRow { "textIsCollapsedAndDecoded",
+            "<h1>\n  Fish &amp; chips\n  &#8364;5 &euro;&nbsp;&bogus;</h1>",
             "h1 'Fish & chips €5 € &bogus;' (0-2)" },
-        Row { "onlyTheFirstText", "<p>first<b>bold</b>second</p>", "p 'first' (0-0) { b 'bold' (0-0) }" },
-        Row { "lessThanInText", "<p>a < b</p>", "p 'a < b' (0-0)" },
-        Row { "tagAtTheVeryEnd", "<p>x</p><", "p 'x' (0-0)" },
-        Row { "unterminatedAttribute", "<a href=\"x>y", "a (0-0)" }),
-    [](const auto& info) { return std::string(info.param.name); });
+        ReaderRow {
+            "onlyTheFirstText", "<p>first<b>bold</b>second</p>", "p 'first' (0-0) { b 'bold' (0-0) }" },
+        ReaderRow { "lessThanInText", "<p>a < b</p>", "p 'a < b' (0-0)" },
+        ReaderRow { "tagAtTheVeryEnd", "<p>x</p><", "p 'x' (0-0)" },
+        ReaderRow { "unterminatedAttribute", "<a href=\"x>y", "a (0-0)" }),
+    rowName);
 
 TEST(MarkupReader, LongTextIsShortened)
 {

@@ -10,62 +10,35 @@
 
 using namespace Qt::StringLiterals;
 
-namespace {
-
-Outcome korvane(const QStringList& arguments)
-{
-    return runHeadless(QStringLiteral(KORVANE_BINARY), arguments);
-}
-
-QString dataPath(const QString& name)
-{
-    return QStringLiteral(KORVANE_TEST_DATA "/structure/") + name;
-}
-
-struct GoldenCase {
-    const char* file;
-    bool json;
-};
-
-void PrintTo(const GoldenCase& row, std::ostream* out)
-{
-    *out << row.file << (row.json ? " --json" : "");
-}
-
-} // namespace
-
 class OutlineGolden : public testing::TestWithParam<GoldenCase> { };
 
 TEST_P(OutlineGolden, PrintsWhatTheExpectedFileHolds)
 {
-    const QString file = QString::fromLatin1(GetParam().file);
-    QStringList arguments { u"outline"_s, dataPath(file) };
-    if (GetParam().json)
-        arguments << u"--json"_s;
-    const Outcome run = korvane(arguments);
-    EXPECT_EQ(run.exitCode, 0);
-    EXPECT_EQ(run.err, QByteArray());
-    expectGolden(run.out, dataPath(file + (GetParam().json ? u".json.expected"_s : u".expected"_s)));
+    expectCommandGolden(u"outline"_s, GetParam());
 }
 
 INSTANTIATE_TEST_SUITE_P(Files, OutlineGolden,
-    testing::Values(GoldenCase { "shop.html", false }, GoldenCase { "newsletter.htm", false },
-        GoldenCase { "theme.css", false }, GoldenCase { "components.scss", false },
-        GoldenCase { "menu.js", false }, GoldenCase { "store.ts", false },
-        GoldenCase { "flowmeter.ino", false }, GoldenCase { "geometry.hpp", false },
-        GoldenCase { "ringbuffer.c", false }, GoldenCase { "server.cpp", false },
-        GoldenCase { "service.rs", false }, GoldenCase { "newsletter.htm", true },
-        GoldenCase { "flowmeter.ino", true }),
-    [](const auto& info) {
-        std::string name = info.param.file;
-        for (char& c : name)
-            c = std::isalnum(static_cast<unsigned char>(c)) ? c : '_';
-        return name + (info.param.json ? "_json" : "");
-    });
+    testing::Values(GoldenCase { "shop_html", "structure/shop.html", "", "structure/shop.html.expected" },
+        GoldenCase { "newsletter_htm", "structure/newsletter.htm", "", "structure/newsletter.htm.expected" },
+        GoldenCase { "theme_css", "structure/theme.css", "", "structure/theme.css.expected" },
+        GoldenCase {
+            "components_scss", "structure/components.scss", "", "structure/components.scss.expected" },
+        GoldenCase { "menu_js", "structure/menu.js", "", "structure/menu.js.expected" },
+        GoldenCase { "store_ts", "structure/store.ts", "", "structure/store.ts.expected" },
+        GoldenCase { "flowmeter_ino", "structure/flowmeter.ino", "", "structure/flowmeter.ino.expected" },
+        GoldenCase { "geometry_hpp", "structure/geometry.hpp", "", "structure/geometry.hpp.expected" },
+        GoldenCase { "ringbuffer_c", "structure/ringbuffer.c", "", "structure/ringbuffer.c.expected" },
+        GoldenCase { "server_cpp", "structure/server.cpp", "", "structure/server.cpp.expected" },
+        GoldenCase { "service_rs", "structure/service.rs", "", "structure/service.rs.expected" },
+        GoldenCase { "newsletter_htm_json", "structure/newsletter.htm", "--json",
+            "structure/newsletter.htm.json.expected" },
+        GoldenCase { "flowmeter_ino_json", "structure/flowmeter.ino", "--json",
+            "structure/flowmeter.ino.json.expected" }),
+    rowName);
 
 TEST(OutlineCommand, JsonIsTheWholeDocument)
 {
-    const Outcome run = korvane({ u"outline"_s, dataPath(u"shop.html"_s), u"--json"_s });
+    const Outcome run = korvane({ u"outline"_s, dataPath(u"structure/shop.html"_s), u"--json"_s });
     ASSERT_EQ(run.exitCode, 0);
     QJsonParseError error;
     const QJsonObject json = QJsonDocument::fromJson(run.out, &error).object();

@@ -1,4 +1,5 @@
 #include "document/webreader.h"
+#include "support/testsupport.h"
 
 #include <gtest/gtest.h>
 
@@ -58,7 +59,7 @@ void readEveryWay(const QByteArray& text)
 QList<QByteArray> samples()
 {
     QList<QByteArray> found;
-    const QDir folder(QStringLiteral(KORVANE_TEST_DATA "/structure"));
+    const QDir folder(dataPath(QStringLiteral("structure")));
     for (const QString& name : folder.entryList(QDir::Files)) {
         if (name.endsWith(u".expected"))
             continue;

@@ -1,5 +1,7 @@
 #include "document/native/rustreader.h"
+#include "document/readerrow.h"
 #include "document/symbolshape.h"
+#include "support/testsupport.h"
 
 #include <gtest/gtest.h>
 
@@ -18,20 +20,9 @@ const ScriptSymbol* find(const std::vector<ScriptSymbol>& symbols, QByteArrayVie
     return nullptr;
 }
 
-struct Row {
-    const char* name;
-    QByteArray text;
-    std::string expected;
-};
-
-void PrintTo(const Row& row, std::ostream* out)
-{
-    *out << row.name;
-}
-
 } // namespace
 
-class RustItems : public testing::TestWithParam<Row> { };
+class RustItems : public testing::TestWithParam<ReaderRow> { };
 
 TEST_P(RustItems, AreReadWithTheirMembers)
 {
@@ -39,41 +30,44 @@ TEST_P(RustItems, AreReadWithTheirMembers)
 }
 
 INSTANTIATE_TEST_SUITE_P(Table, RustItems,
-    testing::Values(
-        Row { "function", "pub(crate) async unsafe fn go<'a, T: Clone>(x: &'a T) -> T where T: Copy { *x }",
-            "function go ((x: &'a T))" },
-        Row { "declarationsAreNoParts", "extern \"C\" { fn abs(x: i32) -> i32; } fn f();", "" },
-        Row { "structs", "struct P { pub x: f64, y: Vec<(u8, u8)> } struct T(pub u8, String); struct U;",
+    testing::Values(ReaderRow { "function",
+                        "pub(crate) async unsafe fn go<'a, T: Clone>(x: &'a T) -> T where T: Copy { *x }",
+                        "function go ((x: &'a T))" },
+        ReaderRow { "declarationsAreNoParts", "extern \"C\" { fn abs(x: i32) -> i32; } fn f();", "" },
+        ReaderRow { "structs",
+            "struct P { pub x: f64, y: Vec<(u8, u8)> } struct T(pub u8, String); struct U;",
             "klass P (2 fields) { property x (f64); property y (Vec<(u8, u8)>) }; "
             "klass T (2 fields) { property 0 (u8); property 1 (String) }; klass U (0 fields)" },
-        Row { "enums", "enum E { A, B(u8), C { x: i32 }, #[default] D = 4 }",
+        ReaderRow { "enums", "enum E { A, B(u8), C { x: i32 }, #[default] D = 4 }",
             "klass E (4 variants) { property A; property B; property C; property D }" },
-        Row { "implAfterItsType",
+        ReaderRow { "implAfterItsType",
             "struct S; impl S { fn new() -> Self { S } } impl Display for S { fn fmt(&self) {} }",
             "klass S (0 fields) { method new (()); method fmt ((&self)) }" },
-        Row { "implBeforeItsType",
+        ReaderRow { "implBeforeItsType",
             "impl<T> Stack<T> { fn push(&mut self, v: T) {} } struct Stack<T> { items: Vec<T> }",
             "klass Stack (1 fields) { method push ((&mut self, v: T)); property items (Vec<T>) }" },
-        Row { "implOfAForeignType", "impl fmt::Debug for Vec2 { fn fmt(&self) {} }",
+        ReaderRow { "implOfAForeignType", "impl fmt::Debug for Vec2 { fn fmt(&self) {} }",
             "klass Vec2 (defined elsewhere) { method fmt ((&self)) }" },
-        Row { "traits",
+        ReaderRow { "traits",
             "pub trait Shape: Debug { const SIDES: u8; fn area(&self) -> f64; fn name(&self) -> &str { \"s\" "
             "} }",
             "klass Shape (trait) { method name ((&self)) }" },
-        Row { "modules", "mod net; pub mod util { pub fn clamp() {} mod deep { fn x() {} } }",
+        ReaderRow { "modules", "mod net; pub mod util { pub fn clamp() {} mod deep { fn x() {} } }",
             "object util (module) { function clamp (()); object deep (module) { function x (()) } }" },
-        Row { "constants", "const MAX: usize = 10; static mut COUNT: AtomicU32 = AtomicU32::new(0);",
+        ReaderRow { "constants", "const MAX: usize = 10; static mut COUNT: AtomicU32 = AtomicU32::new(0);",
             "variable MAX (usize); variable COUNT (AtomicU32)" },
-        Row { "macros", "macro_rules! square { ($x:expr) => { $x * $x }; }", "function square (macro)" },
-        Row { "charactersAndLifetimes",
+        ReaderRow {
+            "macros", "macro_rules! square { ($x:expr) => { $x * $x }; }", "function square (macro)" },
+        ReaderRow { "charactersAndLifetimes",
             "fn f<'a>(s: &'a str) -> char { let c = '{'; let d = '\\''; '}' } fn g() {}",
             "function f ((s: &'a str)); function g (())" },
-        Row { "stringsHoldingBraces", "fn f() { let s = r#\"}\"#; let t = \"}\\\"\"; } fn g() {}",
+        ReaderRow { "stringsHoldingBraces", "fn f() { let s = r#\"}\"#; let t = \"}\\\"\"; } fn g() {}",
             "function f (()); function g (())" },
-        Row { "byteCharacters", "fn f() { let a = b'{'; let b = b'\\''; let c = b\"}\"; } fn g() {}",
+        ReaderRow { "byteCharacters", "fn f() { let a = b'{'; let b = b'\\''; let c = b\"}\"; } fn g() {}",
             "function f (()); function g (())" },
-        Row { "nestedComments", "/* a /* b */ fn hidden() {} */ fn shown() {}", "function shown (())" }),
-    [](const auto& info) { return std::string(info.param.name); });
+        ReaderRow {
+            "nestedComments", "/* a /* b */ fn hidden() {} */ fn shown() {}", "function shown (())" }),
+    rowName);
 
 namespace {
 
@@ -136,7 +130,7 @@ INSTANTIATE_TEST_SUITE_P(Table, RustHandlers,
         RustHandlerRow { "aMethodPassedAsPath",
             "struct S; impl S { fn tick() {} }\nfn go() { spawn_local(S::tick); }", "tick", Kind::handler,
             "thread", "() · via spawn_local" }),
-    [](const auto& info) { return std::string(info.param.name); });
+    rowName);
 
 TEST(RustReader, UseDeclarationsAreIncludes)
 {

@@ -1,5 +1,7 @@
 #include "document/script/scriptreader.h"
+#include "document/readerrow.h"
 #include "document/symbolshape.h"
+#include "support/testsupport.h"
 
 #include <gtest/gtest.h>
 
@@ -24,22 +26,9 @@ std::vector<ScriptSymbol> read(const QByteArray& text)
     return ScriptReader::read(text).symbols;
 }
 
-struct Row {
-    const char* name;
-    QByteArray text;
-    std::string expected;
-};
-
-void PrintTo(const Row& row, std::ostream* out)
-{
-    *out << row.name;
-}
-
-auto rowName = [](const auto& info) { return std::string(info.param.name); };
-
 } // namespace
 
-class ScriptTokens : public testing::TestWithParam<Row> { };
+class ScriptTokens : public testing::TestWithParam<ReaderRow> { };
 
 TEST_P(ScriptTokens, SplitsTheTextAsTheLanguageWould)
 {
@@ -47,26 +36,27 @@ TEST_P(ScriptTokens, SplitsTheTextAsTheLanguageWould)
 }
 
 INSTANTIATE_TEST_SUITE_P(Table, ScriptTokens,
-    testing::Values(Row { "divisionBetweenWords", "a / b / c", "word:a punct:/ word:b punct:/ word:c" },
-        Row { "regexAfterAssignment", "x = /ab+c/g", "word:x punct:= regex:/ab+c/g" },
-        Row { "regexAfterReturn", "return /x/", "word:return regex:/x/" },
-        Row { "divisionAfterCall", "f(a) / 2", "word:f punct:( word:a punct:) punct:/ number:2" },
-        Row { "divisionAfterIndex", "a[0] /b/ 2",
+    testing::Values(ReaderRow { "divisionBetweenWords", "a / b / c", "word:a punct:/ word:b punct:/ word:c" },
+        ReaderRow { "regexAfterAssignment", "x = /ab+c/g", "word:x punct:= regex:/ab+c/g" },
+        ReaderRow { "regexAfterReturn", "return /x/", "word:return regex:/x/" },
+        ReaderRow { "divisionAfterCall", "f(a) / 2", "word:f punct:( word:a punct:) punct:/ number:2" },
+        ReaderRow { "divisionAfterIndex", "a[0] /b/ 2",
             "word:a punct:[ number:0 punct:] punct:/ word:b punct:/ number:2" },
-        Row { "regexAtTheStart", "/^#/.test(s)", "regex:/^#/ punct:. word:test punct:( word:s punct:)" },
-        Row { "slashInsideClass", "x(/[/]+/)", "word:x punct:( regex:/[/]+/ punct:)" },
-        Row { "escapedSlash", "s = /a\\/b/i;", "word:s punct:= regex:/a\\/b/i punct:;" },
-        Row { "regexAfterTypeof", "typeof /x/", "word:typeof regex:/x/" },
-        Row { "newlineEndsARegex", "x = /open\ny", "word:x punct:= regex:/open word:y" },
-        Row { "arrow", "a=>b==c", "word:a punct:=> word:b punct:= punct:= word:c" },
-        Row {
+        ReaderRow {
+            "regexAtTheStart", "/^#/.test(s)", "regex:/^#/ punct:. word:test punct:( word:s punct:)" },
+        ReaderRow { "slashInsideClass", "x(/[/]+/)", "word:x punct:( regex:/[/]+/ punct:)" },
+        ReaderRow { "escapedSlash", "s = /a\\/b/i;", "word:s punct:= regex:/a\\/b/i punct:;" },
+        ReaderRow { "regexAfterTypeof", "typeof /x/", "word:typeof regex:/x/" },
+        ReaderRow { "newlineEndsARegex", "x = /open\ny", "word:x punct:= regex:/open word:y" },
+        ReaderRow { "arrow", "a=>b==c", "word:a punct:=> word:b punct:= punct:= word:c" },
+        ReaderRow {
             "templateWithBraces", "`a ${ {b: 1}.b } c` + d", "template:`a ${ {b: 1}.b } c` punct:+ word:d" },
-        Row { "escapedQuote", "'it\\'s' + \"q\"", "string:'it\\'s' punct:+ string:\"q\"" },
-        Row { "unterminatedStringEndsAtNewline", "\"open\nnext", "string:\"open word:next" },
-        Row { "comments", "a // line /x/\n/* block\n b */ c", "word:a word:c" },
-        Row { "unterminatedComment", "a /* never closed", "word:a" },
-        Row { "numbers", "0x1F_n 1.5e3", "number:0x1F_ word:n number:1.5e3" },
-        Row { "identifiers", "$el _x ünï", "word:$el word:_x word:ünï" }),
+        ReaderRow { "escapedQuote", "'it\\'s' + \"q\"", "string:'it\\'s' punct:+ string:\"q\"" },
+        ReaderRow { "unterminatedStringEndsAtNewline", "\"open\nnext", "string:\"open word:next" },
+        ReaderRow { "comments", "a // line /x/\n/* block\n b */ c", "word:a word:c" },
+        ReaderRow { "unterminatedComment", "a /* never closed", "word:a" },
+        ReaderRow { "numbers", "0x1F_n 1.5e3", "number:0x1F_ word:n number:1.5e3" },
+        ReaderRow { "identifiers", "$el _x ünï", "word:$el word:_x word:ünï" }),
     rowName);
 
 TEST(ScriptBrackets, PairsBracketsAndSurvivesStrayAndMissingOnes)
@@ -90,7 +80,7 @@ TEST(ScriptBrackets, PairsBracketsAndSurvivesStrayAndMissingOnes)
         << "never closed: runs to the end";
 }
 
-class ScriptDeclarations : public testing::TestWithParam<Row> { };
+class ScriptDeclarations : public testing::TestWithParam<ReaderRow> { };
 
 TEST_P(ScriptDeclarations, FindsWhatIsDeclared)
 {
@@ -98,46 +88,47 @@ TEST_P(ScriptDeclarations, FindsWhatIsDeclared)
 }
 
 INSTANTIATE_TEST_SUITE_P(Table, ScriptDeclarations,
-    testing::Values(Row { "nothing", "console.log(1 + 2);", "" },
-        Row { "function", "function add(a, b) { return a + b; }", "function add ((a, b))" },
-        Row { "exportedAsync", "export default async function load() {}", "function load (())" },
-        Row { "anonymousFunction", "(function () { function inner() {} })();",
+    testing::Values(ReaderRow { "nothing", "console.log(1 + 2);", "" },
+        ReaderRow { "function", "function add(a, b) { return a + b; }", "function add ((a, b))" },
+        ReaderRow { "exportedAsync", "export default async function load() {}", "function load (())" },
+        ReaderRow { "anonymousFunction", "(function () { function inner() {} })();",
             "function anonymous (()) { function inner (()) }" },
-        Row { "generator", "function* ids(n) {}", "function ids ((n))" },
-        Row { "classWithMembers",
+        ReaderRow { "generator", "function* ids(n) {}", "function ids ((n))" },
+        ReaderRow { "classWithMembers",
             "class Menu extends Base { static count = 0; #open = false; constructor(el) { super(el); } "
             "get size() { return 1; } set size(v) {} async load() {} close = () => {}; }",
             "klass Menu (extends Base) { property count (0); property #open (false); method constructor "
             "((el)); "
             "getter size (()); setter size ((v)); method load (()); arrow close (() =>) }" },
-        Row { "methodNamedGet", "class A { get() {} static() {} }",
+        ReaderRow { "methodNamedGet", "class A { get() {} static() {} }",
             "klass A { method get (()); method static (()) }" },
-        Row { "typeScriptMembers",
+        ReaderRow { "typeScriptMembers",
             "class Store<T extends Item> { private items: T[] = []; public name: string; "
             "subscribe(l: L): () => void { return () => {}; } }",
             "klass Store { property items ([]); property name; method subscribe ((l: L)) }" },
-        Row { "variables", "const a = 1, b = f(2); let c = 'x'\nvar d = c",
+        ReaderRow { "variables", "const a = 1, b = f(2); let c = 'x'\nvar d = c",
             "variable a (1); variable b (f(2)); variable c ('x'); variable d (c)" },
-        Row { "arrows", "const one = x => x * 2; const two = async (a, b) => { return a; };",
+        ReaderRow { "arrows", "const one = x => x * 2; const two = async (a, b) => { return a; };",
             "arrow one (x =>); arrow two ((a, b) =>)" },
-        Row { "objectLiteral",
+        ReaderRow { "objectLiteral",
             "const api = { open() {}, close: () => 0, get size() { return 1; }, version: '1', nested: { "
             "deep: 1 }, short };",
             "object api (6 members) { method open (()); method close (() =>); getter size (()); property "
             "version ('1'); "
             "object nested (1 members) { property deep (1) }; property short }" },
-        Row { "classExpression", "const Thing = class extends Base {};", "klass Thing (extends Base)" },
-        Row { "memberFunction", "Menu.prototype.render = function (x) {};", "method render ((x))" },
-        Row { "memberValueIsNoPart", "this.count = 0; obj.flag = true;", "" },
-        Row { "exports", "module.exports = { run };", "object exports (1 members) { property run }" },
-        Row { "inlineHandlerProperty", "button.onclick = () => go();", "handler click on button (() =>)" },
-        Row { "typeAliasIsNoValue", "type Props = { a: string };", "" },
-        Row { "destructuringIsNoDeclaration", "const { a, b } = props;", "" },
-        Row { "callArgumentsAreSearched", "app.use(function logger(req) { next(); });",
+        ReaderRow { "classExpression", "const Thing = class extends Base {};", "klass Thing (extends Base)" },
+        ReaderRow { "memberFunction", "Menu.prototype.render = function (x) {};", "method render ((x))" },
+        ReaderRow { "memberValueIsNoPart", "this.count = 0; obj.flag = true;", "" },
+        ReaderRow { "exports", "module.exports = { run };", "object exports (1 members) { property run }" },
+        ReaderRow {
+            "inlineHandlerProperty", "button.onclick = () => go();", "handler click on button (() =>)" },
+        ReaderRow { "typeAliasIsNoValue", "type Props = { a: string };", "" },
+        ReaderRow { "destructuringIsNoDeclaration", "const { a, b } = props;", "" },
+        ReaderRow { "callArgumentsAreSearched", "app.use(function logger(req) { next(); });",
             "function logger ((req))" },
-        Row { "withoutSemicolons", "const a = 1\nconst b = a\nfunction c() {}",
+        ReaderRow { "withoutSemicolons", "const a = 1\nconst b = a\nfunction c() {}",
             "variable a (1); variable b (a); function c (())" },
-        Row { "regexValue", "const re = /\\{/g; function after() {}",
+        ReaderRow { "regexValue", "const re = /\\{/g; function after() {}",
             "variable re (/\\{/g); function after (())" }),
     rowName);
 
@@ -195,7 +186,7 @@ INSTANTIATE_TEST_SUITE_P(Table, ScriptReferences,
         ReferenceRow { "defaultParameters", "function f(a = make()) {}", "make", "", "", "" },
         ReferenceRow { "variableValue", "const menu = document.querySelector('#menu');", "", "querySelector",
             "", "#menu" }),
-    [](const auto& info) { return std::string(info.param.name); });
+    rowName);
 
 TEST(ScriptListeners, AListenerOnAQueriedElementIsAHandler)
 {

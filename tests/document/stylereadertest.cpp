@@ -1,4 +1,6 @@
 #include "document/style/stylereader.h"
+#include "document/readerrow.h"
+#include "support/testsupport.h"
 
 #include <gtest/gtest.h>
 
@@ -29,20 +31,9 @@ std::string shape(const std::vector<StyleRule>& rules)
     return out;
 }
 
-struct Row {
-    const char* name;
-    QByteArray text;
-    std::string expected;
-};
-
-void PrintTo(const Row& row, std::ostream* out)
-{
-    *out << row.name;
-}
-
 } // namespace
 
-class StyleRules : public testing::TestWithParam<Row> { };
+class StyleRules : public testing::TestWithParam<ReaderRow> { };
 
 TEST_P(StyleRules, ReadsRulesAndWhatTheyName)
 {
@@ -50,42 +41,43 @@ TEST_P(StyleRules, ReadsRulesAndWhatTheyName)
 }
 
 INSTANTIATE_TEST_SUITE_P(Table, StyleRules,
-    testing::Values(Row { "whiteSpaceInSelectors", "a:hover,  .menu\n  li { color: red }",
+    testing::Values(ReaderRow { "whiteSpaceInSelectors", "a:hover,  .menu\n  li { color: red }",
                         "rule a:hover, .menu li (1 declaration) targets[a .menu li]" },
-        Row { "media", "@media (max-width: 600px) { .x { color: red } }",
+        ReaderRow { "media", "@media (max-width: 600px) { .x { color: red } }",
             "media @media (max-width: 600px) (1 rule) { rule .x (1 declaration) targets[.x] }" },
-        Row { "animationKeywords", ".s { animation: spin 2s linear infinite }",
+        ReaderRow { "animationKeywords", ".s { animation: spin 2s linear infinite }",
             "rule .s (1 declaration) targets[.s] animates[spin]" },
-        Row { "animationFunctions",
+        ReaderRow { "animationFunctions",
             ".s { animation: a 1s cubic-bezier(0.1, 0.7, 1, 0.1), b 2s steps(4, end) both }",
             "rule .s (1 declaration) targets[.s] animates[a b]" },
-        Row { "animationName", ".s { Animation-Name: fade, slide !important }",
+        ReaderRow { "animationName", ".s { Animation-Name: fade, slide !important }",
             "rule .s (1 declaration) targets[.s] animates[fade slide]" },
-        Row { "customProperties",
+        ReaderRow { "customProperties",
             ":root { --accent: teal } a { color: var(--accent, red); margin: var( --gap ) }",
             "rule :root (1 declaration) defines[--accent]; rule a (2 declarations) targets[a] uses[--accent "
             "--gap]" },
-        Row { "keyframes", "@keyframes spin { from { top: 0 } 50% { top: 1px } to { top: 0 } }",
+        ReaderRow { "keyframes", "@keyframes spin { from { top: 0 } 50% { top: 1px } to { top: 0 } }",
             "keyframes @keyframes spin (3 rules) { rule from (1 declaration); rule 50% (1 declaration); "
             "rule to (1 declaration) }" },
-        Row { "webkitKeyframesAndOthers", "@-webkit-keyframes x {} @supports (gap: 1px) {} @layer base {}",
+        ReaderRow { "webkitKeyframesAndOthers",
+            "@-webkit-keyframes x {} @supports (gap: 1px) {} @layer base {}",
             "keyframes @-webkit-keyframes x (0 rules); supports @supports (gap: 1px) (0 rules); "
             "atRule @layer base (0 rules)" },
-        Row { "statements", "@charset \"utf-8\";\n@import url(\"a.css\") screen;",
+        ReaderRow { "statements", "@charset \"utf-8\";\n@import url(\"a.css\") screen;",
             "statement @charset \"utf-8\"; statement @import url(\"a.css\") screen" },
-        Row { "declarationsInAnAtRule", "@font-face { font-family: X; --weight: 400; }",
+        ReaderRow { "declarationsInAnAtRule", "@font-face { font-family: X; --weight: 400; }",
             "atRule @font-face (0 rules) defines[--weight]" },
-        Row { "bracesInStringsAndComments", "a::after { content: \"}\" } /* { */ b { c: d }",
+        ReaderRow { "bracesInStringsAndComments", "a::after { content: \"}\" } /* { */ b { c: d }",
             "rule a::after (1 declaration) targets[a]; rule b (1 declaration) targets[b]" },
-        Row { "semicolonsInUrls", "a { background: url(data:image/png;base64,AA==); color: red }",
+        ReaderRow { "semicolonsInUrls", "a { background: url(data:image/png;base64,AA==); color: red }",
             "rule a (2 declarations) targets[a]" },
-        Row { "emptySelector", "{ color: red }", "rule { } (1 declaration)" },
-        Row { "scssNesting", ".card { // note {\n padding: 0; &:hover { color: red; } .t { --x: 1 } }",
+        ReaderRow { "emptySelector", "{ color: red }", "rule { } (1 declaration)" },
+        ReaderRow { "scssNesting", ".card { // note {\n padding: 0; &:hover { color: red; } .t { --x: 1 } }",
             "rule .card (3 declarations) targets[.card] defines[--x]" },
-        Row { "unclosedBlock", "a { color: red", "rule a (1 declaration) targets[a]" },
-        Row { "strayBrace", "} a { b: c }", "rule a (1 declaration) targets[a]" },
-        Row { "unterminatedComment", "a { b: c } /* never", "rule a (1 declaration) targets[a]" }),
-    [](const auto& info) { return std::string(info.param.name); });
+        ReaderRow { "unclosedBlock", "a { color: red", "rule a (1 declaration) targets[a]" },
+        ReaderRow { "strayBrace", "} a { b: c }", "rule a (1 declaration) targets[a]" },
+        ReaderRow { "unterminatedComment", "a { b: c } /* never", "rule a (1 declaration) targets[a]" }),
+    rowName);
 
 class StyleTargets : public testing::TestWithParam<std::pair<const char*, const char*>> { };
 

@@ -136,6 +136,31 @@ Outcome runHeadless(
         process.readAllStandardOutput(), process.readAllStandardError() };
 }
 
+Outcome korvane(const QStringList& arguments)
+{
+    return runHeadless(QStringLiteral(KORVANE_BINARY), arguments);
+}
+
+QString dataPath(const QString& name)
+{
+    return QStringLiteral(KORVANE_TEST_DATA "/") + name;
+}
+
+void PrintTo(const GoldenCase& row, std::ostream* out)
+{
+    *out << row.name;
+}
+
+void expectCommandGolden(const QString& command, const GoldenCase& row)
+{
+    QStringList arguments { command, dataPath(QString::fromLatin1(row.input)) };
+    arguments += QString::fromLatin1(row.flags).split(u' ', Qt::SkipEmptyParts);
+    const Outcome run = korvane(arguments);
+    EXPECT_EQ(run.exitCode, 0);
+    EXPECT_EQ(run.err, QByteArray());
+    expectGolden(run.out, dataPath(QString::fromLatin1(row.expected)));
+}
+
 void expectGolden(const QByteArray& actual, const QString& path)
 {
     const QString actualPath = path + QStringLiteral(".actual");

@@ -7,6 +7,8 @@
 #include <QTemporaryDir>
 
 #include <memory>
+#include <ostream>
+#include <string>
 
 // Real folders and real repositories for the tests: a temporary folder that files are written
 // into, and git run on it as a user would run it.
@@ -49,9 +51,32 @@ struct Outcome {
 Outcome runHeadless(
     const QString& program, const QStringList& arguments, const QHash<QString, QString>& variables = {});
 
+// The korvane program built with the tests, run without a display.
+Outcome korvane(const QStringList& arguments);
+// A file or folder under tests/data: "scan-basic", "structure/menu.js".
+QString dataPath(const QString& name);
+
+// The name of a table row's test: the row's own name.
+inline constexpr auto rowName = [](const auto& info) { return std::string(info.param.name); };
+
 // Compares output with the expected file; on a mismatch writes <path>.actual beside it and shows the
 // difference. KORVANE_UPDATE_GOLDEN=1 rewrites the expected file instead.
 void expectGolden(const QByteArray& actual, const QString& path);
+
+// A row of a golden table: a command's input under tests/data, its flags and the file under
+// tests/data that holds its expected output.
+struct GoldenCase {
+    const char* name;
+    const char* input;
+    const char* flags;
+    const char* expected;
+};
+
+void PrintTo(const GoldenCase& row, std::ostream* out);
+
+// Runs `korvane command input flags…` and compares what it prints with the expected file; it must
+// succeed and print nothing on standard error.
+void expectCommandGolden(const QString& command, const GoldenCase& row);
 
 // A command line that creates the marker file and passes its input through, as a filter must: the
 // program a hostile repository's configuration names.

@@ -1,6 +1,7 @@
 #include "document/markup/markupreader.h"
 
-#include "text/sourcetext.h"
+#include "text/bytetext.h"
+#include "text/nametable.h"
 
 #include <algorithm>
 #include <cstring>
@@ -17,25 +18,21 @@ QByteArray MarkupElement::name() const
     return shown;
 }
 
+constexpr auto markupElementKindNames = nameTable<MarkupElement::Kind>("element", "script", "style", "link");
+
 QString markupElementKindName(MarkupElement::Kind kind)
 {
-    switch (kind) {
-    case MarkupElement::Kind::element: return QStringLiteral("element");
-    case MarkupElement::Kind::script: return QStringLiteral("script");
-    case MarkupElement::Kind::style: return QStringLiteral("style");
-    case MarkupElement::Kind::link: return QStringLiteral("link");
-    }
-    return {};
+    return markupElementKindNames.name(kind);
 }
 
 namespace MarkupReader {
 
 namespace {
 
-using SourceText::isSpace;
-using SourceText::view;
+using ByteText::isSpace;
+using ByteText::view;
 
-using SourceText::among;
+using ByteText::among;
 
 bool isVoid(QByteArrayView tag)
 {
@@ -103,17 +100,31 @@ class Scanner {
 public:
     explicit Scanner(QByteArrayView text)
         : m_text(text)
+        , m_lines(text)
     {
     }
     Reading run();
 
 private:
+    // Where a start tag ended, and what its attributes said beyond the element's own fields.
+    struct TagEnd {
+        qsizetype at = 0;
+        bool selfClosed = false;
+        QByteArray rel;
+    };
+
     void takeText(qsizetype from, qsizetype to);
     void startTag();
+    TagEnd attributes(qsizetype at, MarkupElement& element) const;
+    QByteArray attributeValue(qsizetype& j) const;
+    static void keep(MarkupElement& element, TagEnd& end, QByteArrayView name, const QByteArray& value);
+    void closeLeftOpen(QByteArrayView tag, qsizetype start);
+    static void setKind(MarkupElement& element, const QByteArray& rel);
+    void rawContents(qsizetype index, qsizetype from);
     void closeTag();
     void close(qsizetype index, qsizetype at, qsizetype end);
     void closeInnermost(qsizetype at);
-    qint64 lineAt(qsizetype offset);
+    qint64 lineAt(qsizetype offset) const { return m_lines.lineOf(offset); }
     qsizetype find(std::string_view what, qsizetype from) const;
     qsizetype findClosing(QByteArrayView tag, qsizetype from) const;
     QByteArrayView innermostTag() const;
@@ -125,20 +136,8 @@ private:
     std::vector<qsizetype> m_open;
     bool m_stopped = false;
     bool m_truncated = false;
-    qsizetype m_countedTo = 0; // newlines are counted up to here
-    qint64 m_line = 0;
+    ByteText::LineIndex m_lines;
 };
-
-qint64 Scanner::lineAt(qsizetype offset)
-{
-    offset = std::clamp<qsizetype>(offset, 0, m_text.size());
-    if (offset >= m_countedTo)
-        m_line += std::count(m_text.begin() + m_countedTo, m_text.begin() + offset, '\n');
-    else
-        m_line -= std::count(m_text.begin() + offset, m_text.begin() + m_countedTo, '\n');
-    m_countedTo = offset;
-    return m_line;
-}
 
 qsizetype Scanner::find(std::string_view what, qsizetype from) const
 {
@@ -151,7 +150,7 @@ qsizetype Scanner::findClosing(QByteArrayView tag, qsizetype from) const
 {
     for (qsizetype at = find("</", from); at >= 0; at = find("</", at + 2)) {
         const QByteArrayView after = m_text.sliced(at + 2);
-        if (after.size() >= tag.size() && SourceText::lowered(after.first(tag.size())) == tag)
+        if (after.size() >= tag.size() && ByteText::lowered(after.first(tag.size())) == tag)
             return at;
     }
     return -1;
@@ -171,9 +170,9 @@ void Scanner::takeText(qsizetype from, qsizetype to)
     if (!element.text.isEmpty())
         return;
     constexpr qsizetype window = 81 * 64;
-    const QByteArray text = decoded(SourceText::collapsed(m_text.sliced(from, std::min(to - from, window))));
+    const QByteArray text = decoded(ByteText::collapsed(m_text.sliced(from, std::min(to - from, window))));
     if (!text.isEmpty())
-        element.text = SourceText::shortened(text, 81, 78);
+        element.text = ByteText::shortened(text, 81, 78);
 }
 
 void Scanner::close(qsizetype index, qsizetype at, qsizetype end)
@@ -194,7 +193,7 @@ void Scanner::closeTag()
     qsizetype j = m_at + 2;
     while (j < m_text.size() && !isSpace(m_text[j]) && m_text[j] != '>')
         ++j;
-    const QByteArray tag = SourceText::lowered(m_text.sliced(m_at + 2, j - m_at - 2));
+    const QByteArray tag = ByteText::lowered(m_text.sliced(m_at + 2, j - m_at - 2));
     const qsizetype gt = find(">", j);
     const qsizetype end = gt < 0 ? m_text.size() : gt + 1;
     // The nearest open element of the name closes, with any opened inside it; a stray tag does nothing.
@@ -222,10 +221,35 @@ void Scanner::startTag()
         return;
     }
     MarkupElement element;
-    element.tag = SourceText::lowered(m_text.sliced(m_at + 1, j - m_at - 1));
+    element.tag = ByteText::lowered(m_text.sliced(m_at + 1, j - m_at - 1));
     element.start = start;
-    bool selfClosed = false;
-    QByteArray rel;
+    const TagEnd tagEnd = attributes(j, element);
+    j = tagEnd.at;
+    const QByteArrayView tag = element.tag;
+    closeLeftOpen(tag, start);
+    element.line = lineAt(start);
+    setKind(element, tagEnd.rel);
+    const qsizetype index = qsizetype(m_flat.size());
+    m_flat.push_back(std::move(element));
+    m_parentOf.push_back(m_open.empty() ? -1 : m_open.back());
+    m_at = j;
+    if ((tag == "script" || tag == "style") && !tagEnd.selfClosed) {
+        rawContents(index, j);
+        return;
+    }
+    if (tagEnd.selfClosed || isVoid(tag)) {
+        close(index, std::max(start, j - 1), j);
+        return;
+    }
+    m_open.push_back(index);
+}
+
+// The attributes of a start tag from `at` on, up to and past its ">" or "/>", kept in the element.
+Scanner::TagEnd Scanner::attributes(qsizetype at, MarkupElement& element) const
+{
+    TagEnd end;
+    qsizetype& j = end.at;
+    j = at;
     const qsizetype size = m_text.size();
     while (j < size) {
         const char c = m_text[j];
@@ -240,7 +264,7 @@ void Scanner::startTag()
         if (c == '/') {
             ++j;
             if (j < size && m_text[j] == '>') {
-                selfClosed = true;
+                end.selfClosed = true;
                 ++j;
                 break;
             }
@@ -249,95 +273,105 @@ void Scanner::startTag()
         const qsizetype nameStart = j;
         while (j < size && !isSpace(m_text[j]) && m_text[j] != '=' && m_text[j] != '>' && m_text[j] != '/')
             ++j;
-        const QByteArray name = SourceText::lowered(m_text.sliced(nameStart, j - nameStart));
+        const QByteArray name = ByteText::lowered(m_text.sliced(nameStart, j - nameStart));
         if (name.isEmpty()) {
             ++j; // a stray "="
             continue;
         }
-        qsizetype after = j;
-        while (after < size && isSpace(m_text[after]))
-            ++after;
-        QByteArray value;
-        if (after < size && m_text[after] == '=') {
-            j = after + 1;
-            while (j < size && isSpace(m_text[j]))
-                ++j;
-            if (j < size && (m_text[j] == '"' || m_text[j] == '\'')) {
-                const char quote = m_text[j];
-                const auto* close = static_cast<const char*>(
-                    std::memchr(m_text.data() + j + 1, quote, size_t(size - j - 1)));
-                const qsizetype valueEnd = close ? close - m_text.data() : size;
-                value = m_text.sliced(j + 1, valueEnd - j - 1).toByteArray();
-                j = std::min(size, valueEnd + 1);
-            } else {
-                const qsizetype valueStart = j;
-                while (j < size && !isSpace(m_text[j]) && m_text[j] != '>')
-                    ++j;
-                value = m_text.sliced(valueStart, j - valueStart).toByteArray();
-            }
-        }
-        if (name == "id") {
-            element.id = value;
-        } else if (name == "class") {
-            for (const QByteArray& word : SourceText::collapsed(value).split(' ')) {
-                if (!word.isEmpty())
-                    element.classes.append(word);
-            }
-        } else if (name == "src" || name == "href") {
-            element.source = value;
-        } else if (name == "type") {
-            element.type = value;
-        } else if (name == "rel") {
-            rel = SourceText::lowered(value);
-        } else if (name.startsWith("on") && !value.isEmpty()) {
-            element.handlers.append(decoded(value));
-        }
+        keep(element, end, name, attributeValue(j));
     }
+    return end;
+}
+
+// The value after an attribute's name, if an "=" follows: quoted or bare. Moves `j` past it.
+QByteArray Scanner::attributeValue(qsizetype& j) const
+{
+    const qsizetype size = m_text.size();
+    qsizetype after = j;
+    while (after < size && isSpace(m_text[after]))
+        ++after;
+    if (after >= size || m_text[after] != '=')
+        return {};
+    j = after + 1;
+    while (j < size && isSpace(m_text[j]))
+        ++j;
+    if (j < size && (m_text[j] == '"' || m_text[j] == '\'')) {
+        const char quote = m_text[j];
+        const auto* close
+            = static_cast<const char*>(std::memchr(m_text.data() + j + 1, quote, size_t(size - j - 1)));
+        const qsizetype valueEnd = close ? close - m_text.data() : size;
+        const QByteArray value = m_text.sliced(j + 1, valueEnd - j - 1).toByteArray();
+        j = std::min(size, valueEnd + 1);
+        return value;
+    }
+    const qsizetype valueStart = j;
+    while (j < size && !isSpace(m_text[j]) && m_text[j] != '>')
+        ++j;
+    return m_text.sliced(valueStart, j - valueStart).toByteArray();
+}
+
+// The attributes the outline shows or reads by; the others are passed over.
+void Scanner::keep(MarkupElement& element, TagEnd& end, QByteArrayView name, const QByteArray& value)
+{
+    if (name == "id") {
+        element.id = value;
+    } else if (name == "class") {
+        for (const QByteArray& word : ByteText::collapsed(value).split(' ')) {
+            if (!word.isEmpty())
+                element.classes.append(word);
+        }
+    } else if (name == "src" || name == "href") {
+        element.source = value;
+    } else if (name == "type") {
+        element.type = value;
+    } else if (name == "rel") {
+        end.rel = ByteText::lowered(value);
+    } else if (name.startsWith("on") && !value.isEmpty()) {
+        element.handlers.append(decoded(value));
+    }
+}
+
+// End tags that pages leave out: a new item ends the open one, a block ends a paragraph.
+void Scanner::closeLeftOpen(QByteArrayView tag, qsizetype start)
+{
+    if (m_open.empty())
+        return;
+    const QByteArrayView inner = innermostTag();
+    if ((tag == "li" && inner == "li") || (among(tag, { "dt", "dd" }) && among(inner, { "dt", "dd" }))
+        || (among(tag, { "td", "th", "tr" }) && among(inner, { "td", "th" }))
+        || (tag == "option" && inner == "option") || (closesParagraph(tag) && inner == "p"))
+        closeInnermost(start);
+    if (tag == "tr" && innermostTag() == "tr")
+        closeInnermost(start);
+}
+
+void Scanner::setKind(MarkupElement& element, const QByteArray& rel)
+{
     const QByteArrayView tag = element.tag;
-    // End tags that pages leave out: a new item ends the open one, a block ends a paragraph.
-    if (!m_open.empty()) {
-        const QByteArrayView inner = innermostTag();
-        if ((tag == "li" && inner == "li") || (among(tag, { "dt", "dd" }) && among(inner, { "dt", "dd" }))
-            || (among(tag, { "td", "th", "tr" }) && among(inner, { "td", "th" }))
-            || (tag == "option" && inner == "option") || (closesParagraph(tag) && inner == "p"))
-            closeInnermost(start);
-        if (tag == "tr" && innermostTag() == "tr")
-            closeInnermost(start);
-    }
-    element.line = lineAt(start);
-    const bool isScript = tag == "script";
-    const bool isStyle = tag == "style";
-    if (isScript)
+    if (tag == "script")
         element.kind = element.source.isEmpty() ? MarkupElement::Kind::script : MarkupElement::Kind::link;
-    else if (isStyle)
+    else if (tag == "style")
         element.kind = MarkupElement::Kind::style;
     else if (tag == "link" && rel.split(' ').contains("stylesheet"))
         element.kind = MarkupElement::Kind::link;
     if (element.kind != MarkupElement::Kind::link)
         element.source.clear(); // only linked scripts and stylesheets carry one
-    const qsizetype index = qsizetype(m_flat.size());
-    m_flat.push_back(std::move(element));
-    m_parentOf.push_back(m_open.empty() ? -1 : m_open.back());
-    MarkupElement& added = m_flat.back();
-    m_at = j;
-    if ((isScript || isStyle) && !selfClosed) {
-        // The contents are read raw, up to the closing tag.
-        const qsizetype closing = findClosing(tag, j);
-        const qsizetype codeEnd = closing < 0 ? size : closing;
-        added.codeStart = j;
-        added.codeLine = lineAt(j);
-        if (added.kind != MarkupElement::Kind::link)
-            added.code = m_text.sliced(j, codeEnd - j).toByteArray();
-        const qsizetype gt = closing < 0 ? -1 : find(">", closing);
-        m_at = gt < 0 ? size : gt + 1;
-        close(index, codeEnd, m_at);
-        return;
-    }
-    if (selfClosed || isVoid(tag)) {
-        close(index, std::max(start, j - 1), j);
-        return;
-    }
-    m_open.push_back(index);
+}
+
+// The contents of a script or style block are read raw, from `from` up to the closing tag.
+void Scanner::rawContents(qsizetype index, qsizetype from)
+{
+    const qsizetype size = m_text.size();
+    MarkupElement& added = m_flat[size_t(index)];
+    const qsizetype closing = findClosing(added.tag, from);
+    const qsizetype codeEnd = closing < 0 ? size : closing;
+    added.codeStart = from;
+    added.codeLine = lineAt(from);
+    if (added.kind != MarkupElement::Kind::link)
+        added.code = m_text.sliced(from, codeEnd - from).toByteArray();
+    const qsizetype gt = closing < 0 ? -1 : find(">", closing);
+    m_at = gt < 0 ? size : gt + 1;
+    close(index, codeEnd, m_at);
 }
 
 Reading Scanner::run()
@@ -353,7 +387,7 @@ Reading Scanner::run()
         }
         const qsizetype at = lt - m_text.data();
         const char next = at + 1 < size ? m_text[at + 1] : '\0';
-        const bool tagStart = SourceText::isLetter(next) || next == '/' || next == '!' || next == '?';
+        const bool tagStart = ByteText::isLetter(next) || next == '/' || next == '!' || next == '?';
         if (!tagStart) {
             m_at = at + 1; // "a < b" is text
             continue;

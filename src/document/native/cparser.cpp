@@ -1,6 +1,6 @@
 #include "document/native/cparser_p.h"
 
-#include "text/sourcetext.h"
+#include "text/bytetext.h"
 
 namespace CReader {
 
@@ -9,7 +9,7 @@ namespace {
 using Kind = Token::Kind;
 using SKind = ScriptSymbol::Kind;
 
-using SourceText::among;
+using ByteText::among;
 
 bool isHandlerMacro(QByteArrayView word)
 {
@@ -24,7 +24,7 @@ bool isAccessWord(QByteArrayView word)
 QByteArray detailOf(QByteArrayView text)
 {
     constexpr qsizetype window = 8192;
-    return SourceText::shortened(SourceText::collapsed(text.first(std::min(text.size(), window))), 81, 78);
+    return ByteText::shortened(ByteText::collapsed(text.first(std::min(text.size(), window))), 81, 78);
 }
 
 } // namespace
@@ -123,7 +123,7 @@ void Parser::directive(qsizetype at, Owner owner)
     while (k < line.size() && (line[k] == ' ' || line[k] == '\t'))
         ++k;
     qsizetype wordEnd = k;
-    while (wordEnd < line.size() && SourceText::isLetter(line[wordEnd]))
+    while (wordEnd < line.size() && ByteText::isLetter(line[wordEnd]))
         ++wordEnd;
     const QByteArrayView keyword = line.sliced(k, wordEnd - k);
     QByteArrayView rest = line.sliced(wordEnd).trimmed();
@@ -136,7 +136,7 @@ void Parser::directive(qsizetype at, Owner owner)
             m_tokens[size_t(at)].line, rest[0] == '<' });
     } else if (keyword == "define") {
         qsizetype nameEnd = 0;
-        while (nameEnd < rest.size() && SourceText::isWordByte(rest[nameEnd]))
+        while (nameEnd < rest.size() && ByteText::isWordByte(rest[nameEnd]))
             ++nameEnd;
         if (nameEnd == 0)
             return;

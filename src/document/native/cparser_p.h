@@ -37,7 +37,7 @@ private:
     std::pair<QByteArray, QByteArray> functionName(qsizetype paren) const;
     bool isFunctionHead(qsizetype paren) const;
     // The name an argument hands over: a bare or qualified name, after any "&" or cast.
-    std::optional<QByteArrayView> passedName(qsizetype from, qsizetype to) const;
+    std::optional<QByteArrayView> passedName(qsizetype from, qsizetype to) const override;
 
     qsizetype endOfStatement(qsizetype at, qsizetype limit) const;
 

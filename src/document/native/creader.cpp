@@ -1,7 +1,8 @@
 #include "document/native/creader.h"
 
 #include "document/native/cparser_p.h"
-#include "text/sourcetext.h"
+#include "text/bytetext.h"
+#include "text/nametable.h"
 
 #include <cstring>
 
@@ -9,56 +10,33 @@ namespace CReader {
 
 namespace {
 
-using SourceText::isDigit;
-using SourceText::isLetter;
-using SourceText::isWordByte;
-using SourceText::isWordStart;
+using ByteText::isDigit;
+using ByteText::isWordByte;
+using ByteText::isWordStart;
 using Kind = Token::Kind;
 
-class Tokeniser {
+// Directives, words, numbers, strings (raw ones too) and punctuation, "::" and "->" as one.
+class Tokeniser : TokenWriter {
 public:
     explicit Tokeniser(QByteArrayView text)
-        : m_text(text)
+        : TokenWriter(text)
     {
-        m_tokens.reserve(size_t(text.size())); // no token is shorter than a byte: it never grows
     }
     std::vector<Token> run();
 
 private:
-    void add(Kind kind, qsizetype start, qsizetype end, qint64 line)
-    {
-        m_tokens.push_back({ kind, qint32(line), qint32(start), qint32(end) });
-    }
-    // Moves to `end`, counting the newlines passed.
-    void advance(qsizetype end)
-    {
-        end = std::min(end, m_text.size());
-        m_line += std::count(m_text.begin() + m_at, m_text.begin() + end, '\n');
-        m_at = end;
-    }
-    qsizetype find(std::string_view what, qsizetype from) const
-    {
-        const size_t found = SourceText::view(m_text).find(what, size_t(from));
-        return found == std::string_view::npos ? m_text.size() : qsizetype(found);
-    }
     qsizetype directiveEnd(qsizetype at) const;
-    qsizetype stringEnd(qsizetype at) const { return SourceText::quotedEnd(m_text, at); }
+    qsizetype stringEnd(qsizetype at) const { return ByteText::quotedEnd(m_text, at); }
     qsizetype rawStringEnd(qsizetype quote) const;
-
-    QByteArrayView m_text;
-    std::vector<Token> m_tokens;
-    qsizetype m_at = 0;
-    qint64 m_line = 0;
 };
 
 // A directive runs to the end of its line, and on over lines that end in a backslash.
 qsizetype Tokeniser::directiveEnd(qsizetype at) const
 {
     for (;;) {
-        const void* newline = std::memchr(m_text.data() + at, '\n', size_t(m_text.size() - at));
-        if (!newline)
-            return m_text.size();
-        qsizetype end = static_cast<const char*>(newline) - m_text.data();
+        const qsizetype end = ByteText::lineEnd(m_text, at);
+        if (end == m_text.size())
+            return end;
         qsizetype last = end - 1;
         if (last >= at && m_text[last] == '\r')
             --last;
@@ -101,45 +79,42 @@ std::vector<Token> Tokeniser::run()
         }
         if (c == '#' && lineStart) {
             const qsizetype end = directiveEnd(at);
-            add(Kind::directive, at, end, m_line);
+            push(Kind::directive, at, end);
             advance(end);
             continue;
         }
         lineStart = false;
         if (c == '/' && next == '/') {
-            const void* newline = std::memchr(m_text.data() + at, '\n', size_t(size - at));
-            m_at = newline ? static_cast<const char*>(newline) - m_text.data() : size;
+            m_at = ByteText::lineEnd(m_text, at);
         } else if (c == '/' && next == '*') {
             advance(std::min(size, find("*/", at + 2) + 2));
         } else if (isDigit(c)) {
             qsizetype end = at + 1;
             while (end < size && (isWordByte(m_text[end]) || m_text[end] == '.'))
                 ++end;
-            add(Kind::number, at, end, m_line);
+            push(Kind::number, at, end);
             m_at = end;
         } else if (c == '"' || c == '\'') {
             const qsizetype end = std::min(size, stringEnd(at));
-            add(Kind::string, at, end, m_line);
+            push(Kind::string, at, end);
             advance(end);
         } else if (isWordStart(c)) {
-            qsizetype end = at + 1;
-            while (end < size && isWordByte(m_text[end]))
-                ++end;
+            const qsizetype end = wordEnd(at + 1);
             const QByteArrayView word = m_text.sliced(at, end - at);
             if (end < size && m_text[end] == '"' && word.endsWith('R')
                 && (word == "R" || word == "u8R" || word == "uR" || word == "UR" || word == "LR")) {
                 const qsizetype stringEnd = rawStringEnd(end);
-                add(Kind::string, at, stringEnd, m_line);
+                push(Kind::string, at, stringEnd);
                 advance(stringEnd);
             } else {
-                add(Kind::word, at, end, m_line);
+                push(Kind::word, at, end);
                 m_at = end;
             }
         } else if ((c == ':' && next == ':') || (c == '-' && next == '>')) {
-            add(Kind::punct, at, at + 2, m_line);
+            push(Kind::punct, at, at + 2);
             m_at = at + 2;
         } else {
-            add(Kind::punct, at, at + 1, m_line);
+            push(Kind::punct, at, at + 1);
             m_at = at + 1;
         }
     }
@@ -183,14 +158,7 @@ Reading read(QByteArrayView utf8, const std::vector<Token>& tokens, bool cpp)
     const QByteArrayView readable = readablePart(utf8);
     Parser parser(readable, tokens, cpp);
     parser.run();
-    NativeHandlers::attachOutOfLine(parser.tree);
-    NativeHandlers::markHandlers(parser.tree);
-    NativeHandlers::linkPassed(parser.tree);
-    Reading reading;
-    reading.symbols = parser.tree.build();
-    reading.includes = std::move(parser.includes);
-    reading.truncated = parser.full || readable.size() < utf8.size();
-    return reading;
+    return parser.finish(readable.size() < utf8.size(), NativeHandlers::markHandlers);
 }
 
 Reading read(QByteArrayView utf8, bool cpp)
@@ -198,16 +166,11 @@ Reading read(QByteArrayView utf8, bool cpp)
     return read(utf8, tokenise(utf8), cpp);
 }
 
+constexpr auto tokenKindNames = nameTable<Token::Kind>("word", "punct", "string", "number", "directive");
+
 QString tokenKindName(Token::Kind kind)
 {
-    switch (kind) {
-    case Kind::word: return QStringLiteral("word");
-    case Kind::punct: return QStringLiteral("punct");
-    case Kind::string: return QStringLiteral("string");
-    case Kind::number: return QStringLiteral("number");
-    case Kind::directive: return QStringLiteral("directive");
-    }
-    return {};
+    return tokenKindNames.name(kind);
 }
 
 } // namespace CReader

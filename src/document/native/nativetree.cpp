@@ -1,6 +1,6 @@
 #include "document/native/nativetree.h"
 
-#include "text/sourcetext.h"
+#include "text/bytetext.h"
 
 #include <QHash>
 
@@ -85,7 +85,7 @@ namespace NativeHandlers {
 
 namespace {
 
-using SourceText::among;
+using ByteText::among;
 
 void makeHandler(ScriptSymbol& symbol, const QByteArray& event)
 {
@@ -158,7 +158,7 @@ QByteArray registers(QByteArrayView called)
                 "setTimeout" }))
         return "timer";
     if (called.size() >= 3 && called.startsWith("on") && called[2] >= 'A' && called[2] <= 'Z')
-        return SourceText::lowered(called.sliced(2));
+        return ByteText::lowered(called.sliced(2));
     return {};
 }
 
@@ -212,7 +212,7 @@ void linkPassed(NativeTree& tree)
 {
     for (qsizetype id = 0; id < tree.size(); ++id) {
         ScriptSymbol& symbol = tree[id].symbol;
-        SourceText::UniqueNames calls(symbol.calls);
+        ByteText::UniqueNames calls(symbol.calls);
         for (const QByteArray& name : std::as_const(symbol.passed)) {
             if (name != symbol.name && tree.namesFunction(name))
                 calls.add(name);

@@ -1,6 +1,6 @@
 #include "document/native/rustparser_p.h"
 
-#include "text/sourcetext.h"
+#include "text/bytetext.h"
 
 namespace RustReader {
 
@@ -9,7 +9,7 @@ namespace {
 using Kind = Token::Kind;
 using SKind = ScriptSymbol::Kind;
 
-using SourceText::among;
+using ByteText::among;
 
 } // namespace
 
@@ -39,15 +39,9 @@ void Parser::items(qsizetype from, qsizetype to, Owner owner, bool inTrait, int 
     m_attributes.clear();
     qsizetype i = from;
     while (i < to && !full) {
-        if (isPunct(i, "#")) {
-            const qsizetype open = isPunct(i + 1, "!") ? i + 2 : i + 1;
-            if (isPunct(open, "[")) {
-                const qsizetype close = closing(open, to);
-                if (open == i + 1)
-                    m_attributes.emplace_back(open, close);
-                i = close + 1;
-                continue;
-            }
+        if (const std::optional<qsizetype> past = attribute(i, to)) {
+            i = *past;
+            continue;
         }
         if (!isWord(i)) {
             if (isPunct(i, "{"))
@@ -57,22 +51,7 @@ void Parser::items(qsizetype from, qsizetype to, Owner owner, bool inTrait, int 
             continue;
         }
         const qsizetype start = i;
-        qsizetype k = i;
-        // Visibility and qualifiers before the item's keyword.
-        for (;;) {
-            if (isWord(k, "pub")) {
-                k = isPunct(k + 1, "(") ? closing(k + 1, to) + 1 : k + 1;
-            } else if (isWord(k) && among(text(k), { "async", "unsafe", "default", "const" }) && isWord(k + 1)
-                && among(text(k + 1), { "fn", "unsafe", "async", "extern", "impl", "trait" })) {
-                ++k;
-            } else if (isWord(k, "extern")
-                && (m_tokens.size() > size_t(k + 1) && m_tokens[size_t(k + 1)].kind == Kind::string)
-                && isWord(k + 2, "fn")) {
-                k += 2;
-            } else {
-                break;
-            }
-        }
+        const qsizetype k = itemKeyword(i, to);
         const QByteArrayView word = isWord(k) ? text(k) : QByteArrayView();
         if (word == "fn") {
             i = function(start, k, to, owner, owner.has_value() && inTrait);
@@ -85,53 +64,11 @@ void Parser::items(qsizetype from, qsizetype to, Owner owner, bool inTrait, int 
         } else if (word == "mod" && isWord(k + 1)) {
             i = module(start, k, to, owner, depth);
         } else if (word == "use" || (word == "extern" && isWord(k + 1, "crate"))) {
-            qsizetype end = k; // past the ";", over any {…} list of names
-            while (end < to && !isPunct(end, ";"))
-                end = isPunct(end, "{") ? closing(end, to) + 1 : end + 1;
-            end = std::min(end + 1, to);
-            const qsizetype pathFrom = word == "use" ? k + 1 : k + 2;
-            // The path as written, spaced only between words: std::{io, fs} gives std::{io,fs}.
-            QByteArray path;
-            for (qsizetype t = pathFrom; t < end - 1; ++t) {
-                if (t > pathFrom && isWord(t) && isWord(t - 1))
-                    path += ' ';
-                path += text(t);
-            }
-            if (path.startsWith("::"))
-                path = path.sliced(2);
-            const bool local
-                = path.startsWith("crate") || path.startsWith("self") || path.startsWith("super");
-            if (!path.isEmpty())
-                includes.push_back({ path, m_tokens[size_t(k)].line, !local });
-            i = end;
+            i = useDeclaration(k, word == "use" ? k + 1 : k + 2, to);
         } else if (word == "macro_rules" && isPunct(k + 1, "!") && isWord(k + 2)) {
-            NativeSymbol macro;
-            macro.symbol.kind = SKind::function;
-            macro.symbol.name = text(k + 2).toByteArray();
-            macro.symbol.detail = "macro";
-            const qsizetype end = endOfItem(k + 3, to);
-            span(macro.symbol, start, end - 1);
-            add(std::move(macro), owner);
-            i = end;
+            i = macroDefinition(start, k, to, owner);
         } else if ((word == "const" || word == "static") && isWord(k + 1)) {
-            qsizetype name = k + 1;
-            if (isWord(name, "mut"))
-                ++name;
-            const qsizetype end = endOfItem(k, to);
-            if (m_implDepth == 0 && (!owner || !tree[*owner].member)) {
-                NativeSymbol constant;
-                constant.symbol.kind = SKind::variable;
-                constant.symbol.name = text(name).toByteArray();
-                const qsizetype colon = isPunct(name + 1, ":") ? name + 2 : -1;
-                qsizetype typeEnd = colon;
-                while (typeEnd >= 0 && typeEnd < end && !isPunct(typeEnd, "=") && !isPunct(typeEnd, ";"))
-                    ++typeEnd;
-                if (colon >= 0 && typeEnd > colon)
-                    constant.symbol.detail = SourceText::collapsed(text(colon, typeEnd - 1));
-                span(constant.symbol, start, end - 1);
-                add(std::move(constant), owner);
-            }
-            i = end;
+            i = constant(start, k, to, owner);
         } else {
             i = k > i ? k : i + 1;
             if (word.isEmpty() || !among(word, { "type", "where" }))
@@ -140,6 +77,99 @@ void Parser::items(qsizetype from, qsizetype to, Owner owner, bool inTrait, int 
         }
         m_attributes.clear();
     }
+}
+
+// Past an attribute #[…] or #![…] at `at`; the outer ones are kept for the item they stand before.
+std::optional<qsizetype> Parser::attribute(qsizetype at, qsizetype limit)
+{
+    if (!isPunct(at, "#"))
+        return std::nullopt;
+    const qsizetype open = isPunct(at + 1, "!") ? at + 2 : at + 1;
+    if (!isPunct(open, "["))
+        return std::nullopt;
+    const qsizetype close = closing(open, limit);
+    if (open == at + 1)
+        m_attributes.emplace_back(open, close);
+    return close + 1;
+}
+
+// The item's keyword, past the visibility and qualifiers written before it.
+qsizetype Parser::itemKeyword(qsizetype at, qsizetype limit) const
+{
+    qsizetype k = at;
+    for (;;) {
+        if (isWord(k, "pub")) {
+            k = isPunct(k + 1, "(") ? closing(k + 1, limit) + 1 : k + 1;
+        } else if (isWord(k) && among(text(k), { "async", "unsafe", "default", "const" }) && isWord(k + 1)
+            && among(text(k + 1), { "fn", "unsafe", "async", "extern", "impl", "trait" })) {
+            ++k;
+        } else if (isWord(k, "extern")
+            && (m_tokens.size() > size_t(k + 1) && m_tokens[size_t(k + 1)].kind == Kind::string)
+            && isWord(k + 2, "fn")) {
+            k += 2;
+        } else {
+            return k;
+        }
+    }
+}
+
+// use a::b::{c, d}; or extern crate name;: an include of the path as written.
+qsizetype Parser::useDeclaration(qsizetype keyword, qsizetype pathFrom, qsizetype limit)
+{
+    qsizetype end = keyword; // past the ";", over any {…} list of names
+    while (end < limit && !isPunct(end, ";"))
+        end = isPunct(end, "{") ? closing(end, limit) + 1 : end + 1;
+    end = std::min(end + 1, limit);
+    // The path as written, spaced only between words: std::{io, fs} gives std::{io,fs}.
+    QByteArray path;
+    for (qsizetype t = pathFrom; t < end - 1; ++t) {
+        if (t > pathFrom && isWord(t) && isWord(t - 1))
+            path += ' ';
+        path += text(t);
+    }
+    if (path.startsWith("::"))
+        path = path.sliced(2);
+    const bool local = path.startsWith("crate") || path.startsWith("self") || path.startsWith("super");
+    if (!path.isEmpty())
+        includes.push_back({ path, m_tokens[size_t(keyword)].line, !local });
+    return end;
+}
+
+// macro_rules! name { … }
+qsizetype Parser::macroDefinition(qsizetype from, qsizetype at, qsizetype limit, Owner owner)
+{
+    NativeSymbol macro;
+    macro.symbol.kind = SKind::function;
+    macro.symbol.name = text(at + 2).toByteArray();
+    macro.symbol.detail = "macro";
+    const qsizetype end = endOfItem(at + 3, limit);
+    span(macro.symbol, from, end - 1);
+    add(std::move(macro), owner);
+    return end;
+}
+
+// A const or static item with its type; inside impl blocks and traits, associated constants are
+// passed over.
+qsizetype Parser::constant(qsizetype from, qsizetype at, qsizetype limit, Owner owner)
+{
+    qsizetype name = at + 1;
+    if (isWord(name, "mut"))
+        ++name;
+    const qsizetype end = endOfItem(at, limit);
+    if (m_implDepth > 0 || (owner && tree[*owner].member))
+        return end;
+    NativeSymbol constant;
+    constant.symbol.kind = SKind::variable;
+    constant.symbol.name = text(name).toByteArray();
+    const qsizetype colon = isPunct(name + 1, ":") ? name + 2 : -1;
+    qsizetype typeEnd = colon;
+    while (typeEnd >= 0 && typeEnd < end && !isPunct(typeEnd, "=") && !isPunct(typeEnd, ";"))
+        ++typeEnd;
+    if (colon >= 0 && typeEnd > colon)
+        constant.symbol.detail = ByteText::collapsed(text(colon, typeEnd - 1));
+    span(constant.symbol, from, end - 1);
+    add(std::move(constant), owner);
+    return end;
 }
 
 qsizetype Parser::function(qsizetype from, qsizetype at, qsizetype limit, Owner owner, bool member)
@@ -171,7 +201,7 @@ qsizetype Parser::function(qsizetype from, qsizetype at, qsizetype limit, Owner 
     function.member = member;
     function.symbol.name = text(at + 1).toByteArray();
     function.symbol.detail
-        = SourceText::shortened(SourceText::collapsed(text(k, paramsClose).left(8192)), 81, 78);
+        = ByteText::shortened(ByteText::collapsed(text(k, paramsClose).left(8192)), 81, 78);
     span(function.symbol, from, close);
     for (const auto& [open, attributeClose] : attributes) {
         if (const std::optional<AttributeEvent> marked = attributeEvent(open, attributeClose)) {
@@ -194,9 +224,7 @@ qsizetype Parser::function(qsizetype from, qsizetype at, qsizetype limit, Owner 
 std::optional<AttributeEvent> Parser::attributeEvent(qsizetype open, qsizetype close) const
 {
     // The last segment of the attribute's path: tokio::main gives main.
-    qsizetype name = open + 1;
-    while (isWord(name) && isPunct(name + 1, "::") && isWord(name + 2))
-        name += 2;
+    const qsizetype name = lastOfPath(open + 1);
     if (!isWord(name) || name >= close)
         return std::nullopt;
     const QByteArrayView word = text(name);
@@ -279,11 +307,11 @@ void Parser::fields(qsizetype open, qsizetype close, qsizetype owner, bool varia
             field.member = true;
             if (tuple) {
                 field.symbol.name = QByteArray::number(position);
-                field.symbol.detail = SourceText::collapsed(text(name, end - 1));
+                field.symbol.detail = ByteText::collapsed(text(name, end - 1));
             } else if (isWord(name)) {
                 field.symbol.name = text(name).toByteArray();
                 if (!variants && isPunct(name + 1, ":") && name + 2 < end)
-                    field.symbol.detail = SourceText::collapsed(text(name + 2, end - 1));
+                    field.symbol.detail = ByteText::collapsed(text(name + 2, end - 1));
             }
             if (!field.symbol.name.isEmpty()) {
                 span(field.symbol, name, end - 1);
@@ -303,10 +331,7 @@ qsizetype Parser::trait(qsizetype from, qsizetype at, qsizetype limit, Owner own
         k = skipAngles(k, limit);
     QByteArray base;
     if (isPunct(k, ":") && isWord(k + 1)) {
-        qsizetype b = k + 1;
-        while (isWord(b) && isPunct(b + 1, "::") && isWord(b + 2))
-            b += 2;
-        base = text(b).toByteArray();
+        base = text(lastOfPath(k + 1)).toByteArray();
     }
     while (k < limit && !isPunct(k, "{") && !isPunct(k, ";"))
         k = isPunct(k, "<") ? skipAngles(k, limit) : k + 1;
@@ -383,88 +408,6 @@ qsizetype Parser::module(qsizetype from, qsizetype at, qsizetype limit, Owner ow
     if (depth + 1 <= depthLimit)
         items(open + 1, close, id, false, depth + 1);
     return close + 1;
-}
-
-std::optional<QByteArrayView> Parser::passedName(qsizetype from, qsizetype to) const
-{
-    qsizetype k = from;
-    if (isWord(k, "move"))
-        ++k;
-    if (isPunct(k, "|")) {
-        // A closure whose body starts with a call hands over the function it calls.
-        qsizetype bar = k + 1;
-        while (bar < to && !isPunct(bar, "|"))
-            ++bar;
-        k = bar + 1;
-        if (isPunct(k, "{"))
-            ++k;
-        qsizetype last = -1;
-        while (isWord(k) && k < to) {
-            last = k++;
-            if (!isPunct(k, "::"))
-                break;
-            ++k;
-        }
-        return last >= 0 && isPunct(k, "(") ? std::optional(text(last)) : std::nullopt;
-    }
-    if (isPunct(k, "&"))
-        ++k;
-    qsizetype last = -1;
-    while (isWord(k) && k < to) {
-        last = k++;
-        if (!isPunct(k, "::") || k >= to)
-            break;
-        ++k;
-    }
-    if (last < 0 || k != to)
-        return std::nullopt;
-    return text(last);
-}
-
-void Parser::fill(qsizetype open, qsizetype close, NativeSymbol& function) const
-{
-    ScriptSymbol& symbol = function.symbol;
-    SourceText::UniqueNames calls(symbol.calls);
-    SourceText::UniqueNames methodCalls(symbol.methodCalls);
-    SourceText::UniqueNames constructs(symbol.constructs);
-    SourceText::UniqueNames passed(symbol.passed);
-    for (qsizetype i = open + 1; i < close; ++i) {
-        if (!isWord(i))
-            continue;
-        const QByteArrayView word = text(i);
-        const bool macro
-            = isPunct(i + 1, "!") && (isPunct(i + 2, "(") || isPunct(i + 2, "[") || isPunct(i + 2, "{"));
-        qsizetype arguments = macro ? i + 2 : i + 1;
-        if (isPunct(arguments, "::") && isPunct(arguments + 1, "<"))
-            arguments = skipAngles(arguments + 1, close); // turbofish: collect::<Vec<_>>()
-        if (!isPunct(arguments, "(") && !macro)
-            continue;
-        if (among(word,
-                { "if", "while", "match", "for", "return", "loop", "fn", "in", "as", "let", "mut", "ref",
-                    "move", "where", "unsafe", "async", "await", "impl", "dyn" }))
-            continue;
-        const bool member = isPunct(i - 1, ".") || isPunct(i - 1, "::");
-        (member ? methodCalls : calls).add(word);
-        if (isPunct(i - 1, "::"))
-            calls.add(word); // module::name( may be a module's function as well as an associated one
-        // Type::new(…) and its kin make a Type.
-        if (isPunct(i - 1, "::") && isWord(i - 2) && !text(i - 2).isEmpty() && text(i - 2).front() >= 'A'
-            && text(i - 2).front() <= 'Z'
-            && (among(word, { "new", "default", "from" }) || word.startsWith("with_")))
-            constructs.add(text(i - 2));
-        const qsizetype argumentsClose = closing(arguments, close);
-        QByteArrayList names;
-        for (qsizetype k = arguments + 1; k < argumentsClose;) {
-            const qsizetype end = argumentEnd(k, argumentsClose);
-            if (const std::optional<QByteArrayView> name = passedName(k, end)) {
-                names.append(name->toByteArray());
-                passed.add(*name);
-            }
-            k = end + 1;
-        }
-        if (!names.isEmpty() && !registers(word).isEmpty()) // only calls that register are kept
-            function.registrations.push_back({ word.toByteArray(), names });
-    }
 }
 
 } // namespace RustReader

@@ -7,6 +7,7 @@
 
 namespace RustReader {
 
+using CReader::BodyNames;
 using CReader::Token;
 
 // Words, punctuation, strings (raw ones and character literals too) and numbers; a lifetime such
@@ -26,6 +27,11 @@ public:
     void items(qsizetype from, qsizetype to, std::optional<qsizetype> owner, bool inTrait, int depth);
 
 private:
+    std::optional<qsizetype> attribute(qsizetype at, qsizetype limit);
+    qsizetype itemKeyword(qsizetype at, qsizetype limit) const;
+    qsizetype useDeclaration(qsizetype keyword, qsizetype pathFrom, qsizetype limit);
+    qsizetype macroDefinition(qsizetype from, qsizetype at, qsizetype limit, Owner owner);
+    qsizetype constant(qsizetype from, qsizetype at, qsizetype limit, Owner owner);
     qsizetype function(qsizetype from, qsizetype at, qsizetype limit, Owner owner, bool member);
     qsizetype record(qsizetype from, qsizetype at, qsizetype limit, Owner owner);
     qsizetype trait(qsizetype from, qsizetype at, qsizetype limit, Owner owner, int depth);
@@ -34,7 +40,7 @@ private:
     void fields(qsizetype open, qsizetype close, qsizetype owner, bool variants);
     void fill(qsizetype open, qsizetype close, NativeSymbol& symbol) const;
     std::optional<AttributeEvent> attributeEvent(qsizetype open, qsizetype close) const;
-    std::optional<QByteArrayView> passedName(qsizetype from, qsizetype to) const;
+    std::optional<QByteArrayView> passedName(qsizetype from, qsizetype to) const override;
     qsizetype endOfItem(qsizetype at, qsizetype limit) const;
 
     std::vector<std::pair<qsizetype, qsizetype>> m_attributes; // the brackets of those before an item

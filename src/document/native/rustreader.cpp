@@ -1,13 +1,13 @@
 #include "document/native/rustreader.h"
 
 #include "document/native/rustparser_p.h"
-#include "text/sourcetext.h"
+#include "text/bytetext.h"
 
 namespace RustReader {
 
 namespace {
 
-using SourceText::among;
+using ByteText::among;
 
 } // namespace
 
@@ -30,14 +30,8 @@ Reading read(QByteArrayView utf8)
     const std::vector<Token> tokens = tokenise(readable);
     Parser parser(readable, tokens);
     parser.items(0, qsizetype(tokens.size()), std::nullopt, false, 0);
-    NativeHandlers::attachOutOfLine(parser.tree);
-    NativeHandlers::markRegistered(parser.tree, registers);
-    NativeHandlers::linkPassed(parser.tree);
-    Reading reading;
-    reading.symbols = parser.tree.build();
-    reading.includes = std::move(parser.includes);
-    reading.truncated = parser.full || readable.size() < utf8.size();
-    return reading;
+    return parser.finish(readable.size() < utf8.size(),
+        [](NativeTree& tree) { NativeHandlers::markRegistered(tree, registers); });
 }
 
 } // namespace RustReader

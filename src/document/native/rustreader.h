@@ -17,11 +17,8 @@ inline constexpr qsizetype byteLimit = CReader::byteLimit;
 inline constexpr qsizetype symbolLimit = CReader::symbolLimit;
 inline constexpr int depthLimit = CReader::depthLimit;
 
-struct Reading {
-    std::vector<ScriptSymbol> symbols; // the top level, with children
-    std::vector<CReader::Include> includes; // use declarations, extern crates and module files
-    bool truncated = false;
-};
+// Its includes are use declarations, extern crates and module files.
+using Reading = CReader::Reading;
 
 Reading read(QByteArrayView utf8);
 

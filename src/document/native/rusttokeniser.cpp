@@ -1,6 +1,6 @@
 #include "document/native/rustparser_p.h"
 
-#include "text/sourcetext.h"
+#include "text/bytetext.h"
 
 #include <cstring>
 
@@ -9,9 +9,9 @@ namespace RustReader {
 namespace {
 
 using Kind = Token::Kind;
-using SourceText::isDigit;
-using SourceText::isWordByte;
-using SourceText::isWordStart;
+using ByteText::isDigit;
+using ByteText::isWordByte;
+using ByteText::isWordStart;
 
 // The length in bytes of the UTF-8 character that starts with this byte.
 qsizetype characterLength(char lead)
@@ -20,32 +20,26 @@ qsizetype characterLength(char lead)
     return byte < 0x80 ? 1 : byte >= 0xF0 ? 4 : byte >= 0xE0 ? 3 : byte >= 0xC0 ? 2 : 1;
 }
 
-class Tokeniser {
+class Tokeniser : CReader::TokenWriter {
 public:
     explicit Tokeniser(QByteArrayView text)
-        : m_text(text)
+        : TokenWriter(text)
     {
-        m_tokens.reserve(size_t(text.size())); // no token is shorter than a byte: it never grows
     }
     std::vector<Token> run();
 
 private:
+    // A token from the current place, which may span lines; at least one byte long.
     void add(Kind kind, qsizetype start, qsizetype end)
     {
         end = std::clamp(end, start + 1, m_text.size());
-        m_tokens.push_back({ kind, qint32(m_line), qint32(start), qint32(end) });
-        m_line += std::count(m_text.begin() + start, m_text.begin() + end, '\n');
-        m_at = end;
+        push(kind, start, end);
+        advance(end);
     }
     qsizetype stringEnd(qsizetype quote) const;
     qsizetype rawStringEnd(qsizetype r) const;
     qsizetype blockCommentEnd(qsizetype at) const;
     qsizetype characterEnd(qsizetype quote) const;
-
-    QByteArrayView m_text;
-    std::vector<Token> m_tokens;
-    qsizetype m_at = 0;
-    qint64 m_line = 0;
 };
 
 // Strings may span lines; a backslash escapes the next byte.
@@ -73,8 +67,7 @@ qsizetype Tokeniser::rawStringEnd(qsizetype r) const
         ++i;
     }
     const std::string closing = '"' + std::string(size_t(hashes), '#');
-    const size_t close = SourceText::view(m_text).find(closing, size_t(i + 1));
-    return close == std::string_view::npos ? m_text.size() : qsizetype(close + closing.size());
+    return std::min(m_text.size(), find(closing, i + 1) + qsizetype(closing.size()));
 }
 
 // Past the closing quote of a character literal that opens here, or 0 when the quote opens none.
@@ -122,15 +115,12 @@ std::vector<Token> Tokeniser::run()
         if (c == '\n') {
             ++m_line;
             ++m_at;
-        } else if (SourceText::isSpace(c)) {
+        } else if (ByteText::isSpace(c)) {
             ++m_at;
         } else if (c == '/' && next == '/') {
-            const void* newline = std::memchr(m_text.data() + at, '\n', size_t(size - at));
-            m_at = newline ? static_cast<const char*>(newline) - m_text.data() : size;
+            m_at = ByteText::lineEnd(m_text, at);
         } else if (c == '/' && next == '*') {
-            const qsizetype end = blockCommentEnd(at);
-            m_line += std::count(m_text.begin() + at, m_text.begin() + end, '\n');
-            m_at = end;
+            advance(blockCommentEnd(at));
         } else if (c == '"') {
             add(Kind::string, at, stringEnd(at));
         } else if ((c == 'r'
@@ -149,10 +139,7 @@ std::vector<Token> Tokeniser::run()
             if (const qsizetype literalEnd = characterEnd(at); literalEnd > 0) {
                 add(Kind::string, at, literalEnd);
             } else {
-                qsizetype end = at + 1;
-                while (end < size && isWordByte(m_text[end]))
-                    ++end;
-                add(Kind::word, at, end);
+                add(Kind::word, at, wordEnd(at + 1));
             }
         } else if (isDigit(c)) {
             qsizetype end = at + 1;
@@ -162,12 +149,8 @@ std::vector<Token> Tokeniser::run()
                 ++end;
             add(Kind::number, at, end);
         } else if (isWordStart(c)) {
-            qsizetype end = at + 1;
-            if (c == 'r' && next == '#')
-                end = at + 2; // a raw identifier, r#type
-            while (end < size && isWordByte(m_text[end]))
-                ++end;
-            add(Kind::word, at, end);
+            // r#type is a raw identifier
+            add(Kind::word, at, wordEnd(c == 'r' && next == '#' ? at + 2 : at + 1));
         } else if ((c == ':' && next == ':') || (c == '-' && next == '>') || (c == '=' && next == '>')) {
             add(Kind::punct, at, at + 2);
         } else {

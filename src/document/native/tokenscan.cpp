@@ -1,6 +1,6 @@
 #include "document/native/tokenscan_p.h"
 
-#include "text/sourcetext.h"
+#include "text/bytetext.h"
 
 namespace CReader {
 
@@ -10,7 +10,7 @@ TokenScan::TokenScan(QByteArrayView source, const std::vector<Token>& tokens)
     : m_source(source)
     , m_tokens(tokens)
 {
-    m_match = SourceText::matchBrackets(qsizetype(tokens.size()), [&](qsizetype i) {
+    m_match = ByteText::matchBrackets(qsizetype(tokens.size()), [&](qsizetype i) {
         const Token& token = tokens[size_t(i)];
         return token.kind == Kind::punct && token.end - token.start == 1 ? source[token.start] : '\0';
     });
@@ -89,6 +89,55 @@ void TokenScan::span(ScriptSymbol& symbol, qsizetype from, qsizetype through) co
     // A directive may run on over lines that end in a backslash.
     if (m_tokens[size_t(last)].kind == Kind::directive)
         symbol.endLine += text(last).count('\n');
+}
+
+TokenScan::QualifiedName TokenScan::qualifiedName(qsizetype at, qsizetype limit) const
+{
+    QualifiedName name;
+    qsizetype k = at;
+    while (k < limit && isWord(k)) {
+        name.last = k++;
+        if (k < limit && isPunct(k, "::"))
+            ++k;
+        else
+            break;
+    }
+    name.end = k;
+    return name;
+}
+
+qsizetype TokenScan::lastOfPath(qsizetype at) const
+{
+    while (isWord(at) && isPunct(at + 1, "::") && isWord(at + 2))
+        at += 2;
+    return at;
+}
+
+QByteArrayList TokenScan::passedArguments(qsizetype open, qsizetype limit, BodyNames& names) const
+{
+    const qsizetype close = closing(open, limit);
+    QByteArrayList passed;
+    for (qsizetype k = open + 1; k < close;) {
+        const qsizetype end = argumentEnd(k, close);
+        if (const std::optional<QByteArrayView> name = passedName(k, end)) {
+            passed.append(name->toByteArray());
+            names.passed.add(*name);
+        }
+        k = end + 1;
+    }
+    return passed;
+}
+
+Reading TokenScan::finish(bool textCut, void (*markHandlers)(NativeTree& tree))
+{
+    NativeHandlers::attachOutOfLine(tree);
+    markHandlers(tree);
+    NativeHandlers::linkPassed(tree);
+    Reading reading;
+    reading.symbols = tree.build();
+    reading.includes = std::move(includes);
+    reading.truncated = full || textCut;
+    return reading;
 }
 
 } // namespace CReader

@@ -6,7 +6,7 @@ namespace {
 
 using SKind = ScriptSymbol::Kind;
 
-using SourceText::among;
+using ByteText::among;
 
 bool isFunctionLike(SKind kind)
 {
@@ -146,10 +146,10 @@ std::optional<Parser::Parsed> Parser::klass(qsizetype from, qsizetype at, qsizet
     found.bodyTo = found.last;
     found.nameToken = qint32(nameAt);
     if (baseFrom >= 0 && baseTo >= baseFrom) {
-        found.more().base = SourceText::collapsed(QByteArrayView(text(baseFrom, baseTo)));
+        found.more().base = ByteText::collapsed(QByteArrayView(text(baseFrom, baseTo)));
         found.detail = Found::Detail::extends;
     }
-    found.children = members(k, close, depth + 1);
+    found.children = members(k, close, depth + 1, MemberSyntax::classBody);
     const qsizetype next = found.last + 1;
     return Parsed { std::move(found), next };
 }
@@ -175,10 +175,10 @@ std::optional<Parser::Parsed> Parser::assignment(
         if (name.size() > 2 && name.startsWith("on")) {
             const Receiver receiver = element(at - 1);
             Extra& extra = found.more();
-            extra.event = SourceText::lowered(name.sliced(2));
+            extra.event = ByteText::lowered(name.sliced(2));
             extra.selectors = receiver.selectors;
             extra.tag = receiver.tag;
-            extra.detail = SourceText::collapsed(QByteArrayView(text(found.detailFrom, found.detailTo)));
+            extra.detail = ByteText::collapsed(QByteArrayView(text(found.detailFrom, found.detailTo)));
             if (found.detail == Found::Detail::arrow)
                 extra.detail += " =>";
             found.kind = SKind::handler;
@@ -270,7 +270,7 @@ std::optional<Parser::Parsed> Parser::object(qsizetype from, qsizetype at, qsize
     found.bodyFrom = qint32(at);
     found.bodyTo = found.last;
     found.detail = Found::Detail::members;
-    found.children = objectMembers(at, close, depth + 1);
+    found.children = members(at, close, depth + 1, MemberSyntax::objectLiteral);
     const qsizetype next = found.last + 1;
     return Parsed { std::move(found), next };
 }
@@ -300,165 +300,173 @@ std::optional<Parser::Parsed> Parser::method(
     return Parsed { std::move(found), next };
 }
 
-// A class body: methods, accessors and fields after their modifiers. Anything else (TypeScript's
-// access modifiers, decorators, index signatures) is stepped over one token at a time, so the scan
-// finds its footing again at the next member.
-std::vector<Found> Parser::members(qsizetype open, qsizetype close, int depth)
+// Class bodies and object literals list their members the same way: modifiers, a name, then a
+// parameter list, a value or nothing. A class body also holds fields and static blocks and separates
+// members by ";" or line breaks; an object literal separates them by commas. Anything the scan does
+// not know (TypeScript's access modifiers, decorators, index signatures, spreads) is stepped over, so
+// it finds its footing again at the next member.
+std::vector<Found> Parser::members(qsizetype open, qsizetype close, int depth, MemberSyntax syntax)
 {
     std::vector<Found> found;
     if (depth > depthLimit)
         return found;
+    const bool inClass = syntax == MemberSyntax::classBody;
     qsizetype j = open + 1;
     while (j < close) {
-        if (isPunct(j, ';') || isPunct(j, ',')) {
+        if (isPunct(j, ',') || (inClass && isPunct(j, ';'))) {
             ++j;
             continue;
         }
         const qsizetype start = j;
         SKind kind = SKind::method;
-        while (isWord(j) && among(text(j), { "static", "get", "set", "async" })
-            && !(isPunct(j + 1, '(') || isPunct(j + 1, '=') || isPunct(j + 1, ';') || isPunct(j + 1, '}')
-                || isPunct(j + 1, ':'))) {
-            if (text(j) == "get")
-                kind = SKind::getter;
-            else if (text(j) == "set")
-                kind = SKind::setter;
-            ++j;
-        }
+        j = memberModifiers(j, kind, syntax);
         if (isPunct(j, '*'))
             ++j;
-        if (isPunct(j, '{') && j > start) {
+        if (inClass && isPunct(j, '{') && j > start) {
             j = closing(j, close) + 1; // a static initialisation block
             continue;
         }
-        qsizetype nameAt = -1;
-        QByteArray name;
-        if (isPunct(j, '#') && isWord(j + 1)) {
-            name = '#' + text(j + 1).toByteArray();
-            j += 2;
-        } else if (isWord(j) || (j < close && m_tokens[size_t(j)].kind() != Token::Kind::punct)) {
-            nameAt = j++;
-        } else if (isPunct(j, '[')) {
-            const qsizetype computedClose = closing(j, close);
-            name = text(j, std::min(computedClose, close - 1));
-            j = std::min(computedClose + 1, close);
-        } else {
-            j = start + 1;
+        MemberName name;
+        if (!memberName(j, close, syntax, name)) {
+            j = inClass ? start + 1 : std::max(nextComma(j, close), start + 1);
             continue;
         }
-        if (isPunct(j, '?') || isPunct(j, '!'))
-            ++j;
-        if (isPunct(j, '<')) {
-            for (int steps = 0; j < close && !isPunct(j, '(') && steps < 64; ++steps)
-                ++j; // type parameters of a TypeScript method
-        }
-        const auto named = [&](Found& member) {
-            member.nameToken = qint32(nameAt);
-            if (!name.isEmpty())
-                member.more().name = name;
-        };
-        if (isPunct(j, '(')) {
-            if (std::optional<Parsed> parsed = method(start, nameAt, j, close, depth, kind)) {
-                named(parsed->found);
-                found.push_back(std::move(parsed->found));
-                j = parsed->next;
-            } else {
-                j = closing(j, close) + 1; // a signature without a body
-            }
-            continue;
-        }
-        j = skipType(j, close);
-        if (isPunct(j, '=') && !isPunct(j + 1, '=')) {
-            if (std::optional<Parsed> parsed = value(start, j + 1, close, depth)) {
-                named(parsed->found);
-                if (parsed->found.kind == SKind::variable)
-                    parsed->found.kind = SKind::property;
-                found.push_back(std::move(parsed->found));
-                j = parsed->next;
-                continue;
-            }
-        }
-        if (kind == SKind::method && j > start && (j >= close || isPunct(j, ';') || newlineBefore(j))) {
-            Found field; // a field without a value
-            field.kind = SKind::property;
-            field.first = qint32(start);
-            field.last = qint32(j - 1);
-            named(field);
-            found.push_back(std::move(field));
-            continue;
-        }
-        j = start + 1;
+        j = inClass ? classMember(start, j, close, depth, kind, name, found)
+                    : objectMember(start, j, close, depth, kind, name, found);
     }
     return found;
 }
 
-// An object literal: properties, methods and accessors, between commas.
-std::vector<Found> Parser::objectMembers(qsizetype open, qsizetype close, int depth)
+// Past the words before a member's name that make it static, an accessor or asynchronous; a word
+// followed by what follows a name is the name itself.
+qsizetype Parser::memberModifiers(qsizetype j, SKind& kind, MemberSyntax syntax) const
 {
-    std::vector<Found> found;
-    if (depth > depthLimit)
-        return found;
-    qsizetype j = open + 1;
-    while (j < close) {
-        if (isPunct(j, ',')) {
-            ++j;
-            continue;
-        }
-        const qsizetype start = j;
-        SKind kind = SKind::method;
+    const auto accessor = [&kind](QByteArrayView word) {
+        if (word == "get")
+            kind = SKind::getter;
+        else if (word == "set")
+            kind = SKind::setter;
+    };
+    if (syntax == MemberSyntax::objectLiteral) {
         if (isWord(j) && among(text(j), { "get", "set", "async" })
             && (isWord(j + 1) || isPunct(j + 1, '[') || isPunct(j + 1, '*'))) {
-            kind = text(j) == "get" ? SKind::getter : text(j) == "set" ? SKind::setter : kind;
+            accessor(text(j));
             ++j;
         }
-        if (isPunct(j, '*'))
-            ++j;
-        qsizetype nameAt = -1;
-        QByteArray name;
-        if (j < close
-            && (isWord(j) || m_tokens[size_t(j)].kind() == Token::Kind::string
-                || m_tokens[size_t(j)].kind() == Token::Kind::number)) {
-            nameAt = j++;
-        } else if (isPunct(j, '[')) {
-            const qsizetype computedClose = closing(j, close);
-            name = text(j, std::min(computedClose, close - 1));
-            j = std::min(computedClose + 1, close);
-        } else {
-            j = std::max(nextComma(j, close), start + 1); // a spread or something unknown
-            continue;
-        }
-        const auto named = [&](Found& member) {
-            member.nameToken = qint32(nameAt);
-            if (!name.isEmpty())
-                member.more().name = name;
-        };
-        if (isPunct(j, '(')) {
-            if (std::optional<Parsed> parsed = method(start, nameAt, j, close, depth, kind)) {
-                named(parsed->found);
-                found.push_back(std::move(parsed->found));
-                j = parsed->next;
-            }
-        } else if (isPunct(j, ':')) {
-            if (std::optional<Parsed> parsed = value(start, j + 1, close, depth)) {
-                named(parsed->found);
-                SKind& memberKind = parsed->found.kind;
-                if (isFunctionLike(memberKind))
-                    memberKind = SKind::method;
-                else if (memberKind == SKind::variable)
-                    memberKind = SKind::property;
-                found.push_back(std::move(parsed->found));
-                j = parsed->next;
-            }
-        } else if (nameAt >= 0 && (j >= close || isPunct(j, ','))) {
-            Found shorthand;
-            shorthand.kind = SKind::property;
-            shorthand.first = shorthand.last = qint32(nameAt);
-            named(shorthand);
-            found.push_back(std::move(shorthand));
-        }
-        j = std::max(nextComma(j, close), start + 1);
+        return j;
     }
-    return found;
+    while (isWord(j) && among(text(j), { "static", "get", "set", "async" })
+        && !(isPunct(j + 1, '(') || isPunct(j + 1, '=') || isPunct(j + 1, ';') || isPunct(j + 1, '}')
+            || isPunct(j + 1, ':'))) {
+        accessor(text(j));
+        ++j;
+    }
+    return j;
+}
+
+// A member's name: a token, a computed [name] or, in a class, a #private name. Moves j past it.
+bool Parser::memberName(qsizetype& j, qsizetype close, MemberSyntax syntax, MemberName& name) const
+{
+    const bool inClass = syntax == MemberSyntax::classBody;
+    const auto namingToken = [&](qsizetype i) {
+        const auto kind = [&] { return m_tokens[size_t(i)].kind(); };
+        if (inClass)
+            return isWord(i) || (i < close && kind() != Token::Kind::punct);
+        return i < close && (isWord(i) || kind() == Token::Kind::string || kind() == Token::Kind::number);
+    };
+    if (inClass && isPunct(j, '#') && isWord(j + 1)) {
+        name.text = '#' + text(j + 1).toByteArray();
+        j += 2;
+    } else if (namingToken(j)) {
+        name.at = j++;
+    } else if (isPunct(j, '[')) {
+        const qsizetype computedClose = closing(j, close);
+        name.text = text(j, std::min(computedClose, close - 1));
+        j = std::min(computedClose + 1, close);
+    } else {
+        return false;
+    }
+    return true;
+}
+
+void Parser::MemberName::give(Found& member) const
+{
+    member.nameToken = qint32(at);
+    if (!text.isEmpty())
+        member.more().name = text;
+}
+
+// A method, a field with a value, or a field without one; j is past the name. Returns where the
+// next member may start.
+qsizetype Parser::classMember(qsizetype start, qsizetype j, qsizetype close, int depth, SKind kind,
+    const MemberName& name, std::vector<Found>& found)
+{
+    if (isPunct(j, '?') || isPunct(j, '!'))
+        ++j;
+    if (isPunct(j, '<')) {
+        for (int steps = 0; j < close && !isPunct(j, '(') && steps < 64; ++steps)
+            ++j; // type parameters of a TypeScript method
+    }
+    if (isPunct(j, '(')) {
+        std::optional<Parsed> parsed = method(start, name.at, j, close, depth, kind);
+        if (!parsed)
+            return closing(j, close) + 1; // a signature without a body
+        name.give(parsed->found);
+        found.push_back(std::move(parsed->found));
+        return parsed->next;
+    }
+    j = skipType(j, close);
+    if (isPunct(j, '=') && !isPunct(j + 1, '=')) {
+        if (std::optional<Parsed> parsed = value(start, j + 1, close, depth)) {
+            name.give(parsed->found);
+            if (parsed->found.kind == SKind::variable)
+                parsed->found.kind = SKind::property;
+            found.push_back(std::move(parsed->found));
+            return parsed->next;
+        }
+    }
+    if (kind == SKind::method && j > start && (j >= close || isPunct(j, ';') || newlineBefore(j))) {
+        Found field; // a field without a value
+        field.kind = SKind::property;
+        field.first = qint32(start);
+        field.last = qint32(j - 1);
+        name.give(field);
+        found.push_back(std::move(field));
+        return j;
+    }
+    return start + 1;
+}
+
+// A method, a property with a value after ":", or a shorthand property; j is past the name. Returns
+// where the next member may start.
+qsizetype Parser::objectMember(qsizetype start, qsizetype j, qsizetype close, int depth, SKind kind,
+    const MemberName& name, std::vector<Found>& found)
+{
+    if (isPunct(j, '(')) {
+        if (std::optional<Parsed> parsed = method(start, name.at, j, close, depth, kind)) {
+            name.give(parsed->found);
+            found.push_back(std::move(parsed->found));
+            j = parsed->next;
+        }
+    } else if (isPunct(j, ':')) {
+        if (std::optional<Parsed> parsed = value(start, j + 1, close, depth)) {
+            name.give(parsed->found);
+            SKind& memberKind = parsed->found.kind;
+            if (isFunctionLike(memberKind))
+                memberKind = SKind::method;
+            else if (memberKind == SKind::variable)
+                memberKind = SKind::property;
+            found.push_back(std::move(parsed->found));
+            j = parsed->next;
+        }
+    } else if (name.at >= 0 && (j >= close || isPunct(j, ','))) {
+        Found shorthand;
+        shorthand.kind = SKind::property;
+        shorthand.first = shorthand.last = qint32(name.at);
+        name.give(shorthand);
+        found.push_back(std::move(shorthand));
+    }
+    return std::max(nextComma(j, close), start + 1);
 }
 
 std::optional<Parser::Parsed> Parser::listener(qsizetype at, qsizetype limit, int depth)
@@ -479,7 +487,7 @@ std::optional<Parser::Parsed> Parser::listener(qsizetype at, qsizetype limit, in
     if (eventAt < eventEnd) {
         const Token::Kind kind = m_tokens[size_t(eventAt)].kind();
         extra.event = kind == Token::Kind::string || kind == Token::Kind::templateLiteral
-            ? SourceText::unquoted(text(eventAt)).toByteArray()
+            ? ByteText::unquoted(text(eventAt)).toByteArray()
             : text(eventAt, eventEnd - 1);
     }
     const qsizetype handlerAt = eventEnd + 1;
@@ -494,7 +502,7 @@ std::optional<Parser::Parsed> Parser::listener(qsizetype at, qsizetype limit, in
             inline_ = arrow(handlerAt, k, close, depth);
         if (inline_) {
             const Found& code = inline_->found;
-            extra.detail = SourceText::collapsed(QByteArrayView(text(code.detailFrom, code.detailTo)));
+            extra.detail = ByteText::collapsed(QByteArrayView(text(code.detailFrom, code.detailTo)));
             if (code.detail == Found::Detail::arrow)
                 extra.detail += " =>";
             found.children = std::move(inline_->found.children);

@@ -3,7 +3,7 @@
 // The declaration scan behind ScriptReader; not for use elsewhere.
 
 #include "document/script/scriptreader.h"
-#include "text/sourcetext.h"
+#include "text/bytetext.h"
 
 #include <QHash>
 
@@ -78,8 +78,20 @@ private:
     std::optional<Parsed> arrow(qsizetype from, qsizetype at, qsizetype limit, int depth);
     std::optional<Parsed> object(qsizetype from, qsizetype at, qsizetype limit, int depth);
     std::optional<Parsed> listener(qsizetype at, qsizetype limit, int depth);
-    std::vector<Found> members(qsizetype open, qsizetype close, int depth);
-    std::vector<Found> objectMembers(qsizetype open, qsizetype close, int depth);
+    enum class MemberSyntax { classBody, objectLiteral };
+    // A member's name: the token that names it, or the text of a computed or private name.
+    struct MemberName {
+        qsizetype at = -1;
+        QByteArray text;
+        void give(Found& member) const;
+    };
+    std::vector<Found> members(qsizetype open, qsizetype close, int depth, MemberSyntax syntax);
+    qsizetype memberModifiers(qsizetype j, ScriptSymbol::Kind& kind, MemberSyntax syntax) const;
+    bool memberName(qsizetype& j, qsizetype close, MemberSyntax syntax, MemberName& name) const;
+    qsizetype classMember(qsizetype start, qsizetype j, qsizetype close, int depth, ScriptSymbol::Kind kind,
+        const MemberName& name, std::vector<Found>& found);
+    qsizetype objectMember(qsizetype start, qsizetype j, qsizetype close, int depth, ScriptSymbol::Kind kind,
+        const MemberName& name, std::vector<Found>& found);
     std::optional<Parsed> method(qsizetype from, qsizetype nameAt, qsizetype paren, qsizetype limit,
         int depth, ScriptSymbol::Kind kind);
     Receiver element(qsizetype before);
@@ -106,7 +118,7 @@ private:
     QByteArrayView m_source;
     const std::vector<Token>& m_tokens;
     const std::vector<qint32>& m_match;
-    SourceText::LineIndex m_lines;
+    ByteText::LineIndex m_lines;
     // Where each name is assigned, found once on the first listener that needs it.
     std::optional<std::unordered_map<std::string_view, std::vector<qint32>>> m_assignments;
 };

@@ -1,7 +1,8 @@
 #include "document/script/scriptreader.h"
 
 #include "document/script/scriptparser_p.h"
-#include "text/sourcetext.h"
+#include "text/bytetext.h"
+#include "text/nametable.h"
 
 #include <cstring>
 
@@ -10,17 +11,17 @@ namespace ScriptReader {
 namespace {
 
 using Kind = Token::Kind;
-using SourceText::isDigit;
-using SourceText::isLetter;
+using ByteText::isDigit;
+using ByteText::isLetter;
 
 bool isIdentifierStart(char c)
 {
-    return SourceText::isWordStart(c) || c == '$';
+    return ByteText::isWordStart(c) || c == '$';
 }
 
 bool isIdentifierByte(char c)
 {
-    return SourceText::isWordByte(c) || c == '$';
+    return ByteText::isWordByte(c) || c == '$';
 }
 
 bool isHexDigit(char c)
@@ -33,7 +34,7 @@ bool opensRegex(QByteArrayView word)
 {
     static constexpr std::string_view words[] { "return", "typeof", "case", "in", "of", "new", "delete",
         "void", "instanceof", "do", "else", "yield", "await" };
-    return std::find(std::begin(words), std::end(words), SourceText::view(word)) != std::end(words);
+    return std::find(std::begin(words), std::end(words), ByteText::view(word)) != std::end(words);
 }
 
 class Tokenizer {
@@ -51,7 +52,7 @@ public:
 private:
     bool regexAllowed() const;
     void add(qsizetype start, qsizetype end, Kind kind) { m_tokens.emplace_back(start, end, kind); }
-    qsizetype quoted(qsizetype at) const { return SourceText::quotedEnd(m_text, at); }
+    qsizetype quoted(qsizetype at) const { return ByteText::quotedEnd(m_text, at); }
     qsizetype templateEnd(qsizetype at) const;
     qsizetype readRegex(qsizetype at) const;
     qsizetype find(qsizetype from, std::string_view what) const;
@@ -62,7 +63,7 @@ private:
 
 qsizetype Tokenizer::find(qsizetype from, std::string_view what) const
 {
-    const size_t found = SourceText::view(m_text).find(what, size_t(from));
+    const size_t found = ByteText::view(m_text).find(what, size_t(from));
     return found == std::string_view::npos ? m_text.size() : qsizetype(found);
 }
 
@@ -142,8 +143,7 @@ std::vector<Token> Tokenizer::run()
         if (c == '\n' || c == ' ' || c == '\t' || c == '\r') {
             ++i;
         } else if (c == '/' && next == '/') {
-            const void* newline = std::memchr(m_text.data() + i, '\n', size_t(size - i));
-            i = newline ? static_cast<const char*>(newline) - m_text.data() : size;
+            i = ByteText::lineEnd(m_text, i);
         } else if (c == '/' && next == '*') {
             const qsizetype close = find(i + 2, "*/");
             i = std::min(size, close + 2);
@@ -194,29 +194,24 @@ std::vector<Token> tokenize(QByteArrayView utf8)
 
 std::vector<qint32> brackets(const std::vector<Token>& tokens, QByteArrayView utf8)
 {
-    return SourceText::matchBrackets(qsizetype(tokens.size()), [&](qsizetype i) {
+    return ByteText::matchBrackets(qsizetype(tokens.size()), [&](qsizetype i) {
         const Token& token = tokens[size_t(i)];
         return token.kind() == Kind::punct && token.end() - token.start() == 1 ? utf8[token.start()] : '\0';
     });
 }
 
+constexpr auto tokenKindNames
+    = nameTable<Token::Kind>("word", "punct", "string", "template", "number", "regex");
+
 QString tokenKindName(Token::Kind kind)
 {
-    switch (kind) {
-    case Kind::word: return QStringLiteral("word");
-    case Kind::punct: return QStringLiteral("punct");
-    case Kind::string: return QStringLiteral("string");
-    case Kind::templateLiteral: return QStringLiteral("template");
-    case Kind::number: return QStringLiteral("number");
-    case Kind::regex: return QStringLiteral("regex");
-    }
-    return {};
+    return tokenKindNames.name(kind);
 }
 
 Reading read(QByteArrayView utf8)
 {
     Reading reading;
-    if (SourceText::hasAtLeastCharacters(utf8, characterLimit)) {
+    if (ByteText::hasAtLeastCharacters(utf8, characterLimit)) {
         reading.truncated = true;
         return reading;
     }

@@ -1,37 +1,33 @@
 #include "document/style/stylereader.h"
 
 #include "document/scriptsymbol.h"
-#include "text/sourcetext.h"
+#include "text/bytetext.h"
+#include "text/nametable.h"
 
 #include <cstring>
 
+constexpr auto styleRuleKindNames
+    = nameTable<StyleRule::Kind>("rule", "media", "keyframes", "supports", "atRule", "statement");
+
 QString styleRuleKindName(StyleRule::Kind kind)
 {
-    switch (kind) {
-    case StyleRule::Kind::rule: return QStringLiteral("rule");
-    case StyleRule::Kind::media: return QStringLiteral("media");
-    case StyleRule::Kind::keyframes: return QStringLiteral("keyframes");
-    case StyleRule::Kind::supports: return QStringLiteral("supports");
-    case StyleRule::Kind::atRule: return QStringLiteral("atRule");
-    case StyleRule::Kind::statement: return QStringLiteral("statement");
-    }
-    return {};
+    return styleRuleKindNames.name(kind);
 }
 
 namespace StyleReader {
 
 namespace {
 
-using SourceText::isDigit;
-using SourceText::isLetter;
-using SourceText::isSpace;
-using SourceText::UniqueNames;
+using ByteText::isDigit;
+using ByteText::isLetter;
+using ByteText::isSpace;
+using ByteText::UniqueNames;
 
-using SourceText::among;
+using ByteText::among;
 
 bool isAnimationKeyword(QByteArrayView word)
 {
-    return among(SourceText::lowered(word),
+    return among(ByteText::lowered(word),
         { "infinite", "linear", "ease", "ease-in", "ease-out", "ease-in-out", "alternate", "normal",
             "reverse", "forwards", "backwards", "both", "none", "running", "paused", "step-start", "step-end",
             "s", "ms" });
@@ -75,13 +71,13 @@ private:
     static StyleRule::Kind kind(QByteArrayView prelude);
 
     QByteArrayView m_text;
-    SourceText::LineIndex m_lines;
+    ByteText::LineIndex m_lines;
     qsizetype m_at = 0;
 };
 
 qsizetype endOfComment(QByteArrayView text, qsizetype at)
 {
-    const size_t close = SourceText::view(text).find("*/", size_t(at + 2));
+    const size_t close = ByteText::view(text).find("*/", size_t(at + 2));
     return close == std::string_view::npos ? text.size() : qsizetype(close) + 2;
 }
 
@@ -98,12 +94,6 @@ qsizetype endOfString(QByteArrayView text, qsizetype at)
 bool startsLineComment(QByteArrayView text, qsizetype at)
 {
     return at + 1 < text.size() && text[at] == '/' && text[at + 1] == '/' && (at == 0 || text[at - 1] != ':');
-}
-
-qsizetype endOfLine(QByteArrayView text, qsizetype at)
-{
-    const void* newline = std::memchr(text.data() + at, '\n', size_t(text.size() - at));
-    return newline ? static_cast<const char*>(newline) - text.data() : text.size();
 }
 
 // "url(" … ")" holds slashes, semicolons and quotes that mean nothing there.
@@ -147,7 +137,7 @@ bool Cursor::skipComment()
         return true;
     }
     if (startsLineComment(m_text, m_at)) {
-        m_at = endOfLine(m_text, m_at);
+        m_at = ByteText::lineEnd(m_text, m_at);
         return true;
     }
     return false;
@@ -163,7 +153,7 @@ qsizetype Cursor::skipBlock(qsizetype open) const
         if (c == '/' && i + 1 < m_text.size() && m_text[i + 1] == '*') {
             i = endOfComment(m_text, i);
         } else if (startsLineComment(m_text, i)) {
-            i = endOfLine(m_text, i);
+            i = ByteText::lineEnd(m_text, i);
         } else if (c == '"' || c == '\'') {
             i = endOfString(m_text, i);
         } else if (startsUrl(m_text, i)) {
@@ -186,7 +176,7 @@ StyleRule::Kind Cursor::kind(QByteArrayView prelude)
     qsizetype end = 1;
     while (end < prelude.size() && isNameByte(prelude[end]))
         ++end;
-    const QByteArray keyword = SourceText::lowered(prelude.sliced(1, end - 1));
+    const QByteArray keyword = ByteText::lowered(prelude.sliced(1, end - 1));
     if (keyword == "media")
         return StyleRule::Kind::media;
     if (keyword == "keyframes" || keyword == "-webkit-keyframes")
@@ -299,7 +289,7 @@ void Cursor::record(StyleRule& rule, QByteArrayView declaration) const
         if (name.startsWith("--"))
             uses.add(name);
     }
-    const QByteArray lowered = SourceText::lowered(property);
+    const QByteArray lowered = ByteText::lowered(property);
     if (lowered != "animation" && lowered != "animation-name")
         return;
     // Words of the value outside parentheses, so cubic-bezier(…) and steps(…) leave no arguments.
@@ -314,10 +304,10 @@ void Cursor::record(StyleRule& rule, QByteArrayView declaration) const
             --parentheses;
     }
     UniqueNames animations(rule.animations);
-    for (const QByteArray& word : SourceText::collapsed(words).split(' ')) {
+    for (const QByteArray& word : ByteText::collapsed(words).split(' ')) {
         if (!word.isEmpty() && isLetter(word[0]) && !isAnimationKeyword(word)
-            && !SourceText::lowered(word).startsWith("cubic-bezier")
-            && !SourceText::lowered(word).startsWith("steps"))
+            && !ByteText::lowered(word).startsWith("cubic-bezier")
+            && !ByteText::lowered(word).startsWith("steps"))
             animations.add(word);
     }
 }
@@ -334,7 +324,7 @@ void Cursor::declarations(StyleRule& rule, qsizetype from, qsizetype to) const
             i = endOfComment(m_text, i);
         } else if (startsLineComment(m_text, i)) {
             record(rule, m_text.sliced(pieceStart, i - pieceStart));
-            i = endOfLine(m_text, i);
+            i = ByteText::lineEnd(m_text, i);
             pieceStart = i;
         } else if (c == '"' || c == '\'') {
             i = endOfString(m_text, i);
@@ -364,8 +354,8 @@ StyleRule Cursor::rule(const Found& found) const
     rule.kind = found.kind;
     const QByteArrayView prelude = m_text.sliced(found.preludeFrom, found.preludeTo - found.preludeFrom);
     const QByteArray selector
-        = SourceText::collapsed(prelude.contains("/*") ? withoutComments(prelude) : prelude);
-    rule.name = selector.isEmpty() ? QByteArray("{ }") : SourceText::shortened(selector, 161, 158);
+        = ByteText::collapsed(prelude.contains("/*") ? withoutComments(prelude) : prelude);
+    rule.name = selector.isEmpty() ? QByteArray("{ }") : ByteText::shortened(selector, 161, 158);
     rule.start = found.preludeFrom;
     rule.end = found.end;
     rule.line = m_lines.lineOf(found.preludeFrom);
@@ -427,7 +417,7 @@ QByteArrayList targets(QByteArrayView selector)
             qsizetype end = i + 1;
             while (end < size && isNameByte(selector[end]))
                 ++end;
-            names.add(SourceText::lowered(selector.sliced(i, end - i)));
+            names.add(ByteText::lowered(selector.sliced(i, end - i)));
             i = end;
         } else {
             ++i;
@@ -439,7 +429,7 @@ QByteArrayList targets(QByteArrayView selector)
 Reading read(QByteArrayView utf8)
 {
     Reading reading;
-    if (SourceText::hasAtLeastCharacters(utf8, characterLimit)) {
+    if (ByteText::hasAtLeastCharacters(utf8, characterLimit)) {
         reading.truncated = true;
         return reading;
     }

@@ -1,14 +1,15 @@
 #include "document/script/scriptparser_p.h"
 
-#include <cstring>
+// What a declaration refers to (the names its code calls and constructs, the elements it queries
+// and listens on) and the ScriptSymbol made of it.
 
 namespace ScriptReader {
 
 namespace {
 
-using SourceText::UniqueNames;
+using ByteText::UniqueNames;
 
-using SourceText::among;
+using ByteText::among;
 
 // A word followed by "(" that is one of these is not a call.
 bool isStatementKeyword(QByteArrayView word)
@@ -23,7 +24,7 @@ QByteArray detailText(QByteArrayView text)
 {
     constexpr qsizetype window = 8192;
     QByteArray shown
-        = SourceText::shortened(SourceText::collapsed(text.first(std::min(text.size(), window))), 81, 78);
+        = ByteText::shortened(ByteText::collapsed(text.first(std::min(text.size(), window))), 81, 78);
     if (text.size() > window && !shown.endsWith("…"))
         shown += "…";
     return shown;
@@ -35,157 +36,18 @@ QByteArray tagOf(QByteArrayView selector)
     qsizetype start = selector.size();
     while (start > 0) {
         const char c = selector[start - 1];
-        if (SourceText::isSpace(c) || c == '>' || c == '+' || c == '~' || c == ',')
+        if (ByteText::isSpace(c) || c == '>' || c == '+' || c == '~' || c == ',')
             break;
         --start;
     }
     qsizetype end = start;
     while (end < selector.size()
-        && (SourceText::isLetter(selector[end]) || SourceText::isDigit(selector[end])
-            || selector[end] == '-'))
+        && (ByteText::isLetter(selector[end]) || ByteText::isDigit(selector[end]) || selector[end] == '-'))
         ++end;
-    return SourceText::lowered(selector.sliced(start, end - start));
+    return ByteText::lowered(selector.sliced(start, end - start));
 }
 
 } // namespace
-
-Parser::Parser(QByteArrayView source, const std::vector<Token>& tokens, const std::vector<qint32>& match)
-    : m_source(source)
-    , m_tokens(tokens)
-    , m_match(match)
-    , m_lines(source)
-{
-}
-
-bool Parser::isWord(qsizetype i) const
-{
-    return i >= 0 && i < qsizetype(m_tokens.size()) && m_tokens[size_t(i)].kind() == Token::Kind::word;
-}
-
-bool Parser::isWord(qsizetype i, QByteArrayView word) const
-{
-    return isWord(i) && text(i) == word;
-}
-
-bool Parser::isPunct(qsizetype i, char c) const
-{
-    if (i < 0 || i >= qsizetype(m_tokens.size()))
-        return false;
-    const Token& token = m_tokens[size_t(i)];
-    return token.kind() == Token::Kind::punct && token.end() - token.start() == 1
-        && m_source[token.start()] == c;
-}
-
-bool Parser::isOpener(qsizetype i) const
-{
-    return isPunct(i, '(') || isPunct(i, '[') || isPunct(i, '{');
-}
-
-bool Parser::isCloser(qsizetype i) const
-{
-    return isPunct(i, ')') || isPunct(i, ']') || isPunct(i, '}');
-}
-
-QByteArray Parser::text(qsizetype from, qsizetype through) const
-{
-    if (from < 0 || through < from || through >= qsizetype(m_tokens.size()))
-        return {};
-    const qsizetype start = m_tokens[size_t(from)].start();
-    return m_source.sliced(start, m_tokens[size_t(through)].end() - start).toByteArray();
-}
-
-// The matching closer of an opening bracket, or the limit when it closes beyond it or never.
-qsizetype Parser::closing(qsizetype open, qsizetype limit) const
-{
-    const qsizetype close = m_match[size_t(open)];
-    return close < 0 || close > limit ? limit : close;
-}
-
-// A return or field type after ":", up to what follows it.
-qsizetype Parser::skipType(qsizetype at, qsizetype limit, bool beforeBody) const
-{
-    if (!isPunct(at, ':'))
-        return at;
-    qsizetype j = at + 1;
-    for (int steps = 0; j < limit && steps < 64; ++steps) {
-        if ((text(j) == "=>" && !beforeBody) || isPunct(j, '{') || isPunct(j, ';') || isPunct(j, '=')
-            || isPunct(j, ',') || isCloser(j)
-            || (steps > 0 && newlineBefore(j) && !isPunct(j, '|') && !isPunct(j, '&')))
-            break;
-        j = isPunct(j, '(') || isPunct(j, '[') ? closing(j, limit) + 1 : j + 1;
-    }
-    return std::min(j, limit);
-}
-
-bool Parser::isArrowAt(qsizetype at, qsizetype limit) const
-{
-    if (at >= limit)
-        return false;
-    if (isWord(at))
-        return at + 1 < limit && text(at + 1) == "=>";
-    if (!isPunct(at, '('))
-        return false;
-    const qsizetype close = closing(at, limit);
-    if (close + 1 >= limit)
-        return false;
-    const qsizetype after = skipType(close + 1, limit);
-    return after < limit && text(after) == "=>";
-}
-
-bool Parser::newlineBefore(qsizetype i) const
-{
-    if (i <= 0 || i >= qsizetype(m_tokens.size()))
-        return false;
-    const qsizetype from = m_tokens[size_t(i - 1)].end();
-    const qsizetype to = m_tokens[size_t(i)].start();
-    return to > from && std::memchr(m_source.data() + from, '\n', size_t(to - from));
-}
-
-qsizetype Parser::nextComma(qsizetype at, qsizetype limit) const
-{
-    qsizetype j = at;
-    while (j < limit) {
-        if (isOpener(j))
-            j = closing(j, limit) + 1;
-        else if (isPunct(j, ','))
-            return j;
-        else
-            ++j;
-    }
-    return limit;
-}
-
-// Where an expression ends: a comma, semicolon or closer at its own level, or a line break between
-// a finished expression and the start of a new statement, as the language inserts semicolons.
-qsizetype Parser::expressionEnd(qsizetype at, qsizetype limit) const
-{
-    qsizetype j = at;
-    while (j < limit) {
-        if (isOpener(j)) {
-            j = closing(j, limit) + 1;
-            continue;
-        }
-        if (isPunct(j, ',') || isPunct(j, ';') || isCloser(j))
-            return j;
-        if (j > at && newlineBefore(j)) {
-            const Token& previous = m_tokens[size_t(j - 1)];
-            const Token& current = m_tokens[size_t(j)];
-            const bool finished
-                = (previous.kind() != Token::Kind::punct && previous.kind() != Token::Kind::word)
-                || isCloser(j - 1)
-                || (previous.kind() == Token::Kind::word
-                    && !among(text(j - 1),
-                        { "return", "typeof", "case", "in", "of", "new", "delete", "void", "instanceof", "do",
-                            "else", "yield", "await" }));
-            const bool starts
-                = current.kind() != Token::Kind::punct && !among(text(j), { "in", "of", "instanceof" });
-            if (finished && starts)
-                return j;
-        }
-        ++j;
-    }
-    return std::min(j, limit);
-}
 
 // What an element query at a word selects: #id, .class, a tag, or a selector as written.
 std::optional<QByteArray> Parser::queried(qsizetype word) const
@@ -196,13 +58,13 @@ std::optional<QByteArray> Parser::queried(qsizetype word) const
     if (argument != Token::Kind::string && argument != Token::Kind::templateLiteral)
         return std::nullopt;
     const QByteArrayView name = text(word);
-    const QByteArrayView value = SourceText::unquoted(text(word + 2));
+    const QByteArrayView value = ByteText::unquoted(text(word + 2));
     if (name == "getElementById")
         return '#' + value.toByteArray();
     if (name == "getElementsByClassName")
         return '.' + value.toByteArray();
     if (name == "getElementsByTagName")
-        return SourceText::lowered(value);
+        return ByteText::lowered(value);
     if (among(name, { "querySelector", "querySelectorAll", "closest", "matches" }))
         return value.toByteArray();
     return std::nullopt;
@@ -237,10 +99,10 @@ Parser::Receiver Parser::element(qsizetype dot)
         m_assignments.emplace();
         for (qsizetype i = 0; i + 2 < qsizetype(m_tokens.size()); ++i) {
             if (isWord(i) && isPunct(i + 1, '=') && !isPunct(i + 2, '='))
-                (*m_assignments)[SourceText::view(text(i))].push_back(qint32(i));
+                (*m_assignments)[ByteText::view(text(i))].push_back(qint32(i));
         }
     }
-    const auto places = m_assignments->find(SourceText::view(name));
+    const auto places = m_assignments->find(ByteText::view(name));
     if (places == m_assignments->end())
         return receiver;
     const auto after = std::lower_bound(places->second.begin(), places->second.end(), qint32(at));
@@ -305,7 +167,7 @@ void Parser::collect(ScriptSymbol& symbol, const Found& found) const
                 const qsizetype close = closing(i + 1, to + 1);
                 for (qsizetype k = i + 2; k < close; k = nextComma(k, close) + 1) {
                     if (m_tokens[size_t(k)].kind() == Token::Kind::string)
-                        selectors.add(QByteArray('.' + SourceText::unquoted(text(k)).toByteArray()));
+                        selectors.add(QByteArray('.' + ByteText::unquoted(text(k)).toByteArray()));
                     if (word == "toggle")
                         break;
                 }
@@ -319,7 +181,7 @@ ScriptSymbol Parser::symbol(const Found& found) const
 {
     ScriptSymbol symbol;
     symbol.kind = found.kind;
-    symbol.name = found.nameToken >= 0 ? SourceText::unquoted(text(found.nameToken)).toByteArray()
+    symbol.name = found.nameToken >= 0 ? ByteText::unquoted(text(found.nameToken)).toByteArray()
         : found.extra                  ? found.extra->name
                                        : QByteArray();
     if (symbol.name.isEmpty())

@@ -5,15 +5,18 @@
 #include <QByteArrayView>
 
 #include <algorithm>
+#include <cstring>
+#include <functional>
 #include <initializer_list>
+#include <string>
 #include <string_view>
 #include <unordered_set>
 #include <vector>
 
-// Byte-level helpers the structure readers share. Every reader works on the UTF-8 bytes of a text:
-// all the syntax they look for is ASCII, and no byte of a longer UTF-8 sequence is ASCII, so other
-// characters pass through whole.
-namespace SourceText {
+// Byte-level helpers for reading UTF-8 text, shared by the structure readers and the import reader.
+// All the syntax they look for is ASCII, and no byte of a longer UTF-8 sequence is ASCII, so other
+// characters pass through whole; code points are decoded only where a byte is not ASCII.
+namespace ByteText {
 
 inline bool isDigit(char c)
 {
@@ -48,6 +51,21 @@ inline bool among(QByteArrayView word, std::initializer_list<std::string_view> w
     return std::find(words.begin(), words.end(), view(word)) != words.end();
 }
 
+// Lines.
+
+// The offset of the first newline at or after `at`, or the end of the text.
+inline qsizetype lineEnd(QByteArrayView text, qsizetype at)
+{
+    const void* newline = std::memchr(text.data() + at, '\n', size_t(text.size() - at));
+    return newline ? static_cast<const char*>(newline) - text.data() : text.size();
+}
+
+// The number of lines of a text whose line ends are "\n"; an empty text is one empty line.
+inline qint64 lineCount(QByteArrayView text)
+{
+    return text.count('\n') + 1;
+}
+
 // Line numbers of byte offsets: the offsets of every newline, searched by halving.
 class LineIndex {
 public:
@@ -59,16 +77,66 @@ private:
     std::vector<qsizetype> m_newlines;
 };
 
+// Calls line(piece) for each non-empty piece between line breaks ("\n", "\r" or both) until it
+// returns false.
+template <typename Visit> void forEachLine(QByteArrayView text, const Visit& line)
+{
+    const char* p = text.data();
+    const char* const end = p + text.size();
+    while (p < end) {
+        const char* stop = p;
+        while (stop < end && *stop != '\n' && *stop != '\r')
+            ++stop;
+        if (stop > p && !line(QByteArrayView(p, stop - p)))
+            return;
+        p = stop + 1;
+    }
+}
+
+// Pieces and spaces.
+
+// Without leading and trailing spaces and tabs.
+QByteArrayView trimmed(QByteArrayView text);
 // The words of a text joined by single spaces.
 QByteArray collapsed(QByteArrayView text);
+
+std::vector<QByteArrayView> split(
+    QByteArrayView text, char separator, Qt::SplitBehavior behavior = Qt::KeepEmptyParts);
+
+// Case.
+
 // Lower-case ASCII letters; other bytes as they are.
 QByteArray lowered(QByteArrayView text);
+// Lower case in any script, as the lookups of names and paths key them; ASCII without a detour
+// through QString.
+std::string lower(QByteArrayView text);
 
+// Characters.
+
+// The number of code points, counted no further than `limit` + 1, so that a long text costs no more
+// than the limit it is tested against.
+qsizetype characters(QByteArrayView text, qsizetype limit);
+// Whether a UTF-8 text holds at least `count` characters as people see them.
+bool hasAtLeastCharacters(QByteArrayView utf8, qsizetype count);
 // A text of `limit` characters or more cut to its first `keep` followed by "…". Characters are the
 // ones people see (grapheme clusters), so an accent or an emoji is never cut in two.
 QByteArray shortened(QByteArrayView utf8, qsizetype limit, qsizetype keep);
-// Whether a UTF-8 text holds at least `count` characters as people see them.
-bool hasAtLeastCharacters(QByteArrayView utf8, qsizetype count);
+
+// The code point at p (advancing p past it); a byte that does not start a valid sequence reads as
+// U+FFFD, one byte long.
+char32_t decode(const char*& p, const char* end);
+
+// Words in any script.
+
+// A letter, digit or underscore, in any script.
+bool isWordCharacter(char32_t c);
+// The run of word characters the text begins with.
+QByteArrayView leadingWord(QByteArrayView text);
+// Calls visit(word, characters, capitalised) for each maximal run of word characters; capitalised
+// when its first character is an upper-case letter.
+void forEachWord(QByteArrayView text, const std::function<void(QByteArrayView, qsizetype, bool)>& visit);
+
+// Quoted strings.
 
 // Past the quote that closes the string whose opening quote is at `at`. A backslash escapes the next
 // byte; a newline ends the string unclosed, and so does the end of the text.
@@ -139,4 +207,4 @@ template <typename BracketAt> std::vector<qint32> matchBrackets(qsizetype count,
     return match;
 }
 
-} // namespace SourceText
+} // namespace ByteText

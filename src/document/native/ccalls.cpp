@@ -1,14 +1,14 @@
 #include "document/native/cparser_p.h"
 
-#include "text/sourcetext.h"
+#include "text/bytetext.h"
+
+// What a C-family function's body calls, constructs and hands over, and which calls register what.
 
 namespace CReader {
 
 namespace {
 
-using Kind = Token::Kind;
-
-using SourceText::among;
+using ByteText::among;
 
 } // namespace
 
@@ -26,27 +26,16 @@ std::optional<QByteArrayView> Parser::passedName(qsizetype from, qsizetype to) c
         else
             break;
     }
-    qsizetype last = -1;
-    while (k < to && isWord(k)) {
-        last = k++;
-        if (k < to && isPunct(k, "::"))
-            ++k;
-        else
-            break;
-    }
-    if (last < 0 || k != to)
+    const QualifiedName name = qualifiedName(k, to);
+    if (name.last < 0 || name.end != to)
         return std::nullopt;
-    return text(last);
+    return text(name.last);
 }
 
 // What a body calls, constructs and hands over, and which calls hand over what.
 void Parser::fill(qsizetype open, qsizetype close, NativeSymbol& function) const
 {
-    ScriptSymbol& symbol = function.symbol;
-    SourceText::UniqueNames calls(symbol.calls);
-    SourceText::UniqueNames methodCalls(symbol.methodCalls);
-    SourceText::UniqueNames constructs(symbol.constructs);
-    SourceText::UniqueNames passed(symbol.passed);
+    BodyNames names(function.symbol);
     qsizetype constructed = -1;
     for (qsizetype i = open + 1; i < close; ++i) {
         if (!isWord(i))
@@ -56,15 +45,8 @@ void Parser::fill(qsizetype open, qsizetype close, NativeSymbol& function) const
             qsizetype k = word == "new" ? i + 1 : i + 2;
             if (word == "new" && isPunct(k, "("))
                 k = closing(k, close) + 1; // placement arguments
-            qsizetype last = -1;
-            while (isWord(k) && k < close) {
-                last = k++;
-                if (!isPunct(k, "::"))
-                    break;
-                ++k;
-            }
-            if (last >= 0) {
-                constructs.add(text(last));
+            if (const qsizetype last = qualifiedName(k, close).last; last >= 0) {
+                names.constructs.add(text(last));
                 constructed = last;
             }
             continue;
@@ -72,28 +54,17 @@ void Parser::fill(qsizetype open, qsizetype close, NativeSymbol& function) const
         if (!isPunct(i + 1, "(") || i == constructed || isControl(word))
             continue;
         const bool member = isPunct(i - 1, ".") || isPunct(i - 1, "->") || isPunct(i - 1, "::");
-        (member ? methodCalls : calls).add(word);
-        if (isPunct(i - 1, "::"))
-            calls.add(word); // ns::name( may be a namespace's function as well as a static member
-        const qsizetype argumentsClose = closing(i + 1, close);
-        QByteArrayList names;
-        for (qsizetype k = i + 2; k < argumentsClose;) {
-            const qsizetype end = argumentEnd(k, argumentsClose);
-            if (const std::optional<QByteArrayView> name = passedName(k, end)) {
-                names.append(name->toByteArray());
-                passed.add(*name);
-            }
-            k = end + 1;
-        }
-        if (names.isEmpty())
+        names.call(word, member, isPunct(i - 1, "::"));
+        const QByteArrayList passed = passedArguments(i + 1, close, names);
+        if (passed.isEmpty())
             continue;
         // Only calls that register are kept: a body may hold a hundred thousand calls.
         if (!NativeHandlers::registers(word).isEmpty())
-            function.registrations.push_back({ word.toByteArray(), names });
+            function.registrations.push_back({ word.toByteArray(), passed });
         // std::thread worker(run): the type of a variable made with arguments registers too.
         if (!member && isWord(i - 1) && !NativeHandlers::registers(text(i - 1)).isEmpty()
             && !among(text(i - 1), { "return", "else", "case", "throw", "goto", "co_return" }))
-            function.registrations.push_back({ text(i - 1).toByteArray(), names });
+            function.registrations.push_back({ text(i - 1).toByteArray(), passed });
     }
 }
 
