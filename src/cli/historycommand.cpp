@@ -4,6 +4,7 @@
 #include "history/historyreader.h"
 #include "cli/jsonwriter.h"
 #include "cli/terminal.h"
+#include "text/nametable.h"
 
 #include <QDateTime>
 
@@ -14,15 +15,11 @@ namespace Cli {
 
 namespace {
 
+constexpr auto kindNames = nameTable<FileChange::Kind>("added", "modified", "deleted", "renamed");
+
 QString kindName(FileChange::Kind kind)
 {
-    switch (kind) {
-    case FileChange::Kind::added: return QStringLiteral("added");
-    case FileChange::Kind::modified: return QStringLiteral("modified");
-    case FileChange::Kind::deleted: return QStringLiteral("deleted");
-    case FileChange::Kind::renamed: return QStringLiteral("renamed");
-    }
-    return {};
+    return kindNames.name(kind);
 }
 
 QString describe(const Commit& commit)

@@ -57,11 +57,11 @@ QByteArray json(const LayoutResult& result)
         json.endArray();
     }
     json.endArray();
-    json.beginObject("ground");
+    json.beginObject("ground"); // keys as the rectangle of a flat picture: y is the depth
     json.value("x", result.ground.x);
-    json.value("y", result.ground.y);
-    json.value("w", result.ground.w);
-    json.value("h", result.ground.h);
+    json.value("y", result.ground.z);
+    json.value("w", result.ground.width);
+    json.value("h", result.ground.depth);
     json.endObject();
     writeVec(json, "minBound", result.minBound);
     writeVec(json, "maxBound", result.maxBound);
@@ -104,13 +104,13 @@ QString summary(const FileNode& root, const QString& mode, const LayoutResult& r
             point(result.minBound) + QStringLiteral(" to ") + point(result.maxBound))
         + Terminal::row(QStringLiteral("Max depth"), QString::number(result.maxDepth))
         + Terminal::row(QStringLiteral("Peak"), QString::number(result.peak, 'f', 2));
-    if (result.ground.w > 0) {
+    if (result.ground.width > 0) {
         text += Terminal::row(QStringLiteral("Ground"),
             QStringLiteral("%1 × %2 from (%3, %4)")
-                .arg(result.ground.w, 0, 'f', 2)
-                .arg(result.ground.h, 0, 'f', 2)
+                .arg(result.ground.width, 0, 'f', 2)
+                .arg(result.ground.depth, 0, 'f', 2)
                 .arg(result.ground.x, 0, 'f', 2)
-                .arg(result.ground.y, 0, 'f', 2));
+                .arg(result.ground.z, 0, 'f', 2));
     }
     if (result.tallest) {
         text += Terminal::row(QStringLiteral("Tallest"),

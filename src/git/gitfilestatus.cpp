@@ -1,22 +1,22 @@
 #include "git/gitfilestatus.h"
 
+namespace {
+
+// In the order of the cases.
+constexpr std::array<const char*, allGitFileStatuses.size()> statusNames { "modified", "added", "deleted",
+    "renamed", "untracked", "conflicted" };
+
+} // namespace
+
 QString gitFileStatusName(GitFileStatus status)
 {
-    switch (status) {
-    case GitFileStatus::modified: return QStringLiteral("modified");
-    case GitFileStatus::added: return QStringLiteral("added");
-    case GitFileStatus::deleted: return QStringLiteral("deleted");
-    case GitFileStatus::renamed: return QStringLiteral("renamed");
-    case GitFileStatus::untracked: return QStringLiteral("untracked");
-    case GitFileStatus::conflicted: return QStringLiteral("conflicted");
-    }
-    return {};
+    return QString::fromLatin1(statusNames.at(size_t(status)));
 }
 
 std::optional<GitFileStatus> gitFileStatusFromName(const QString& name)
 {
     for (GitFileStatus status : allGitFileStatuses) {
-        if (gitFileStatusName(status) == name)
+        if (name == QLatin1StringView(statusNames[size_t(status)]))
             return status;
     }
     return std::nullopt;

@@ -57,13 +57,13 @@ public:
         const auto base = float(double(depth) * 0.012);
         if (depth >= 1) {
             result.placements.push_back({ &node, PlacementKind::paving,
-                { float(rect.x + rect.w / 2), base, float(rect.y + rect.h / 2) },
-                { float(rect.w), 0, float(rect.h) }, false, depth, false });
+                { float(rect.x + rect.width / 2), base, float(rect.z + rect.depth / 2) },
+                { float(rect.width), 0, float(rect.depth) }, false, depth, false });
             result.maxDepth = std::max(result.maxDepth, depth);
         }
         const double p = margin(depth);
-        const double dx = std::min(0.45 * rect.w, p), dz = std::min(0.45 * rect.h, p);
-        const TMRect inset { rect.x + dx, rect.y + dz, rect.w - 2 * dx, rect.h - 2 * dz };
+        const double dx = std::min(0.45 * rect.width, p), dz = std::min(0.45 * rect.depth, p);
+        const TMRect inset { rect.x + dx, rect.z + dz, rect.width - 2 * dx, rect.depth - 2 * dz };
         if (m_aggregate.contains(&node)) {
             m_lots.push_back({ &node, inset, base, depth, true });
             return;
@@ -113,13 +113,13 @@ public:
             const double t
                 = m_height == HeightMode::flat ? 0.12 : std::pow(std::max(measures[i], 0.0) / maxValue, 0.62);
             const auto height = float(std::max(peak * t + 0.16, 0.16));
-            const auto width = float(std::max(fraction * lot.rect.w, 0.08));
-            const auto depthExtent = float(std::max(fraction * lot.rect.h, 0.08));
-            const auto cx = float(lot.rect.x + lot.rect.w / 2), cz = float(lot.rect.y + lot.rect.h / 2);
+            const auto width = float(std::max(fraction * lot.rect.width, 0.08));
+            const auto depthExtent = float(std::max(fraction * lot.rect.depth, 0.08));
+            const auto cx = float(lot.rect.x + lot.rect.width / 2), cz = float(lot.rect.z + lot.rect.depth / 2);
             const bool setback = !lot.aggregated && height > 2.2f && height > 0.18f * peak;
             if (lot.depth == 0 && !lot.aggregated) {
                 result.placements.push_back({ lot.node, PlacementKind::paving, { cx, 0.006f, cz },
-                    { float(0.94 * lot.rect.w), 0, float(0.94 * lot.rect.h) }, false, 1, false });
+                    { float(0.94 * lot.rect.width), 0, float(0.94 * lot.rect.depth) }, false, 1, false });
             }
             const Placement building { lot.node, PlacementKind::building, { cx, lot.base, cz },
                 { width, height, depthExtent }, setback, lot.depth, lot.aggregated };

@@ -99,7 +99,7 @@ void CodeTreemap::place(const QList<qsizetype>& ids, const QRectF& rect, int dep
     for (qsizetype i = 0; i < sorted.size(); ++i) {
         const qsizetype id = sorted[i];
         const TMRect& t = rects[size_t(i)];
-        const QRectF r(t.x, t.y, t.w, t.h);
+        const QRectF r(t.x, t.z, t.width, t.depth);
         const QList<qsizetype> children = shownChildren(id);
         const bool container = !children.isEmpty() && r.width() > minContainerWidth
             && r.height() > minContainerHeight && depth < maxDepth;

@@ -1,32 +1,24 @@
 #include "layout/layoutresult.h"
 
+#include "text/nametable.h"
+
 #include <algorithm>
-#include <array>
 
 namespace {
 
-constexpr std::array heightModes { HeightMode::lines, HeightMode::size, HeightMode::churn, HeightMode::flat };
+constexpr auto heightModeNames = nameTable<HeightMode>("lines", "size", "churn", "flat");
+constexpr auto placementKindNames = nameTable<PlacementKind>("building", "paving", "junction");
 
 } // namespace
 
 QString heightModeName(HeightMode mode)
 {
-    switch (mode) {
-    case HeightMode::lines: return QStringLiteral("lines");
-    case HeightMode::size: return QStringLiteral("size");
-    case HeightMode::churn: return QStringLiteral("churn");
-    case HeightMode::flat: return QStringLiteral("flat");
-    }
-    return {};
+    return heightModeNames.name(mode);
 }
 
 std::optional<HeightMode> heightModeFromName(const QString& name)
 {
-    for (const HeightMode mode : heightModes) {
-        if (heightModeName(mode) == name)
-            return mode;
-    }
-    return std::nullopt;
+    return heightModeNames.find(name);
 }
 
 double heightMeasure(const FileNode& node, HeightMode mode)
@@ -42,12 +34,7 @@ double heightMeasure(const FileNode& node, HeightMode mode)
 
 QString placementKindName(PlacementKind kind)
 {
-    switch (kind) {
-    case PlacementKind::building: return QStringLiteral("building");
-    case PlacementKind::paving: return QStringLiteral("paving");
-    case PlacementKind::junction: return QStringLiteral("junction");
-    }
-    return {};
+    return placementKindNames.name(kind);
 }
 
 void LayoutResult::computeBounds()

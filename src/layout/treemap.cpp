@@ -8,22 +8,22 @@ namespace Treemap {
 std::vector<TMRect> squarify(const std::vector<double>& weights, TMRect rect)
 {
     const size_t n = weights.size();
-    std::vector<TMRect> tiles(n, TMRect { rect.x, rect.y, 0, 0 });
+    std::vector<TMRect> tiles(n, TMRect { rect.x, rect.z, 0, 0 });
     const double total = std::accumulate(weights.begin(), weights.end(), 0.0);
-    if (n == 0 || !(total > 0) || !(rect.w > 0) || !(rect.h > 0))
+    if (n == 0 || !(total > 0) || !(rect.width > 0) || !(rect.depth > 0))
         return tiles;
     std::vector<double> areas(n);
-    const double scale = rect.w * rect.h / total;
+    const double scale = rect.width * rect.depth / total;
     for (size_t i = 0; i < n; ++i)
         areas[i] = std::max(weights[i], 1e-9) * scale; // a zero weight still gets a sliver
 
-    double x = rect.x, y = rect.y, w = rect.w, h = rect.h;
+    double x = rect.x, z = rect.z, width = rect.width, depth = rect.depth;
     // The worst aspect ratio of a row with this sum, largest and smallest item along a side s.
     const auto worst = [](double s2, double sum, double largest, double smallest) {
         return std::max(s2 * largest / (sum * sum), sum * sum / (s2 * smallest));
     };
     for (size_t first = 0; first < n;) {
-        const double side = std::max(std::min(w, h), 1e-9);
+        const double side = std::max(std::min(width, depth), 1e-9);
         const double s2 = side * side;
         size_t end = first + 1;
         double sum = areas[first], largest = areas[first], smallest = areas[first];
@@ -38,24 +38,24 @@ std::vector<TMRect> squarify(const std::vector<double>& weights, TMRect rect)
             smallest = std::min(smallest, next);
             ++end;
         }
-        if (h <= w) { // a column at the left edge
-            const double t = sum / std::max(h, 1e-9);
-            double at = y;
+        if (depth <= width) { // a column along the low-x edge
+            const double t = sum / std::max(depth, 1e-9);
+            double at = z;
             for (size_t i = first; i < end; ++i) {
                 tiles[i] = { x, at, t, areas[i] / t };
                 at += areas[i] / t;
             }
             x += t;
-            w -= t;
-        } else { // a row along the top edge
-            const double t = sum / std::max(w, 1e-9);
+            width -= t;
+        } else { // a row along the low-z edge
+            const double t = sum / std::max(width, 1e-9);
             double at = x;
             for (size_t i = first; i < end; ++i) {
-                tiles[i] = { at, y, areas[i] / t, t };
+                tiles[i] = { at, z, areas[i] / t, t };
                 at += areas[i] / t;
             }
-            y += t;
-            h -= t;
+            z += t;
+            depth -= t;
         }
         first = end;
     }

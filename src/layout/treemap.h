@@ -2,13 +2,13 @@
 
 #include <vector>
 
-// An axis-aligned rectangle: the minimum corner and the extents. In the city, y runs along the
-// ground's depth axis.
+// A rectangle on the ground: its corner nearest the origin, and how far it runs along x (its width)
+// and along z (its depth). Flat views tile with it too, z then running down the screen.
 struct TMRect {
     double x = 0;
-    double y = 0;
-    double w = 0;
-    double h = 0;
+    double z = 0;
+    double width = 0;
+    double depth = 0;
 };
 
 namespace Treemap {

@@ -1,26 +1,17 @@
 #pragma once
 
+#include <atomic>
 #include <memory>
-#include <mutex>
 
-// One per background job. Setting it is the only way to stop the job; every thread reads it
-// under the lock.
+// One per background job. Setting it is the only way to stop the job, which polls it between
+// steps; the job's results are thrown away, so no other data needs to be ordered with it.
 class CancelFlag {
 public:
-    void cancel()
-    {
-        std::lock_guard lock(m_lock);
-        m_value = true;
-    }
-    bool isCancelled() const
-    {
-        std::lock_guard lock(m_lock);
-        return m_value;
-    }
+    void cancel() { m_value.store(true, std::memory_order_relaxed); }
+    bool isCancelled() const { return m_value.load(std::memory_order_relaxed); }
 
 private:
-    mutable std::mutex m_lock;
-    bool m_value = false;
+    std::atomic<bool> m_value = false;
 };
 
 using CancelFlagPtr = std::shared_ptr<CancelFlag>;

@@ -14,9 +14,7 @@
 #include <atomic>
 #include <cstring>
 #include <deque>
-#include <future>
 #include <mutex>
-#include <thread>
 
 #include <dirent.h>
 #include <fcntl.h>
@@ -247,10 +245,10 @@ std::variant<ScanResult, ScanError> Scanner::scan(const ProgressCallback& progre
 
     // The history is git's slowest answer: it starts first, on a thread of its own, and the rest of
     // the scan (listing, measuring, the status, finishing the tree) keeps to the other cores.
-    std::future<Git::History> history;
+    std::optional<SideJob<Git::History>> history;
     const bool everything = m_scope == Scope::everything;
     if (result.isGit && everything)
-        history = std::async(std::launch::async, [git] { return git.history(historyCommits); });
+        history.emplace([git] { return git.history(historyCommits); });
 
     QList<QByteArray> paths;
     if (result.isGit)
@@ -270,7 +268,7 @@ std::variant<ScanResult, ScanError> Scanner::scan(const ProgressCallback& progre
     const std::vector<FileNode*> files = buildTree(*result.root, paths);
 
     // While git reads the history it keeps one core busy; leave that core to it.
-    const int workers = std::max(1, QThread::idealThreadCount() - (history.valid() ? 1 : 0));
+    const int workers = std::max(1, QThread::idealThreadCount() - (history ? 1 : 0));
     if (everything)
         measure(files, paths, workers,
             [&](qint64 done, qint64 total) { report(QStringLiteral("Counting lines"), done, total); });
@@ -288,13 +286,13 @@ std::variant<ScanResult, ScanError> Scanner::scan(const ProgressCallback& progre
         return ScanError { ScanError::Kind::cancelled, m_rootPath };
     result.root->finalize(0);
 
-    if (history.valid()) {
+    if (history) {
         // The lookups are readied while the history is still coming.
         std::vector<std::pair<FileNode*, QByteArray>> keyed;
         keyed.reserve(size_t(result.root->fileCount));
         result.root->forEach([&](FileNode& file) { keyed.emplace_back(&file, file.relativePath.toUtf8()); });
         report(QStringLiteral("Reading git history"), qint64(files.size()), qint64(files.size()));
-        const Git::History touched = history.get();
+        const Git::History touched = history->take();
         for (const auto& [file, path] : keyed) {
             const Git::History::Touches touches = touched.paths.value(path);
             file->commits = touches.commits;

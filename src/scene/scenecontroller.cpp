@@ -128,8 +128,8 @@ void SceneController::build(const FileNode& root, const SceneConfig& config, boo
     m_ground.reset();
     if (isTreemap(config.mode)) {
         const TMRect& g = m_layout.ground;
-        ScenePart ground { PartKind::plane, QVector3D(float(g.x + g.w / 2), 0, float(g.y + g.h / 2)),
-            QVector3D(float(g.w + 3.2), 0, float(g.h + 3.2)), config.theme.tarmac, false, false };
+        ScenePart ground { PartKind::plane, QVector3D(float(g.x + g.width / 2), 0, float(g.z + g.depth / 2)),
+            QVector3D(float(g.width + 3.2), 0, float(g.depth + 3.2)), config.theme.tarmac, false, false };
         m_bounds = m_layout.placements.empty() ? ground.box() : merged(m_bounds, ground.box());
         m_ground = ground;
     }

@@ -173,9 +173,9 @@ TEST(GraphLayout, EachImportIsALineBetweenTheRoofsOfItsTwoFiles)
         EXPECT_EQ(result.edges[e].second.y, b.size.y);
     }
     EXPECT_LE(result.ground.x, result.minBound.x);
-    EXPECT_GE(result.ground.x + result.ground.w, result.maxBound.x);
-    EXPECT_LE(result.ground.y, result.minBound.z);
-    EXPECT_GE(result.ground.y + result.ground.h, result.maxBound.z);
+    EXPECT_GE(result.ground.x + result.ground.width, result.maxBound.x);
+    EXPECT_LE(result.ground.z, result.minBound.z);
+    EXPECT_GE(result.ground.z + result.ground.depth, result.maxBound.z);
 }
 
 TEST(GraphLayout, OneStepAddsTheFolderPullTheImportPullAndGravity)

@@ -63,12 +63,12 @@ void expectNested(const LayoutResult& result)
     }
 }
 
-void expectRect(const TMRect& r, double x, double y, double w, double h)
+void expectRect(const TMRect& r, double x, double z, double width, double depth)
 {
     EXPECT_NEAR(r.x, x, 1e-9);
-    EXPECT_NEAR(r.y, y, 1e-9);
-    EXPECT_NEAR(r.w, w, 1e-9);
-    EXPECT_NEAR(r.h, h, 1e-9);
+    EXPECT_NEAR(r.z, z, 1e-9);
+    EXPECT_NEAR(r.width, width, 1e-9);
+    EXPECT_NEAR(r.depth, depth, 1e-9);
 }
 
 } // namespace
@@ -90,8 +90,8 @@ TEST(Treemap, TilesInProportionWithColumnsOnWideRectsAndRowsOnTallOnes)
 TEST(Treemap, ZeroWeightsGetASliverAndNothingGivesCorners)
 {
     const auto tiles = Treemap::squarify({ 3, 0, 1 }, { 0, 0, 4, 1 });
-    EXPECT_GT(tiles[1].w * tiles[1].h, 0);
-    EXPECT_LT(tiles[1].w * tiles[1].h, 1e-6);
+    EXPECT_GT(tiles[1].width * tiles[1].depth, 0);
+    EXPECT_LT(tiles[1].width * tiles[1].depth, 1e-6);
     for (const TMRect& r : Treemap::squarify({ 0, 0 }, { 5, 6, 7, 8 }))
         expectRect(r, 5, 6, 0, 0);
     for (const TMRect& r : Treemap::squarify({ 1, 2 }, { 5, 6, 0, 8 }))

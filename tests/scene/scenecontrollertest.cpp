@@ -108,9 +108,9 @@ TEST(SceneController, GroundLiesUnderTheCityOnlyAndIsBiggerThanItsSquare)
     scene.build(*root, config(), true);
     const SceneInstance& ground = scene.planeInstances().front();
     const TMRect& g = scene.layout().ground;
-    EXPECT_NEAR(ground.size[0], g.w + 3.2, 1e-4);
-    EXPECT_NEAR(ground.size[2], g.h + 3.2, 1e-4);
-    EXPECT_NEAR(ground.base[0], g.x + g.w / 2, 1e-4);
+    EXPECT_NEAR(ground.size[0], g.width + 3.2, 1e-4);
+    EXPECT_NEAR(ground.size[2], g.depth + 3.2, 1e-4);
+    EXPECT_NEAR(ground.base[0], g.x + g.width / 2, 1e-4);
     EXPECT_EQ(ground.base[1], 0);
     EXPECT_TRUE(near(colorOf(ground), scene.theme().tarmac));
 
