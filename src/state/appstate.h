@@ -1,41 +1,48 @@
 #pragma once
 
-#include "state/modes.h"
 #include "scan/scanner.h"
+#include "state/displaysettings.h"
+#include "state/filters.h"
+#include "state/panels.h"
+#include "state/recents.h"
+#include "state/scancontroller.h"
 #include "state/scenehost.h"
 
 #include <QObject>
-#include <QSet>
-#include <QStringList>
 #include <QThreadPool>
 
-#include <functional>
 #include <memory>
 #include <optional>
 
 enum class MoveDirection { left, right, up, down };
 
-// The handlers of a structure outline while it owns the arrow keys.
-struct OutlineKeys {
-    std::function<void(int step)> step;
-    std::function<void()> open;
-    std::function<void()> close;
-};
-
-// The one observable state of a window: the scanned tree, the view root and the selection, every
-// display mode and filter, the recent folders and the panels shown. Lives on the main thread;
-// every field has its own change signal, and every user command ends in one of its operations.
+// The one observable state of a window: the scanned tree, the view root, the selection and the
+// message, and the controllers that keep everything else (the display, the panels, the filters, the
+// recent folders, the scan). Views reach every field through it and watch the signals of the part
+// they show. Lives on the main thread; every user command ends in one of its operations.
+//
+// A new part of the window (history playback, the walked-into file, text search, the imports graph,
+// a download) comes as one more StateController made in the constructor: its fields and signals are
+// its own; a background job of its own is a BackgroundJob on the state's pool; it learns of a new or
+// closed folder through folderChanged, and sends its refusals to the message through refused.
 class AppState : public QObject {
     Q_OBJECT
 
 public:
-    static constexpr int maxRecents = 8;
-    static constexpr double narrowDrawerWidth = 340;
-    static constexpr double wideDrawerWidth = 620;
-
     // A state that does not persist keeps its recent folders to itself (scripted snapshots).
     explicit AppState(QObject* parent = nullptr, bool persistent = true);
     ~AppState() override;
+
+    DisplaySettings& display() { return *m_display; }
+    const DisplaySettings& display() const { return *m_display; }
+    Panels& panels() { return *m_panels; }
+    const Panels& panels() const { return *m_panels; }
+    Filters& filters() { return *m_filters; }
+    const Filters& filters() const { return *m_filters; }
+    Recents& recents() { return *m_recents; }
+    const Recents& recents() const { return *m_recents; }
+    ScanController& scan() { return *m_scan; }
+    const ScanController& scan() const { return *m_scan; }
 
     // --- the folder -------------------------------------------------------------------------
     const FileNode* root() const { return m_root.get(); }
@@ -45,15 +52,11 @@ public:
     const std::optional<QString>& branch() const { return m_branch; }
     bool truncated() const { return m_truncated; }
     const QList<LanguageShare>& languages() const { return m_languages; }
-    const std::optional<ScanProgress>& scanning() const { return m_scanning; }
     const std::optional<QString>& errorMessage() const { return m_errorMessage; }
-    const std::optional<QString>& scannedPath() const { return m_scannedPath; }
 
-    // Starts scanning a folder in the background; a scan still running is cancelled and its late
-    // results dropped.
+    // Starts scanning a folder in the background and remembers it among the recent folders; a scan
+    // still running is cancelled and its late results dropped.
     void open(const QString& path);
-    // Cancels the running scan, if any; nothing else changes.
-    void cancelScan();
     // Takes a finished scan into the state.
     void apply(ScanResult result);
     void setErrorMessage(const std::optional<QString>& message);
@@ -62,80 +65,6 @@ public:
     {
         m_pendingSelection = relativePath;
     }
-
-    // --- recent folders ---------------------------------------------------------------------
-    const QStringList& recents() const { return m_recents; }
-    int recentIndex() const { return m_recentIndex; }
-    void remember(const QString& path);
-    void setRecentIndex(int index);
-
-    // --- modes ------------------------------------------------------------------------------
-    VisualizationMode mode() const { return m_mode; }
-    ColorMode colorMode() const { return m_colorMode; }
-    HeightMode heightMode() const { return m_heightMode; }
-    float heightScale() const { return m_heightScale; }
-    bool dark() const { return m_dark; }
-    // Changes the view. History needs a repository: without one the mode stays and an error says so.
-    void setMode(VisualizationMode mode);
-    void setColorMode(ColorMode mode);
-    void setHeightMode(HeightMode mode);
-    void setHeightScale(float scale);
-    void setDark(bool dark);
-    // The next (step 1) or previous (-1) mode, skipping those that read git outside a repository.
-    void cycleColor(int step);
-    void cycleHeight(int step);
-
-    // --- panels and overlays ----------------------------------------------------------------
-    RailMode railMode() const { return m_railMode; }
-    bool showDrawer() const { return m_showDrawer; }
-    double drawerWidth() const { return m_drawerWidth; }
-    bool showKeys() const { return m_showKeys; }
-    bool showPreview() const { return m_showPreview; }
-    bool showMinimap() const { return m_showMinimap; }
-    bool hexMode() const { return m_hexMode; }
-    bool rawSource() const { return m_rawSource; }
-    StructureTab structureTab() const { return m_structureTab; }
-    bool showPicker() const { return m_showPicker; }
-    bool showRemote() const { return m_showRemote; }
-    // The full-window capture overlay: it takes every key, and only Escape dismisses it.
-    bool captureImage() const { return m_captureImage; }
-    bool autoFrame() const { return m_autoFrame; }
-    bool fullScreen() const { return m_fullScreen; }
-    void setRailMode(RailMode mode);
-    void setShowDrawer(bool show);
-    void toggleWideDrawer();
-    void setShowKeys(bool show);
-    void setShowPreview(bool show);
-    void setShowMinimap(bool show);
-    void setHexMode(bool on);
-    void setRawSource(bool on);
-    void setStructureTab(StructureTab tab);
-    void setShowPicker(bool show);
-    void setShowRemote(bool show);
-    void setCaptureImage(bool on);
-    void setAutoFrame(bool on);
-    void setFullScreen(bool on);
-    const std::optional<OutlineKeys>& outlineKeys() const { return m_outlineKeys; }
-    void setOutlineKeys(std::optional<OutlineKeys> keys) { m_outlineKeys = std::move(keys); }
-
-    // --- search and filters -----------------------------------------------------------------
-    bool searchFocused() const { return m_searchFocused; }
-    const QString& searchText() const { return m_searchText; }
-    bool searchInText() const { return m_searchInText; }
-    const QSet<QString>& isolated() const { return m_isolated; }
-    int minChanges() const { return m_minChanges; }
-    void setSearchFocused(bool focused);
-    void setSearchText(const QString& text);
-    void setSearchInText(bool inText);
-    void setMinChanges(int changes);
-    void toggleIsolation(const QString& relativePath);
-    bool hasFilters() const;
-    // Clears the search text, the isolated set and the change threshold, announcing one change.
-    void clearFilters();
-    // Gives the keys back to the scene.
-    void focusScene() { setSearchFocused(false); }
-    // The largest commit count of any file under the root; 0 with none.
-    qint64 changeCeiling() const;
 
     // --- selection and navigation -----------------------------------------------------------
     void setScene(SceneHost* scene) { m_scene = scene; }
@@ -165,49 +94,22 @@ signals:
     void rootChanged();
     void viewRootChanged();
     void selectionChanged();
-    void scanningChanged();
     void errorMessageChanged();
-    void recentsChanged();
-    void recentIndexChanged();
-    void modeChanged();
-    void colorModeChanged();
-    void heightModeChanged();
-    void heightScaleChanged();
-    void darkChanged();
-    void railModeChanged();
-    void showDrawerChanged();
-    void drawerWidthChanged();
-    void showKeysChanged();
-    void showPreviewChanged();
-    void showMinimapChanged();
-    void hexModeChanged();
-    void rawSourceChanged();
-    void structureTabChanged();
-    void showPickerChanged();
-    void showRemoteChanged();
-    void captureImageChanged();
-    void autoFrameChanged();
-    void fullScreenChanged();
-    void searchFocusedChanged();
-    void searchTextChanged();
-    void searchInTextChanged();
-    void isolatedChanged();
-    void minChangesChanged();
-    // Once per change of any filter, after a whole clearFilters rather than per field.
-    void filtersChanged();
 
 private:
-    // Sets a field and announces it, when it changes.
-    template <typename T> void assign(T& field, const T& value, void (AppState::*changed)())
-    {
-        if (field == value)
-            return;
-        field = value;
-        emit(this->*changed)();
-    }
-    void filterChanged();
+    template <typename Controller, typename... Arguments> Controller* adopt(Arguments&&... arguments);
     void installRoot(ScanResult result);
+    void modeChanged(VisualizationMode previous);
     bool selectNearestCentre();
+
+    // Background jobs run here; the state waits for them before it goes.
+    QThreadPool m_pool;
+    QList<StateController*> m_controllers; // in the order they hear of a new folder
+    DisplaySettings* m_display = nullptr;
+    Filters* m_filters = nullptr;
+    ScanController* m_scan = nullptr;
+    Panels* m_panels = nullptr;
+    Recents* m_recents = nullptr;
 
     std::shared_ptr<FileNode> m_root;
     const FileNode* m_viewRoot = nullptr;
@@ -216,41 +118,7 @@ private:
     std::optional<QString> m_branch;
     bool m_truncated = false;
     QList<LanguageShare> m_languages;
-    std::optional<ScanProgress> m_scanning;
     std::optional<QString> m_errorMessage;
-    VisualizationMode m_mode = VisualizationMode::city;
-    ColorMode m_colorMode = ColorMode::language;
-    HeightMode m_heightMode = HeightMode::lines;
-    float m_heightScale = 1;
-    bool m_dark = true;
-    RailMode m_railMode = RailMode::compact;
-    bool m_showDrawer = true;
-    double m_drawerWidth = narrowDrawerWidth;
-    bool m_showKeys = false;
-    bool m_showPreview = false;
-    bool m_showMinimap = false;
-    bool m_hexMode = false;
-    bool m_rawSource = false;
-    StructureTab m_structureTab = StructureTab::outline;
-    bool m_showPicker = false;
-    bool m_showRemote = false;
-    bool m_searchFocused = false;
-    QString m_searchText;
-    bool m_searchInText = false;
-    bool m_captureImage = false;
-    QSet<QString> m_isolated;
-    int m_minChanges = 0;
-    bool m_autoFrame = true;
-    QStringList m_recents;
-    int m_recentIndex = 0;
-    bool m_fullScreen = false;
-
-    std::optional<OutlineKeys> m_outlineKeys;
     std::optional<QString> m_pendingSelection;
-    CancelFlagPtr m_cancelFlag;
-    bool m_suspendFilter = false;
-    std::optional<QString> m_scannedPath;
     SceneHost* m_scene = nullptr;
-    bool m_persistent = true;
-    QThreadPool m_pool;
 };

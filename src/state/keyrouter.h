@@ -1,12 +1,12 @@
 #pragma once
 
-#include <QHash>
+#include "state/actions.h"
+
 #include <QList>
 #include <QPair>
 #include <QString>
-#include <QStringList>
 
-#include <functional>
+#include <optional>
 
 class AppState;
 
@@ -19,28 +19,45 @@ struct KeyPress {
     Qt::KeyboardModifiers modifiers;
 };
 
-// Turns key presses into named actions and performs them on the state. The layer that owns a key
-// is decided from the state: the capture overlay, the folder picker, the search field, the welcome
-// list, a running scan, Command shortcuts, a structure outline, and last the scene. Menus perform
-// the same names, so each action has one implementation.
+// Turns key presses into actions and performs them on the state. The layer that owns a key is
+// decided from the state: the capture overlay, the folder picker, the search field, the welcome
+// list, a running scan, Command shortcuts, a structure outline, and last the scene. Buttons and
+// menus perform the same actions, so each action has one implementation.
 class KeyRouter {
 public:
     explicit KeyRouter(AppState& state);
 
-    // The action a key stands for in the state as it is now; empty when no layer takes the key.
-    QString route(const KeyPress& key) const;
+    // The action a key stands for in the state as it is now; none when no layer takes the key.
+    std::optional<Action> route(const KeyPress& key) const;
     // Routes and performs; false when the key was not taken and should pass on to the views.
     bool handle(const KeyPress& key);
-    // Runs one named action; false when it did not apply (or its part of the program is absent).
-    bool perform(const QString& action);
-    bool knows(const QString& action) const { return m_actions.contains(action); }
+    // Runs one action; false when it did not apply. An action whose part of the program is not
+    // there yet says so in the window's message.
+    bool perform(Action action);
+    // The same by the action's name; false for a name no action has.
+    bool perform(const QString& name);
+    // Whether the name is an action that has an implementation.
+    static bool knows(const QString& name);
 
-    // The scene's keys and what each does, in the order the key sheet lists them.
+    // The scene's keys and what each does, in the order the key sheet lists them: actions that
+    // work, with those sharing a description on one row.
     static QList<QPair<QString, QString>> sceneKeys();
 
 private:
-    QString sceneAction(const KeyPress& key) const;
+    std::optional<Action> pickerAction(int key) const;
+    std::optional<Action> searchAction(int key) const;
+    std::optional<Action> welcomeAction(int key) const;
+    std::optional<Action> outlineAction(const KeyPress& press) const;
+    std::optional<Action> sceneAction(const KeyPress& press) const;
+
+    void refuse(Action action, MissingFeature feature);
+    // Each group performs its own actions and returns none for the others.
+    std::optional<bool> performNavigation(Action action);
+    std::optional<bool> performCamera(Action action);
+    std::optional<bool> performDisplay(Action action);
+    std::optional<bool> performPanels(Action action);
+    std::optional<bool> performFilters(Action action);
+    std::optional<bool> performFolder(Action action);
 
     AppState& m_state;
-    QHash<QString, std::function<bool()>> m_actions;
 };

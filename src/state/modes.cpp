@@ -1,77 +1,53 @@
 #include "state/modes.h"
 
+#include "text/nametable.h"
+
 namespace {
 
-template <typename Mode, std::size_t N>
-std::optional<Mode> findByName(const std::array<Mode, N>& all, const QString& name)
-{
-    for (const Mode mode : all) {
-        if (modeName(mode) == name)
-            return mode;
-    }
-    return std::nullopt;
-}
+constexpr auto visualizationModeNames = nameTable<VisualizationMode>("city", "tree", "history", "graph");
+constexpr auto colorModeNames = nameTable<ColorMode>("language", "age", "churn", "status");
+constexpr auto railModeNames = nameTable<RailMode>("compact", "expanded", "hidden");
+constexpr auto structureTabNames = nameTable<StructureTab>("outline", "treemap", "flow", "links");
+
+static_assert(visualizationModeNames.size() == visualizationModes.size());
+static_assert(colorModeNames.size() == colorModes.size());
+static_assert(railModeNames.size() == railModes.size());
+static_assert(structureTabNames.size() == structureTabs.size());
 
 } // namespace
 
 QString modeName(VisualizationMode mode)
 {
-    switch (mode) {
-    case VisualizationMode::city: return QStringLiteral("city");
-    case VisualizationMode::tree: return QStringLiteral("tree");
-    case VisualizationMode::history: return QStringLiteral("history");
-    case VisualizationMode::graph: return QStringLiteral("graph");
-    }
-    return {};
+    return visualizationModeNames.name(mode);
 }
-
 QString modeName(ColorMode mode)
 {
-    switch (mode) {
-    case ColorMode::language: return QStringLiteral("language");
-    case ColorMode::age: return QStringLiteral("age");
-    case ColorMode::churn: return QStringLiteral("churn");
-    case ColorMode::status: return QStringLiteral("status");
-    }
-    return {};
+    return colorModeNames.name(mode);
 }
-
 QString modeName(RailMode mode)
 {
-    switch (mode) {
-    case RailMode::compact: return QStringLiteral("compact");
-    case RailMode::expanded: return QStringLiteral("expanded");
-    case RailMode::hidden: return QStringLiteral("hidden");
-    }
-    return {};
+    return railModeNames.name(mode);
 }
-
 QString modeName(StructureTab tab)
 {
-    switch (tab) {
-    case StructureTab::outline: return QStringLiteral("outline");
-    case StructureTab::treemap: return QStringLiteral("treemap");
-    case StructureTab::flow: return QStringLiteral("flow");
-    case StructureTab::links: return QStringLiteral("links");
-    }
-    return {};
+    return structureTabNames.name(tab);
 }
 
 template <> std::optional<VisualizationMode> modeFromName(const QString& name)
 {
-    return findByName(visualizationModes, name);
+    return visualizationModeNames.find(name);
 }
 template <> std::optional<ColorMode> modeFromName(const QString& name)
 {
-    return findByName(colorModes, name);
+    return colorModeNames.find(name);
 }
 template <> std::optional<RailMode> modeFromName(const QString& name)
 {
-    return findByName(railModes, name);
+    return railModeNames.find(name);
 }
 template <> std::optional<StructureTab> modeFromName(const QString& name)
 {
-    return findByName(structureTabs, name);
+    return structureTabNames.find(name);
 }
 template <> std::optional<HeightMode> modeFromName(const QString& name)
 {

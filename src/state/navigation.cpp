@@ -55,14 +55,19 @@ void AppState::setViewRoot(const FileNode* node)
     if (node == m_viewRoot)
         return;
     m_viewRoot = node;
-    if (m_selection && !isUnder(m_selection, node))
-        assign(m_selection, static_cast<const FileNode*>(nullptr), &AppState::selectionChanged);
+    if (m_selection && !isUnder(m_selection, node)) {
+        m_selection = nullptr;
+        emit selectionChanged();
+    }
     emit viewRootChanged();
 }
 
 void AppState::select(const FileNode* node, bool follow, bool frame)
 {
-    assign(m_selection, node, &AppState::selectionChanged);
+    if (node != m_selection) {
+        m_selection = node;
+        emit selectionChanged();
+    }
     if (node && m_scene && (follow || frame))
         m_scene->focus(*node, follow, frame);
 }
@@ -161,17 +166,17 @@ bool AppState::enter()
 
 bool AppState::escape()
 {
-    if (m_showKeys) {
-        setShowKeys(false);
+    if (m_panels->showKeys()) {
+        m_panels->setShowKeys(false);
         return true;
     }
     if (m_errorMessage) {
         setErrorMessage(std::nullopt);
         return true;
     }
-    if (m_showPicker || m_showRemote) {
-        setShowPicker(false);
-        setShowRemote(false);
+    if (m_panels->showPicker() || m_panels->showRemote()) {
+        m_panels->setShowPicker(false);
+        m_panels->setShowRemote(false);
         return true;
     }
     if (m_selection && m_selection != m_viewRoot) {

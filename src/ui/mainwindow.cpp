@@ -1,7 +1,7 @@
 #include "ui/mainwindow.h"
 
-#include "ui/filetreemodel.h"
 #include "model/format.h"
+#include "ui/filetreemodel.h"
 #include "ui/panels.h"
 #include "ui/sceneview.h"
 #include "ui/style.h"
@@ -100,20 +100,9 @@ MainWindow::MainWindow(AppState& state, QWidget* parent)
     connect(&state, &AppState::rootChanged, this, [this] { m_railModel->setRoot(m_state.root()); });
     connect(&state, &AppState::selectionChanged, this, &MainWindow::syncRail);
     connect(m_scene, &SceneView::built, this, &MainWindow::refreshLegend);
-    for (const auto signal : { &AppState::rootChanged, &AppState::modeChanged, &AppState::colorModeChanged,
-             &AppState::heightModeChanged, &AppState::viewRootChanged, &AppState::scanningChanged })
-        connect(&state, signal, this, &MainWindow::refreshMasthead);
-    for (const auto signal : { &AppState::rootChanged, &AppState::scanningChanged, &AppState::railModeChanged,
-             &AppState::showDrawerChanged, &AppState::drawerWidthChanged, &AppState::showKeysChanged,
-             &AppState::errorMessageChanged, &AppState::captureImageChanged })
-        connect(&state, signal, this, &MainWindow::refreshPanels);
-    connect(&state, &AppState::darkChanged, this, [this] {
-        applyTheme(*this, Theme::of(m_state.dark()));
-        m_railModel->setDark(m_state.dark());
-        refreshLegend();
-    });
+    watchState();
 
-    applyTheme(*this, Theme::of(state.dark()));
+    applyTheme(*this, Theme::of(state.display().dark()));
     qApp->installEventFilter(this);
     refreshMasthead();
     refreshPanels();
@@ -122,6 +111,32 @@ MainWindow::MainWindow(AppState& state, QWidget* parent)
 MainWindow::~MainWindow()
 {
     qApp->removeEventFilter(this);
+}
+
+void MainWindow::watchState()
+{
+    const DisplaySettings* display = &m_state.display();
+    const Panels* panels = &m_state.panels();
+    const ScanController* scan = &m_state.scan();
+    for (const auto signal : { &AppState::rootChanged, &AppState::viewRootChanged })
+        connect(&m_state, signal, this, &MainWindow::refreshMasthead);
+    connect(display, &DisplaySettings::modeChanged, this, &MainWindow::refreshMasthead);
+    for (const auto signal : { &DisplaySettings::colorModeChanged, &DisplaySettings::heightModeChanged })
+        connect(display, signal, this, &MainWindow::refreshMasthead);
+    connect(scan, &ScanController::scanningChanged, this, &MainWindow::refreshMasthead);
+
+    for (const auto signal : { &AppState::rootChanged, &AppState::errorMessageChanged })
+        connect(&m_state, signal, this, &MainWindow::refreshPanels);
+    connect(scan, &ScanController::scanningChanged, this, &MainWindow::refreshPanels);
+    for (const auto signal : { &Panels::railModeChanged, &Panels::showDrawerChanged,
+             &Panels::drawerWidthChanged, &Panels::showKeysChanged, &Panels::captureImageChanged })
+        connect(panels, signal, this, &MainWindow::refreshPanels);
+
+    connect(display, &DisplaySettings::darkChanged, this, [this] {
+        applyTheme(*this, Theme::of(m_state.display().dark()));
+        m_railModel->setDark(m_state.display().dark());
+        refreshLegend();
+    });
 }
 
 QWidget* MainWindow::makeMasthead()
@@ -135,21 +150,22 @@ QWidget* MainWindow::makeMasthead()
     m_facts->setProperty("class", QStringLiteral("secondary"));
     m_facts->setMinimumWidth(1); // the facts give way to the buttons in a narrow window
 
-    const auto button = [&](const QString& text, const QString& action, const QString& tip) {
+    // A button performs its action; its tip is the action's description and key.
+    const auto button = [&](const QString& text, Action action) {
         auto* b = new QPushButton(text, masthead);
         b->setFocusPolicy(Qt::NoFocus);
         b->setSizePolicy(QSizePolicy::Fixed, QSizePolicy::Fixed);
-        b->setToolTip(tip);
+        b->setToolTip(actionDescription(action) + QStringLiteral(" (") + actionKey(action) + u')');
         connect(b, &QPushButton::clicked, this, [this, action] { m_router.perform(action); });
         return b;
     };
-    m_cityButton = button(QStringLiteral("City"), QStringLiteral("city"), QStringLiteral("City view (1)"));
-    m_treeButton = button(QStringLiteral("Tree"), QStringLiteral("tree"), QStringLiteral("Tree view (2)"));
+    m_cityButton = button(QStringLiteral("City"), Action::city);
+    m_treeButton = button(QStringLiteral("Tree"), Action::tree);
     m_cityButton->setCheckable(true);
     m_treeButton->setCheckable(true);
-    m_colorButton = button({}, QStringLiteral("color"), QStringLiteral("Next colouring (c, C goes back)"));
-    m_heightButton = button({}, QStringLiteral("height"), QStringLiteral("Next height (h, H goes back)"));
-    auto* keys = button(QStringLiteral("?"), QStringLiteral("keys"), QStringLiteral("Keys (?)"));
+    m_colorButton = button({}, Action::color);
+    m_heightButton = button({}, Action::height);
+    auto* keys = button(QStringLiteral("?"), Action::keys);
 
     m_modes = new QWidget(masthead);
     auto* modes = new QHBoxLayout(m_modes);
@@ -193,31 +209,33 @@ void MainWindow::refreshMasthead()
         facts << QStringLiteral("in ") + m_state.viewRoot()->relativePath;
     m_facts->setText(facts.join(QStringLiteral("  ·  ")));
     setWindowTitle(root->name + QStringLiteral(" — Korvane"));
-    m_cityButton->setChecked(m_state.mode() == VisualizationMode::city);
-    m_treeButton->setChecked(m_state.mode() == VisualizationMode::tree);
-    m_colorButton->setText(QStringLiteral("Colour: ") + modeName(m_state.colorMode()));
-    m_heightButton->setText(QStringLiteral("Height: ") + modeName(m_state.heightMode()));
+    const DisplaySettings& display = m_state.display();
+    m_cityButton->setChecked(display.mode() == VisualizationMode::city);
+    m_treeButton->setChecked(display.mode() == VisualizationMode::tree);
+    m_colorButton->setText(QStringLiteral("Colour: ") + modeName(display.colorMode()));
+    m_heightButton->setText(QStringLiteral("Height: ") + modeName(display.heightMode()));
 }
 
 void MainWindow::refreshPanels()
 {
     m_pages->setCurrentWidget(m_state.root() ? m_viewer : m_welcome);
-    const bool capture = m_state.captureImage();
-    m_rail->setVisible(!capture && m_state.railMode() != RailMode::hidden);
-    m_rail->setFixedWidth(m_state.railMode() == RailMode::expanded ? expandedRail : compactRail);
-    m_rail->setColumnHidden(1, m_state.railMode() != RailMode::expanded);
-    m_drawer->setVisible(!capture && m_state.showDrawer());
-    m_drawer->setFixedWidth(int(m_state.drawerWidth()));
-    m_keySheet->setVisible(m_state.showKeys());
+    const Panels& panels = m_state.panels();
+    const bool capture = panels.captureImage();
+    m_rail->setVisible(!capture && panels.railMode() != RailMode::hidden);
+    m_rail->setFixedWidth(panels.railMode() == RailMode::expanded ? expandedRail : compactRail);
+    m_rail->setColumnHidden(1, panels.railMode() != RailMode::expanded);
+    m_drawer->setVisible(!capture && panels.showDrawer());
+    m_drawer->setFixedWidth(int(panels.drawerWidth()));
+    m_keySheet->setVisible(panels.showKeys());
     m_legend->setVisible(!capture && m_state.root() && !m_legend->isHidden());
     placeOverlays();
 }
 
 void MainWindow::refreshLegend()
 {
-    m_legend->setEntries(m_scene->controller().legend(), Theme::of(m_state.dark()));
+    m_legend->setEntries(m_scene->controller().legend(), Theme::of(m_state.display().dark()));
     m_legend->setVisible(
-        m_state.root() && !m_state.captureImage() && !m_scene->controller().legend().isEmpty());
+        m_state.root() && !m_state.panels().captureImage() && !m_scene->controller().legend().isEmpty());
     placeOverlays();
 }
 

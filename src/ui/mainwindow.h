@@ -39,6 +39,8 @@ protected:
     void dropEvent(QDropEvent* event) override;
 
 private:
+    // Connects the refreshes to the state's signals.
+    void watchState();
     QWidget* makeMasthead();
     void refreshMasthead();
     void refreshPanels();

@@ -63,13 +63,13 @@ ProgressPanel::ProgressPanel(AppState& state, QWidget* parent)
     row->addWidget(hint);
     layout->addLayout(row);
     setFixedWidth(360);
-    connect(&state, &AppState::scanningChanged, this, &ProgressPanel::refresh);
+    connect(&state.scan(), &ScanController::scanningChanged, this, &ProgressPanel::refresh);
     refresh();
 }
 
 void ProgressPanel::refresh()
 {
-    const std::optional<ScanProgress>& scan = m_state.scanning();
+    const std::optional<ScanProgress>& scan = m_state.scan().scanning();
     setVisible(scan.has_value());
     if (!scan)
         return;
@@ -96,17 +96,22 @@ KeySheet::KeySheet(QWidget* parent)
     grid->setVerticalSpacing(5);
     auto* title = new QLabel(QStringLiteral("Keys"), this);
     title->setObjectName(QStringLiteral("folderName"));
-    grid->addWidget(title, 0, 0, 1, 2);
-    int row = 1;
-    for (const auto& [keys, what] : KeyRouter::sceneKeys()) {
-        auto* key = new QLabel(keys, this);
+    grid->addWidget(title, 0, 0, 1, 4);
+    // Two columns of keys, so that the sheet fits a small window.
+    const QList<QPair<QString, QString>> rows = KeyRouter::sceneKeys();
+    const qsizetype perColumn = (rows.size() + 1) / 2;
+    for (qsizetype i = 0; i < rows.size(); ++i) {
+        const int row = 1 + int(i % perColumn);
+        const int column = 2 * int(i / perColumn);
+        auto* key = new QLabel(rows[i].first, this);
         key->setStyleSheet(QStringLiteral("font-weight: 600; font-family: monospace;"));
-        grid->addWidget(key, row, 0, Qt::AlignRight);
-        grid->addWidget(new QLabel(what, this), row++, 1);
+        grid->addWidget(key, row, column, Qt::AlignRight);
+        grid->addWidget(new QLabel(rows[i].second, this), row, column + 1);
     }
+    grid->setColumnMinimumWidth(2, 160);
     auto* hint = new QLabel(QStringLiteral("Escape or ? closes this sheet"), this);
     hint->setProperty("class", QStringLiteral("faint"));
-    grid->addWidget(hint, row, 0, 1, 2);
+    grid->addWidget(hint, 1 + int(perColumn), 0, 1, 4);
 }
 
 // --- legend ---------------------------------------------------------------------------------
@@ -242,9 +247,9 @@ Drawer::Drawer(AppState& state, QWidget* parent)
     layout->addWidget(m_bar);
     layout->addWidget(m_languages);
     layout->addStretch();
-    for (const auto signal :
-        { &AppState::selectionChanged, &AppState::viewRootChanged, &AppState::darkChanged })
+    for (const auto signal : { &AppState::selectionChanged, &AppState::viewRootChanged })
         connect(&state, signal, this, &Drawer::refresh);
+    connect(&state.display(), &DisplaySettings::darkChanged, this, &Drawer::refresh);
 }
 
 void Drawer::refresh()
@@ -255,10 +260,10 @@ void Drawer::refresh()
         m_path->clear();
         m_details->clear();
         m_languages->clear();
-        m_bar->setShares({}, m_state.dark());
+        m_bar->setShares({}, m_state.display().dark());
         return;
     }
-    const Theme& theme = Theme::of(m_state.dark());
+    const Theme& theme = Theme::of(m_state.display().dark());
     QString rows;
     const auto row = [&](const QString& label, const QString& value) {
         rows += QStringLiteral("<tr><td style='color:%1; padding-right:12px'>%2</td><td>%3</td></tr>")
@@ -293,11 +298,12 @@ void Drawer::refresh()
     const QList<LanguageShare> shares
         = node->isDirectory ? node->languageBreakdown() : QList<LanguageShare> {};
     m_bar->setVisible(!shares.isEmpty());
-    m_bar->setShares(shares, m_state.dark());
+    m_bar->setShares(shares, m_state.display().dark());
     QString list;
     for (qsizetype i = 0; i < std::min<qsizetype>(shares.size(), 8); ++i) {
         const LanguageShare& share = shares[i];
-        const QColor swatch(QRgb(m_state.dark() ? share.language->darkColor : share.language->lightColor));
+        const QColor swatch(
+            QRgb(m_state.display().dark() ? share.language->darkColor : share.language->lightColor));
         list += QStringLiteral("<span style='color:%1'>■</span> %2 <span style='color:%3'>%4 · %5</span><br>")
                     .arg(cssColor(swatch), share.language->name.toHtmlEscaped(), cssColor(theme.ink3),
                         Format::count(share.files, u"file"), Format::count(share.lines, u"line"));

@@ -59,16 +59,17 @@ SceneView::SceneView(AppState& state, QWidget* parent)
         m_builtRoot = nullptr;
         scheduleBuild(true);
     });
-    for (const auto signal : { &AppState::viewRootChanged, &AppState::modeChanged })
-        connect(&state, signal, this, [this] { scheduleBuild(true); });
-    for (const auto signal : { &AppState::colorModeChanged, &AppState::heightModeChanged,
-             &AppState::heightScaleChanged, &AppState::darkChanged })
-        connect(&state, signal, this, [this] { scheduleBuild(false); });
+    const DisplaySettings& display = state.display();
+    connect(&state, &AppState::viewRootChanged, this, [this] { scheduleBuild(true); });
+    connect(&display, &DisplaySettings::modeChanged, this, [this] { scheduleBuild(true); });
+    for (const auto signal : { &DisplaySettings::colorModeChanged, &DisplaySettings::heightModeChanged,
+             &DisplaySettings::heightScaleChanged, &DisplaySettings::darkChanged })
+        connect(&display, signal, this, [this] { scheduleBuild(false); });
     connect(&state, &AppState::selectionChanged, this, [this] {
         m_controller.setSelection(m_state.selection());
         update();
     });
-    connect(&state, &AppState::filtersChanged, this, [this] {
+    connect(&state.filters(), &Filters::filtersChanged, this, [this] {
         applyFilter();
         update();
     });
@@ -115,9 +116,10 @@ void SceneView::build()
         emit built();
         return;
     }
-    const SceneConfig config { m_state.mode(), m_state.colorMode(), m_state.heightMode(),
-        m_state.heightScale(), Theme::of(m_state.dark()) };
-    const bool reset = m_resetPending || root != m_builtRoot || m_state.mode() != m_builtMode;
+    const DisplaySettings& display = m_state.display();
+    const SceneConfig config { display.mode(), display.colorMode(), display.heightMode(),
+        display.heightScale(), Theme::of(display.dark()) };
+    const bool reset = m_resetPending || root != m_builtRoot || display.mode() != m_builtMode;
     m_resetPending = false;
     QElapsedTimer clock;
     clock.start();
@@ -129,15 +131,15 @@ void SceneView::build()
     if (reset)
         m_controller.camera().settle();
     m_builtRoot = root;
-    m_builtMode = m_state.mode();
+    m_builtMode = display.mode();
     update();
     emit built();
 }
 
 void SceneView::applyFilter()
 {
-    const QSet<QString> isolated = m_state.isolated();
-    const int minChanges = m_state.minChanges();
+    const QSet<QString> isolated = m_state.filters().isolated();
+    const int minChanges = m_state.filters().minChanges();
     if (isolated.isEmpty() && minChanges <= 0) {
         m_controller.clearFilter();
         return;
@@ -185,7 +187,7 @@ void SceneView::focus(const FileNode& node, bool follow, bool frame)
         return;
     if (frame)
         m_controller.camera().frame(entity->box());
-    else if (follow && m_state.autoFrame())
+    else if (follow && m_state.display().autoFrame())
         m_controller.camera().follow(SceneController::focusPoint(*entity));
     update();
 }
@@ -316,7 +318,7 @@ void SceneView::wheelEvent(QWheelEvent* event)
 QString SceneView::describe(const FileNode& node) const
 {
     QString measure;
-    switch (m_state.heightMode()) {
+    switch (m_state.display().heightMode()) {
     case HeightMode::lines: measure = Format::count(node.lines, u"line"); break;
     case HeightMode::size: measure = Format::bytes(node.size); break;
     case HeightMode::churn: measure = Format::count(node.commits, u"commit"); break;

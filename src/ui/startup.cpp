@@ -1,9 +1,9 @@
 #include "ui/startup.h"
 
 #include "layout/citylayout.h"
+#include "layout/treelayout.h"
 #include "ui/mainwindow.h"
 #include "ui/sceneview.h"
-#include "layout/treelayout.h"
 
 #include <QCoreApplication>
 #include <QFile>
@@ -79,18 +79,20 @@ QByteArray stateJson(const AppState& state)
 {
     const auto path
         = [](const FileNode* node) { return node ? QJsonValue(node->relativePath) : QJsonValue(); };
+    const DisplaySettings& display = state.display();
+    const Panels& panels = state.panels();
     const QJsonObject object {
-        { QStringLiteral("mode"), modeName(state.mode()) },
-        { QStringLiteral("colorMode"), modeName(state.colorMode()) },
-        { QStringLiteral("heightMode"), modeName(state.heightMode()) },
-        { QStringLiteral("dark"), state.dark() },
+        { QStringLiteral("mode"), modeName(display.mode()) },
+        { QStringLiteral("colorMode"), modeName(display.colorMode()) },
+        { QStringLiteral("heightMode"), modeName(display.heightMode()) },
+        { QStringLiteral("dark"), display.dark() },
         { QStringLiteral("selection"), path(state.selection()) },
         { QStringLiteral("viewRoot"), path(state.viewRoot()) },
-        { QStringLiteral("railMode"), modeName(state.railMode()) },
-        { QStringLiteral("showDrawer"), state.showDrawer() },
-        { QStringLiteral("drawerWidth"), state.drawerWidth() },
-        { QStringLiteral("showKeys"), state.showKeys() },
-        { QStringLiteral("autoFrame"), state.autoFrame() },
+        { QStringLiteral("railMode"), modeName(panels.railMode()) },
+        { QStringLiteral("showDrawer"), panels.showDrawer() },
+        { QStringLiteral("drawerWidth"), panels.drawerWidth() },
+        { QStringLiteral("showKeys"), panels.showKeys() },
+        { QStringLiteral("autoFrame"), display.autoFrame() },
         { QStringLiteral("errorMessage"),
             state.errorMessage() ? QJsonValue(*state.errorMessage()) : QJsonValue() },
         { QStringLiteral("root"), state.root() ? QJsonValue(state.root()->url) : QJsonValue() },
@@ -116,8 +118,8 @@ void StartupRunner::start()
         return;
     }
     // Keys wait for the folder: they run once its scan has ended, drawn or refused.
-    connect(&m_state, &AppState::scanningChanged, this, [this] {
-        if (!m_state.scanning() && !m_ran)
+    connect(&m_state.scan(), &ScanController::scanningChanged, this, [this] {
+        if (!m_state.scan().scanning() && !m_ran)
             QTimer::singleShot(0, this, &StartupRunner::run);
     });
     m_state.open(*m_script.open);
@@ -129,14 +131,15 @@ void StartupRunner::run()
         return;
     m_ran = true;
     m_scanMs = m_clock.elapsed();
+    DisplaySettings& display = m_state.display();
     if (m_script.mode)
-        m_state.setMode(*m_script.mode);
+        display.setMode(*m_script.mode);
     if (m_script.color)
-        m_state.setColorMode(*m_script.color);
+        display.setColorMode(*m_script.color);
     if (m_script.height)
-        m_state.setHeightMode(*m_script.height);
+        display.setHeightMode(*m_script.height);
     if (m_script.dark)
-        m_state.setDark(*m_script.dark);
+        display.setDark(*m_script.dark);
     // Each step lets the window lay itself out and the scene build before the next one reads them.
     SceneView& scene = m_window.sceneView();
     const auto settle = [&] {
@@ -161,10 +164,11 @@ void StartupRunner::printTimings(qint64 frameMs) const
     if (const FileNode* root = m_state.viewRoot()) {
         QElapsedTimer clock;
         clock.start();
-        if (m_state.mode() == VisualizationMode::tree)
-            TreeLayout::build(*root, m_state.heightMode(), m_state.heightScale());
+        const DisplaySettings& display = m_state.display();
+        if (display.mode() == VisualizationMode::tree)
+            TreeLayout::build(*root, display.heightMode(), display.heightScale());
         else
-            CityLayout::build(*root, m_state.heightMode(), m_state.heightScale());
+            CityLayout::build(*root, display.heightMode(), display.heightScale());
         layoutMs = clock.elapsed();
     }
     const qint64 buildMs = m_window.sceneView().lastBuildMilliseconds();

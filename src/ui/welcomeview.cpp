@@ -70,8 +70,8 @@ WelcomeView::WelcomeView(AppState& state, QWidget* parent)
         if (!path.isEmpty())
             m_state.open(path);
     });
-    connect(&state, &AppState::recentsChanged, this, &WelcomeView::refresh);
-    connect(&state, &AppState::recentIndexChanged, this, &WelcomeView::refresh);
+    connect(&state.recents(), &Recents::recentsChanged, this, &WelcomeView::refresh);
+    connect(&state.recents(), &Recents::recentIndexChanged, this, &WelcomeView::refresh);
     refresh();
 }
 
@@ -79,7 +79,8 @@ void WelcomeView::refresh()
 {
     m_recents->clear();
     const QString home = QDir::homePath();
-    for (const QString& path : m_state.recents()) {
+    const Recents& recents = m_state.recents();
+    for (const QString& path : recents.folders()) {
         QString shown = path;
         if (shown.startsWith(home + u'/'))
             shown = u'~' + shown.mid(home.size());
@@ -87,8 +88,8 @@ void WelcomeView::refresh()
         item->setData(Qt::UserRole, path);
         item->setToolTip(path);
     }
-    if (m_state.recents().isEmpty())
+    if (recents.folders().isEmpty())
         new QListWidgetItem(QStringLiteral("No recent folders yet"), m_recents, QListWidgetItem::Type);
     else
-        m_recents->setCurrentRow(m_state.recentIndex());
+        m_recents->setCurrentRow(recents.recentIndex());
 }

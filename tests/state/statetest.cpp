@@ -29,7 +29,7 @@ bool waitFor(const std::function<bool()>& done)
 void openAndWait(AppState& state, const QString& path)
 {
     state.open(path);
-    ASSERT_TRUE(waitFor([&] { return !state.scanning(); })) << "scan of " << path.toStdString();
+    ASSERT_TRUE(waitFor([&] { return !state.scan().scanning(); })) << "scan of " << path.toStdString();
 }
 
 const FileNode& node(const AppState& state, const QString& relativePath)
@@ -99,16 +99,16 @@ TEST_F(StateTest, RecentsKeepOneEntryPerFolderNewestFirstAndAtMostEight)
         openAndWait(state, folders[0]->path());
         openAndWait(state, folders[1]->path());
         openAndWait(state, folders[0]->path() + u"/"_s); // the same folder, spelled differently
-        EXPECT_EQ(state.recents(), (QStringList { folders[0]->path(), folders[1]->path() }));
+        EXPECT_EQ(state.recents().folders(), (QStringList { folders[0]->path(), folders[1]->path() }));
         for (std::size_t i = 1; i < folders.size(); ++i)
-            state.remember(folders[i]->path());
-        ASSERT_EQ(state.recents().size(), 8);
-        EXPECT_EQ(state.recents().front(), folders[8]->path());
-        EXPECT_FALSE(state.recents().contains(folders[0]->path())); // the oldest went
+            state.recents().remember(folders[i]->path());
+        ASSERT_EQ(state.recents().folders().size(), 8);
+        EXPECT_EQ(state.recents().folders().front(), folders[8]->path());
+        EXPECT_FALSE(state.recents().folders().contains(folders[0]->path())); // the oldest went
     }
     AppState reopened;
-    EXPECT_EQ(reopened.recents().size(), 8);
-    EXPECT_EQ(reopened.recents().front(), folders[8]->path());
+    EXPECT_EQ(reopened.recents().folders().size(), 8);
+    EXPECT_EQ(reopened.recents().folders().front(), folders[8]->path());
 }
 
 TEST_F(StateTest, OpeningAPlainFolderColouredByStatusColoursByLanguageAndLeavesHistoryForTheCity)
@@ -121,18 +121,18 @@ TEST_F(StateTest, OpeningAPlainFolderColouredByStatusColoursByLanguageAndLeavesH
     AppState state;
     openAndWait(state, repo.path());
     ASSERT_TRUE(state.isGit());
-    state.setColorMode(ColorMode::status);
-    state.setMode(VisualizationMode::history);
-    ASSERT_EQ(state.mode(), VisualizationMode::history);
+    state.display().setColorMode(ColorMode::status);
+    state.display().setMode(VisualizationMode::history);
+    ASSERT_EQ(state.display().mode(), VisualizationMode::history);
 
     openAndWait(state, plain.path());
     EXPECT_FALSE(state.isGit());
-    EXPECT_EQ(state.colorMode(), ColorMode::language);
-    EXPECT_EQ(state.mode(), VisualizationMode::city);
+    EXPECT_EQ(state.display().colorMode(), ColorMode::language);
+    EXPECT_EQ(state.display().mode(), VisualizationMode::city);
     EXPECT_EQ(state.viewRoot(), state.root());
 
-    state.setMode(VisualizationMode::history);
-    EXPECT_EQ(state.mode(), VisualizationMode::city);
+    state.display().setMode(VisualizationMode::history);
+    EXPECT_EQ(state.display().mode(), VisualizationMode::city);
     EXPECT_EQ(state.errorMessage(), u"History needs a git repository."_s);
 }
 
@@ -149,7 +149,7 @@ TEST_F(StateTest, ASecondOpenCancelsTheFirstAndOnlyItsTreeArrives)
     QObject::connect(&state, &AppState::rootChanged, [&] { ++roots; });
     state.open(first.path());
     state.open(second.path());
-    ASSERT_TRUE(waitFor([&] { return !state.scanning(); }));
+    ASSERT_TRUE(waitFor([&] { return !state.scan().scanning(); }));
     // Let any late delivery of the first scan through: it must change nothing.
     QThread::msleep(200);
     QCoreApplication::processEvents();
@@ -237,18 +237,18 @@ TEST_F(StateTest, ClearingFiltersAnnouncesOneChange)
     Project project;
     AppState state;
     openAndWait(state, project.path());
-    state.setSearchText(u"main"_s);
-    state.toggleIsolation(u"src"_s);
-    state.setMinChanges(3);
-    ASSERT_TRUE(state.hasFilters());
+    state.filters().setSearchText(u"main"_s);
+    state.filters().toggleIsolation(u"src"_s);
+    state.filters().setMinChanges(3);
+    ASSERT_TRUE(state.filters().hasFilters());
     int changes = 0;
-    QObject::connect(&state, &AppState::filtersChanged, [&] { ++changes; });
-    state.clearFilters();
-    EXPECT_FALSE(state.hasFilters());
+    QObject::connect(&state.filters(), &Filters::filtersChanged, [&] { ++changes; });
+    state.filters().clearFilters();
+    EXPECT_FALSE(state.filters().hasFilters());
     EXPECT_EQ(changes, 1);
-    state.toggleIsolation(u"src"_s);
-    state.toggleIsolation(u"src"_s);
-    EXPECT_FALSE(state.hasFilters());
+    state.filters().toggleIsolation(u"src"_s);
+    state.filters().toggleIsolation(u"src"_s);
+    EXPECT_FALSE(state.filters().hasFilters());
 }
 
 // --- nearest in a direction -----------------------------------------------------------------
@@ -340,25 +340,118 @@ TEST_P(Routing, KeyGoesToItsAction)
         repo.write(u"a.c"_s, "int a;\n");
         repo.commitAll(u"one"_s);
         openAndWait(state, repo.path());
-        state.setMode(VisualizationMode::history);
+        state.display().setMode(VisualizationMode::history);
     } else if (c.setup != Setup::welcome) {
         openAndWait(state, project.path());
     }
     switch (c.setup) {
-    case Setup::overlay: state.setCaptureImage(true); break;
-    case Setup::searchEmpty: state.setSearchFocused(true); break;
+    case Setup::overlay: state.panels().setCaptureImage(true); break;
+    case Setup::searchEmpty: state.filters().setSearchFocused(true); break;
     case Setup::searchWithText:
-        state.setSearchFocused(true);
-        state.setSearchText(u"x"_s);
+        state.filters().setSearchFocused(true);
+        state.filters().setSearchText(u"x"_s);
         break;
-    case Setup::outline: state.setOutlineKeys(OutlineKeys { [](int) {}, [] {}, [] {} }); break;
+    case Setup::outline: state.panels().setOutlineKeys(OutlineKeys { [](int) {}, [] {}, [] {} }); break;
     case Setup::scanning: state.open(project.path()); break;
     default: break;
     }
     KeyRouter router(state);
-    EXPECT_EQ(router.route({ c.key, QString::fromUtf8(c.text), c.modifiers }), QString::fromUtf8(c.action));
-    EXPECT_TRUE(router.knows(QString::fromUtf8(c.action)) || !*c.action);
+    const std::optional<Action> routed = router.route({ c.key, QString::fromUtf8(c.text), c.modifiers });
+    EXPECT_EQ(routed ? actionName(*routed) : QString(), QString::fromUtf8(c.action));
+    if (!routed || KeyRouter::knows(actionName(*routed)))
+        return;
+    // An action without an implementation refuses aloud.
+    state.setErrorMessage(std::nullopt);
+    EXPECT_FALSE(router.perform(*routed));
+    EXPECT_TRUE(state.errorMessage().has_value()) << c.action;
 }
+
+struct KnownCase {
+    const char* name;
+    bool known;
+};
+
+void PrintTo(const KnownCase& c, std::ostream* os)
+{
+    *os << c.name;
+}
+
+class Known : public ::testing::TestWithParam<KnownCase> { };
+
+TEST_P(Known, OnlyNamesWithAnImplementation)
+{
+    EXPECT_EQ(KeyRouter::knows(QString::fromUtf8(GetParam().name)), GetParam().known);
+}
+
+INSTANTIATE_TEST_SUITE_P(Names, Known,
+    ::testing::Values(KnownCase { "zoomIn", true }, KnownCase { "commitBack10", false },
+        KnownCase { "graph", false }, KnownCase { "searchNext", false }, KnownCase { "recentOpen", true },
+        KnownCase { "outlineClose", true }, KnownCase { "noSuchAction", false }, KnownCase { "", false }),
+    [](const auto& info) { return *info.param.name ? std::string(info.param.name) : std::string("Empty"); });
+
+TEST(Actions, EveryNameInTheTableFindsItsAction)
+{
+    for (const ActionInfo& info : actionTable) {
+        const QString name = actionName(info.action);
+        EXPECT_FALSE(name.isEmpty());
+        EXPECT_EQ(actionFromName(name), info.action) << name.toStdString();
+    }
+    EXPECT_EQ(actionFromName(u"zoomin"), std::nullopt); // names are matched exactly
+}
+
+struct MissingCase {
+    const char* action;
+    bool repository;
+    const char* message;
+};
+
+void PrintTo(const MissingCase& c, std::ostream* os)
+{
+    *os << c.action << (c.repository ? " in a repository" : "");
+}
+
+class Missing : public StateTest, public ::testing::WithParamInterface<MissingCase> { };
+
+TEST_P(Missing, SaysWhatIsNotThereAndChangesNothingElse)
+{
+    const MissingCase& c = GetParam();
+    static Project project;
+    static GitRepo repo;
+    AppState state;
+    if (c.repository) {
+        repo.write(u"a.c"_s, "int a;\n");
+        repo.commitAll(u"one"_s);
+        openAndWait(state, repo.path());
+    } else {
+        openAndWait(state, project.path());
+    }
+    KeyRouter router(state);
+    EXPECT_FALSE(router.perform(QString::fromUtf8(c.action)));
+    EXPECT_EQ(state.errorMessage(), QString::fromUtf8(c.message));
+    EXPECT_EQ(state.display().mode(), VisualizationMode::city);
+}
+
+INSTANTIATE_TEST_SUITE_P(Features, Missing,
+    ::testing::Values(MissingCase { "history", false, "History needs a git repository." },
+        MissingCase { "history", true, "History playback is not available yet." },
+        MissingCase { "play", true, "History playback is not available yet." },
+        MissingCase { "commitStart", true, "History playback is not available yet." },
+        MissingCase { "commitOn10", false, "History playback is not available yet." },
+        MissingCase { "graph", false, "The imports graph is not available yet." },
+        MissingCase { "search", false, "Search is not available yet." },
+        MissingCase { "searchAccept", false, "Search is not available yet." },
+        MissingCase { "picker", false, "The folder picker is not available yet." },
+        MissingCase { "pickerBack", false, "The folder picker is not available yet." },
+        MissingCase { "remote", false, "Downloading a repository is not available yet." },
+        MissingCase { "preview", false, "Previews are not available yet." },
+        MissingCase { "hex", false, "Previews are not available yet." },
+        MissingCase { "raw", false, "Previews are not available yet." },
+        MissingCase { "minimap", false, "Previews are not available yet." },
+        MissingCase { "structure", false, "Walking into a file is not available yet." },
+        MissingCase { "structureTab", false, "Walking into a file is not available yet." }),
+    [](const auto& info) {
+        return std::string(info.param.action) + (info.param.repository ? "InARepository" : "");
+    });
 
 constexpr auto none = Qt::NoModifier;
 constexpr auto shift = Qt::ShiftModifier;
@@ -418,32 +511,36 @@ TEST_F(StateTest, PerformedActionsChangeTheState)
     KeyRouter router(state);
 
     EXPECT_TRUE(router.handle({ Qt::Key_2, u"2"_s, none }));
-    EXPECT_EQ(state.mode(), VisualizationMode::tree);
+    EXPECT_EQ(state.display().mode(), VisualizationMode::tree);
     EXPECT_TRUE(router.perform(u"rail"_s));
     EXPECT_TRUE(router.perform(u"rail"_s));
-    EXPECT_EQ(state.railMode(), RailMode::hidden);
+    EXPECT_EQ(state.panels().railMode(), RailMode::hidden);
     EXPECT_TRUE(router.perform(u"color"_s)); // no repository: age, then back past churn and status
-    EXPECT_EQ(state.colorMode(), ColorMode::age);
+    EXPECT_EQ(state.display().colorMode(), ColorMode::age);
     EXPECT_TRUE(router.perform(u"color"_s));
-    EXPECT_EQ(state.colorMode(), ColorMode::language);
+    EXPECT_EQ(state.display().colorMode(), ColorMode::language);
     EXPECT_TRUE(router.perform(u"heightBack"_s));
-    EXPECT_EQ(state.heightMode(), HeightMode::flat);
+    EXPECT_EQ(state.display().heightMode(), HeightMode::flat);
     EXPECT_FALSE(router.perform(u"clearFilters"_s)); // nothing to clear
     EXPECT_FALSE(router.perform(u"graph"_s));
+    EXPECT_EQ(state.errorMessage(), u"The imports graph is not available yet."_s);
+    EXPECT_EQ(state.display().mode(), VisualizationMode::tree);
+    state.setErrorMessage(std::nullopt);
     EXPECT_FALSE(router.perform(u"noSuchAction"_s));
+    EXPECT_FALSE(state.errorMessage().has_value());
 
-    state.setCaptureImage(true);
+    state.panels().setCaptureImage(true);
     EXPECT_FALSE(router.handle({ Qt::Key_1, u"1"_s, none }));
-    EXPECT_EQ(state.mode(), VisualizationMode::tree);
+    EXPECT_EQ(state.display().mode(), VisualizationMode::tree);
     EXPECT_TRUE(router.handle({ Qt::Key_Escape, {}, none }));
-    EXPECT_FALSE(state.captureImage());
+    EXPECT_FALSE(state.panels().captureImage());
 
-    state.setSearchFocused(true);
-    state.setSearchText(u"ma"_s);
+    state.filters().setSearchFocused(true);
+    state.filters().setSearchText(u"ma"_s);
     EXPECT_TRUE(router.handle({ Qt::Key_Escape, {}, none })); // clears the text first
-    EXPECT_TRUE(state.searchFocused());
+    EXPECT_TRUE(state.filters().searchFocused());
     EXPECT_TRUE(router.handle({ Qt::Key_Escape, {}, none })); // then gives the keys back
-    EXPECT_FALSE(state.searchFocused());
+    EXPECT_FALSE(state.filters().searchFocused());
 }
 
 TEST_F(StateTest, WelcomeListMovesWithinItsEntriesAndOpensOne)
@@ -451,15 +548,15 @@ TEST_F(StateTest, WelcomeListMovesWithinItsEntriesAndOpensOne)
     Project a;
     Project b;
     AppState state;
-    state.remember(a.path());
-    state.remember(b.path());
+    state.recents().remember(a.path());
+    state.recents().remember(b.path());
     KeyRouter router(state);
     for (int i = 0; i < 3; ++i)
         router.handle({ Qt::Key_Down, {}, none });
-    EXPECT_EQ(state.recentIndex(), 1);
+    EXPECT_EQ(state.recents().recentIndex(), 1);
     router.handle({ Qt::Key_Up, {}, none });
     router.handle({ Qt::Key_Up, {}, none });
-    EXPECT_EQ(state.recentIndex(), 0);
+    EXPECT_EQ(state.recents().recentIndex(), 0);
     ASSERT_TRUE(router.handle({ Qt::Key_Return, {}, none }));
     ASSERT_TRUE(waitFor([&] { return state.root() != nullptr; }));
     EXPECT_EQ(state.root()->url, b.path());

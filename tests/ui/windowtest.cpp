@@ -119,20 +119,33 @@ void PrintTo(const ScriptCase& c, std::ostream* os)
 
 class Script : public ::testing::TestWithParam<ScriptCase> { };
 
-// The window itself, shown under the virtual display, with keys played from the environment.
-TEST_P(Script, KeysPlayedInTheWindowLeaveTheirState)
+// The window itself, shown under the virtual display, with keys played from the environment; the
+// state they leave, and the window's image in *picture.
+QJsonObject playKeys(const QString& folder, const QString& keys, QImage* picture = nullptr)
+{
+    TempFolder out;
+    const Outcome run = korvane({ folder },
+        { { u"KORVANE_KEYS"_s, keys }, { u"KORVANE_SNAPSHOT"_s, out.path(u"w.png"_s) },
+            { u"KORVANE_STATE"_s, out.path(u"state.json"_s) }, { u"KORVANE_SIZE"_s, u"1100x700"_s } });
+    EXPECT_EQ(run.exitCode, 0) << run.err.toStdString();
+    if (picture)
+        *picture = QImage(out.path(u"w.png"_s));
+    return parse(readFile(out.path(u"state.json"_s)));
+}
+
+Project& sharedProject()
 {
     static Project project;
+    return project;
+}
+
+TEST_P(Script, KeysPlayedInTheWindowLeaveTheirState)
+{
     const ScriptCase& c = GetParam();
-    TempFolder out;
-    const Outcome run = korvane({ project.path() },
-        { { u"KORVANE_KEYS"_s, QString::fromUtf8(c.keys) }, { u"KORVANE_SNAPSHOT"_s, out.path(u"w.png"_s) },
-            { u"KORVANE_STATE"_s, out.path(u"state.json"_s) }, { u"KORVANE_SIZE"_s, u"1100x700"_s } });
-    ASSERT_EQ(run.exitCode, 0) << run.err.toStdString();
-    const QJsonObject state = parse(readFile(out.path(u"state.json"_s)));
+    QImage picture;
+    const QJsonObject state = playKeys(sharedProject().path(), QString::fromUtf8(c.keys), &picture);
     for (auto it = c.expected.cbegin(); it != c.expected.cend(); ++it)
         EXPECT_EQ(state[it.key()], it.value()) << it.key().toStdString();
-    const QImage picture(out.path(u"w.png"_s));
     ASSERT_FALSE(picture.isNull());
     EXPECT_EQ(picture.size(), QSize(1100, 700));
 }
@@ -144,10 +157,30 @@ INSTANTIATE_TEST_SUITE_P(Keys, Script,
             { { u"colorMode"_s, u"age"_s }, { u"heightMode"_s, u"size"_s } } },
         ScriptCase { "RailCyclesAndDrawerWidens", "[ [ }",
             { { u"railMode"_s, u"hidden"_s }, { u"drawerWidth"_s, 620 } } },
-        ScriptCase { "DiveAndClimb", "Right Ctrl+Down Backspace Backspace Backspace Backspace Backspace",
-            { { u"viewRoot"_s, u""_s } } },
-        ScriptCase { "EscapeClearsTheSelection", "Right Escape", { { u"selection"_s, QJsonValue() } } }),
+        ScriptCase { "EscapeClearsTheSelection", "Right Escape", { { u"selection"_s, QJsonValue() } } },
+        ScriptCase { "TheGraphSaysItIsNotThereYet", "4",
+            { { u"errorMessage"_s, u"The imports graph is not available yet."_s },
+                { u"mode"_s, u"city"_s } } }),
     [](const auto& info) { return std::string(info.param.name); });
+
+// Ctrl+Down makes the selected file's folder the view root; Backspace climbs back to the top. The
+// harness writes the state once, at the end, so the dive and the climb are two runs.
+TEST(Window, DiveAndClimb)
+{
+    const QString dive = u"Right Ctrl+Down"_s;
+    const QJsonObject dived = playKeys(sharedProject().path(), dive);
+    const QString selection = dived[u"selection"_s].toString();
+    const QString viewRoot = dived[u"viewRoot"_s].toString();
+    ASSERT_FALSE(selection.isEmpty());
+    EXPECT_FALSE(viewRoot.isEmpty());
+    EXPECT_TRUE(selection.startsWith(viewRoot + u'/'))
+        << selection.toStdString() << " in " << viewRoot.toStdString();
+    EXPECT_FALSE(selection.mid(viewRoot.size() + 1).contains(u'/')) << "directly inside the view root";
+
+    const QJsonObject climbed
+        = playKeys(sharedProject().path(), dive + u" Backspace Backspace Backspace Backspace Backspace"_s);
+    EXPECT_EQ(climbed[u"viewRoot"_s].toString(u"null"_s), u""_s);
+}
 
 TEST(Window, LightThemeAfterTPaintsTheLightBackground)
 {

@@ -1,0 +1,57 @@
+#include "state/panels.h"
+
+void Panels::setRailMode(RailMode mode)
+{
+    assign(m_railMode, mode, &Panels::railModeChanged);
+}
+void Panels::setShowDrawer(bool show)
+{
+    assign(m_showDrawer, show, &Panels::showDrawerChanged);
+}
+void Panels::setShowKeys(bool show)
+{
+    assign(m_showKeys, show, &Panels::showKeysChanged);
+}
+void Panels::setShowPreview(bool show)
+{
+    assign(m_showPreview, show, &Panels::showPreviewChanged);
+}
+void Panels::setShowMinimap(bool show)
+{
+    assign(m_showMinimap, show, &Panels::showMinimapChanged);
+}
+void Panels::setHexMode(bool on)
+{
+    assign(m_hexMode, on, &Panels::hexModeChanged);
+}
+void Panels::setRawSource(bool on)
+{
+    assign(m_rawSource, on, &Panels::rawSourceChanged);
+}
+void Panels::setStructureTab(StructureTab tab)
+{
+    assign(m_structureTab, tab, &Panels::structureTabChanged);
+}
+void Panels::setShowPicker(bool show)
+{
+    assign(m_showPicker, show, &Panels::showPickerChanged);
+}
+void Panels::setShowRemote(bool show)
+{
+    assign(m_showRemote, show, &Panels::showRemoteChanged);
+}
+void Panels::setCaptureImage(bool on)
+{
+    assign(m_captureImage, on, &Panels::captureImageChanged);
+}
+void Panels::setFullScreen(bool on)
+{
+    assign(m_fullScreen, on, &Panels::fullScreenChanged);
+}
+
+void Panels::toggleWideDrawer()
+{
+    setShowDrawer(true);
+    assign(m_drawerWidth, m_drawerWidth == wideDrawerWidth ? narrowDrawerWidth : wideDrawerWidth,
+        &Panels::drawerWidthChanged);
+}

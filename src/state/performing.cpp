@@ -1,0 +1,217 @@
+// What each action does, by group: walking the tree, the camera, the display, the panels, the
+// filters, and the folder itself. The key sheet is written from the same table.
+
+#include "state/keyrouter.h"
+
+#include "state/appstate.h"
+
+#include <algorithm>
+
+namespace {
+
+// "Shift ←" and "Shift →" share a row as "Shift ← →"; keys of different kinds are listed with commas.
+QString mergedKeys(const QStringList& keys)
+{
+    if (keys.size() == 1)
+        return keys.front();
+    const qsizetype space = keys.front().indexOf(u' ');
+    const QString prefix = space < 0 ? QString() : keys.front().left(space + 1);
+    QStringList parts;
+    for (const QString& key : keys) {
+        if (key.contains(u',') || key.indexOf(u' ') != space || !key.startsWith(prefix))
+            return keys.join(QStringLiteral(", "));
+        parts.append(key.mid(prefix.size()));
+    }
+    return prefix + parts.join(u' ');
+}
+
+} // namespace
+
+bool KeyRouter::perform(const QString& name)
+{
+    const std::optional<Action> action = actionFromName(name);
+    return action && perform(*action);
+}
+
+bool KeyRouter::knows(const QString& name)
+{
+    const std::optional<Action> action = actionFromName(name);
+    return action && !missingFeature(*action);
+}
+
+bool KeyRouter::perform(Action action)
+{
+    if (const std::optional<MissingFeature> missing = missingFeature(action)) {
+        refuse(action, *missing);
+        return false;
+    }
+    for (const auto group :
+        { &KeyRouter::performNavigation, &KeyRouter::performCamera, &KeyRouter::performDisplay,
+            &KeyRouter::performPanels, &KeyRouter::performFilters, &KeyRouter::performFolder }) {
+        if (const std::optional<bool> done = (this->*group)(action))
+            return *done;
+    }
+    return false;
+}
+
+void KeyRouter::refuse(Action action, MissingFeature feature)
+{
+    std::optional<QString> why;
+    if (action == Action::history)
+        why = m_state.display().refusal(VisualizationMode::history);
+    m_state.setErrorMessage(why.value_or(missingMessage(feature)));
+}
+
+std::optional<bool> KeyRouter::performNavigation(Action action)
+{
+    AppState& s = m_state;
+    switch (action) {
+    case Action::left: return s.move(MoveDirection::left);
+    case Action::right: return s.move(MoveDirection::right);
+    case Action::up: return s.move(MoveDirection::up);
+    case Action::down: return s.move(MoveDirection::down);
+    case Action::enter: return s.enter();
+    case Action::escape: return s.escape();
+    case Action::ascend: return s.ascend();
+    case Action::dive: return s.dive(s.selection());
+    case Action::nextSibling: return s.cycleSibling(1);
+    case Action::prevSibling: return s.cycleSibling(-1);
+    default: return std::nullopt;
+    }
+}
+
+std::optional<bool> KeyRouter::performCamera(Action action)
+{
+    static constexpr std::pair<Action, CameraAction> moves[] {
+        { Action::turnLeft, CameraAction::turnLeft },
+        { Action::turnRight, CameraAction::turnRight },
+        { Action::tiltUp, CameraAction::tiltUp },
+        { Action::tiltDown, CameraAction::tiltDown },
+        { Action::panLeft, CameraAction::panLeft },
+        { Action::panRight, CameraAction::panRight },
+        { Action::panUp, CameraAction::panUp },
+        { Action::panDown, CameraAction::panDown },
+        { Action::zoomIn, CameraAction::zoomIn },
+        { Action::zoomOut, CameraAction::zoomOut },
+        { Action::home, CameraAction::home },
+        { Action::frame, CameraAction::frame },
+        { Action::perspective, CameraAction::perspective },
+    };
+    const auto move
+        = std::find_if(std::begin(moves), std::end(moves), [&](const auto& m) { return m.first == action; });
+    if (move == std::end(moves))
+        return std::nullopt;
+    if (!m_state.scene() || !m_state.root())
+        return false;
+    m_state.scene()->camera(move->second);
+    return true;
+}
+
+std::optional<bool> KeyRouter::performDisplay(Action action)
+{
+    DisplaySettings& display = m_state.display();
+    switch (action) {
+    case Action::city:
+    case Action::tree:
+        if (!m_state.root())
+            return false;
+        display.setMode(action == Action::city ? VisualizationMode::city : VisualizationMode::tree);
+        return true;
+    case Action::color: return display.cycleColor(1), true;
+    case Action::colorBack: return display.cycleColor(-1), true;
+    case Action::height: return display.cycleHeight(1), true;
+    case Action::heightBack: return display.cycleHeight(-1), true;
+    case Action::autoFrame: return display.setAutoFrame(!display.autoFrame()), true;
+    case Action::theme: return display.setDark(!display.dark()), true;
+    default: return std::nullopt;
+    }
+}
+
+std::optional<bool> KeyRouter::performPanels(Action action)
+{
+    Panels& panels = m_state.panels();
+    const std::optional<OutlineKeys>& outline = panels.outlineKeys();
+    switch (action) {
+    case Action::keys: return panels.setShowKeys(!panels.showKeys()), true;
+    case Action::rail: return panels.setRailMode(cycled(railModes, panels.railMode(), 1)), true;
+    case Action::drawer: return panels.setShowDrawer(!panels.showDrawer()), true;
+    case Action::wideDrawer: return panels.toggleWideDrawer(), true;
+    case Action::dismissCapture: return panels.setCaptureImage(false), true;
+    case Action::outlineDown: return outline && (outline->step(1), true);
+    case Action::outlineUp: return outline && (outline->step(-1), true);
+    case Action::outlineOpen: return outline && (outline->open(), true);
+    case Action::outlineClose: return outline && (outline->close(), true);
+    default: return std::nullopt;
+    }
+}
+
+std::optional<bool> KeyRouter::performFilters(Action action)
+{
+    Filters& filters = m_state.filters();
+    switch (action) {
+    case Action::clearFilters: return filters.hasFilters() && (filters.clearFilters(), true);
+    case Action::searchToggleText: return filters.setSearchInText(!filters.searchInText()), true;
+    case Action::searchEscape:
+        if (filters.searchText().isEmpty())
+            filters.focusScene();
+        else
+            filters.setSearchText({});
+        return true;
+    default: return std::nullopt;
+    }
+}
+
+std::optional<bool> KeyRouter::performFolder(Action action)
+{
+    AppState& s = m_state;
+    Recents& recents = s.recents();
+    const FileNode* selection = s.selection();
+    switch (action) {
+    case Action::open:
+        if (!s.scene() || !selection || selection->isDirectory)
+            return false;
+        s.scene()->openExternally(selection->url);
+        return true;
+    case Action::reveal: {
+        const FileNode* node = selection ? selection : s.viewRoot();
+        if (!s.scene() || !node)
+            return false;
+        s.scene()->openExternally(node->isDirectory || !node->parent ? node->url : node->parent->url);
+        return true;
+    }
+    case Action::cancelScan: return s.scan().cancel(), true;
+    case Action::recentUp: return recents.setRecentIndex(recents.recentIndex() - 1), true;
+    case Action::recentDown: return recents.setRecentIndex(recents.recentIndex() + 1), true;
+    case Action::recentOpen:
+        if (recents.recentIndex() < 0 || recents.recentIndex() >= recents.folders().size())
+            return false;
+        s.open(recents.folders().at(recents.recentIndex()));
+        return true;
+    default: return std::nullopt;
+    }
+}
+
+QList<QPair<QString, QString>> KeyRouter::sceneKeys()
+{
+    QList<QPair<QString, QString>> rows;
+    QStringList keys;
+    std::string_view description;
+    const auto finishRow = [&] {
+        if (!keys.isEmpty())
+            rows.append(
+                { mergedKeys(keys), QString::fromUtf8(description.data(), qsizetype(description.size())) });
+        keys.clear();
+    };
+    for (const ActionInfo& info : actionTable) {
+        if (info.action > Action::keys)
+            break;
+        if (info.key.empty() || missingFeature(info.action))
+            continue;
+        if (info.description != description)
+            finishRow();
+        description = info.description;
+        keys.append(actionKey(info.action));
+    }
+    finishRow();
+    return rows;
+}

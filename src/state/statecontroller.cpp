@@ -1,0 +1,4 @@
+#include "state/statecontroller.h"
+
+// Most controllers keep nothing about the folder.
+void StateController::folderChanged(const OpenFolder&) { }
