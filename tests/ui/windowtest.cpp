@@ -29,8 +29,13 @@ Outcome korvane(
     const QString program = QStringLiteral(KORVANE_BINARY);
     if (!display)
         return runHeadless(program, arguments, all);
+    // The display's key in the test's folder: xvfb-run then makes no folder of its own in /tmp,
+    // whose removal, racing with another run's, could fail and turn the exit status into its own.
     return runHeadless(u"xvfb-run"_s,
-        QStringList { u"-a"_s, u"-s"_s, u"-screen 0 1600x1000x24"_s, program } + arguments, all);
+        QStringList {
+            u"-a"_s, u"-f"_s, home.path(u"Xauthority"_s), u"-s"_s, u"-screen 0 1600x1000x24"_s, program }
+            + arguments,
+        all);
 }
 
 QJsonObject parse(const QByteArray& json)
