@@ -1,8 +1,8 @@
-#include "search/foldersearch.h"
-#include "text/fuzzy.h"
-#include "scan/scanner.h"
-#include "support/testsupport.h"
 #include "document/webreader.h"
+#include "scan/scanner.h"
+#include "search/foldersearch.h"
+#include "support/testsupport.h"
+#include "text/fuzzy.h"
 
 #include <gtest/gtest.h>
 
@@ -213,6 +213,7 @@ TEST(FolderSearch, AFileThatGrewPastTheLimitSinceTheScanIsSkipped)
     TempFolder folder;
     folder.write(u"a.txt"_s, "needle\n");
     const auto root = scan(folder.path());
+    ASSERT_EQ(found(*root, u"needle"_s), QStringList { u"a.txt 1"_s }) << "found while small";
     folder.write(u"a.txt"_s, "needle\n" + QByteArray(3000000, 'x'));
     EXPECT_TRUE(found(*root, u"needle"_s).isEmpty());
 }
