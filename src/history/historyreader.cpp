@@ -6,9 +6,11 @@
 #include <QDir>
 #include <QElapsedTimer>
 #include <QFileInfo>
+#include <QFuture>
+#include <QThreadPool>
+#include <QtConcurrent/QtConcurrentRun>
 
 #include <charconv>
-#include <future>
 
 namespace {
 
@@ -17,6 +19,70 @@ qint32 number(QByteArrayView text)
     qint32 value = 0;
     const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
     return error == std::errc() && end == text.data() + text.size() ? value : 0;
+}
+
+struct CheckedOut {
+    QString branch;
+    QString head;
+};
+
+// The branch and the commit checked out in the work tree at root, or why it has no history.
+std::variant<CheckedOut, HistoryError> headOf(const QString& root, const Git& git)
+{
+    using Kind = HistoryError::Kind;
+    if (!QFileInfo(root).isDir() || !git.isInsideWorkTree())
+        return HistoryError { Kind::notARepository, root };
+    const QString branch
+        = git.string({ QStringLiteral("rev-parse"), QStringLiteral("--abbrev-ref"), QStringLiteral("HEAD") })
+              .value_or(QStringLiteral("HEAD"));
+    const QString head
+        = git.string({ QStringLiteral("rev-parse"), QStringLiteral("HEAD") }).value_or(QString());
+    if (head.isEmpty())
+        return HistoryError { Kind::empty, root };
+    return CheckedOut { branch, head };
+}
+
+qint64 commitCount(const Git& git)
+{
+    return git
+        .string({ QStringLiteral("rev-list"), QStringLiteral("--count"), QStringLiteral("--first-parent"),
+            QStringLiteral("HEAD") })
+        .value_or(QString())
+        .toLongLong();
+}
+
+// Streams the newest maxCommits commits of the log, oldest first, into the builder line by line,
+// reporting at most every 100 ms. What follows the last newline is left in carry.
+void streamLog(const Git& log, qint64 maxCommits, HistoryBuilder& builder, QByteArray& carry,
+    QByteArray& errors, const HistoryReader::ProgressCallback& progress)
+{
+    const QStringList arguments { QStringLiteral("log"), QStringLiteral("--first-parent"),
+        QStringLiteral("--reverse"), QStringLiteral("-M"), QStringLiteral("--raw"),
+        QStringLiteral("--numstat"), QStringLiteral("--no-color"), QStringLiteral("--no-abbrev"),
+        QStringLiteral("--no-textconv"), QStringLiteral("--no-ext-diff"),
+        QStringLiteral("--format=%x01%H%x1f%ct%x1f%an%x1f%s"), QStringLiteral("-n"),
+        QString::number(maxCommits) };
+    QElapsedTimer sinceReport;
+    sinceReport.start();
+    log.stream(
+        arguments,
+        [&](const QByteArray& chunk) {
+            carry += chunk;
+            const qsizetype last = carry.lastIndexOf('\n');
+            if (last < 0)
+                return;
+            for (qsizetype start = 0; start <= last;) {
+                const qsizetype end = carry.indexOf('\n', start);
+                builder.feed(QByteArrayView(carry).sliced(start, end - start));
+                start = end + 1;
+            }
+            carry.remove(0, last + 1);
+            if (progress && sinceReport.elapsed() > 100) {
+                sinceReport.restart();
+                progress({ QStringLiteral("Reading history"), builder.commitCount() });
+            }
+        },
+        &errors);
 }
 
 } // namespace
@@ -171,16 +237,10 @@ std::variant<std::shared_ptr<const HistoryIndex>, HistoryError> HistoryReader::r
         return HistoryError { Kind::failed, QStringLiteral("git is not installed.") };
     const auto stopped = [cancel = m_cancel] { return cancel && cancel->isCancelled(); };
     const Git git(m_root); // the probes are short; a stop is looked for while the log streams
-    const Git log = git.withStop(stopped);
-    if (!QFileInfo(m_root).isDir() || !git.isInsideWorkTree())
-        return HistoryError { Kind::notARepository, m_root };
-    const QString branch
-        = git.string({ QStringLiteral("rev-parse"), QStringLiteral("--abbrev-ref"), QStringLiteral("HEAD") })
-              .value_or(QStringLiteral("HEAD"));
-    const QString head
-        = git.string({ QStringLiteral("rev-parse"), QStringLiteral("HEAD") }).value_or(QString());
-    if (head.isEmpty())
-        return HistoryError { Kind::empty, m_root };
+    const auto checkedOut = headOf(m_root, git);
+    if (const auto* error = std::get_if<HistoryError>(&checkedOut))
+        return *error;
+    const auto& [branch, head] = std::get<CheckedOut>(checkedOut);
     if (cache) {
         if (auto cached = cache->load(m_root, head)) {
             if (cacheHit)
@@ -192,45 +252,17 @@ std::variant<std::shared_ptr<const HistoryIndex>, HistoryError> HistoryReader::r
         progress({ QStringLiteral("Reading history"), 0 });
 
     // The log always carries the limit, which changes nothing on a shorter history, so that
-    // counting the commits (a walk of its own) runs beside it instead of before it.
-    std::future<qint64> count = std::async(std::launch::async, [git] {
-        return git
-            .string({ QStringLiteral("rev-list"), QStringLiteral("--count"), QStringLiteral("--first-parent"),
-                QStringLiteral("HEAD") })
-            .value_or(QString())
-            .toLongLong();
-    });
-    const QStringList arguments { QStringLiteral("log"), QStringLiteral("--first-parent"),
-        QStringLiteral("--reverse"), QStringLiteral("-M"), QStringLiteral("--raw"),
-        QStringLiteral("--numstat"), QStringLiteral("--no-color"), QStringLiteral("--no-abbrev"),
-        QStringLiteral("--no-textconv"), QStringLiteral("--no-ext-diff"),
-        QStringLiteral("--format=%x01%H%x1f%ct%x1f%an%x1f%s"), QStringLiteral("-n"),
-        QString::number(m_maxCommits) };
+    // counting the commits (a walk of its own) runs beside it instead of before it. The count has a
+    // pool of its own: this reader may itself hold a thread of a shared pool, and the count must not
+    // wait in that pool's queue behind it.
+    QThreadPool countPool;
+    countPool.setMaxThreadCount(1);
+    const QFuture<qint64> count = QtConcurrent::run(&countPool, [git] { return commitCount(git); });
     HistoryBuilder builder(m_maxPaths);
     QByteArray carry;
-    QElapsedTimer sinceReport;
-    sinceReport.start();
     QByteArray errors;
-    log.stream(
-        arguments,
-        [&](const QByteArray& chunk) {
-            carry += chunk;
-            const qsizetype last = carry.lastIndexOf('\n');
-            if (last < 0)
-                return;
-            for (qsizetype start = 0; start <= last;) {
-                const qsizetype end = carry.indexOf('\n', start);
-                builder.feed(QByteArrayView(carry).sliced(start, end - start));
-                start = end + 1;
-            }
-            carry.remove(0, last + 1);
-            if (progress && sinceReport.elapsed() > 100) {
-                sinceReport.restart();
-                progress({ QStringLiteral("Reading history"), builder.commitCount() });
-            }
-        },
-        &errors);
-    const bool truncated = count.get() > m_maxCommits;
+    streamLog(git.withStop(stopped), m_maxCommits, builder, carry, errors, progress);
+    const bool truncated = count.result() > m_maxCommits;
     if (stopped())
         return HistoryError { Kind::cancelled, m_root };
     builder.feed(carry);

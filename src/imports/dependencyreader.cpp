@@ -115,6 +115,170 @@ int workerCount()
     return std::max(1, QThread::idealThreadCount());
 }
 
+bool isCancelled(const CancelFlagPtr& cancel)
+{
+    return cancel && cancel->isCancelled();
+}
+
+// The files of a language with import rules that are worth reading, in file order.
+std::vector<Candidate> candidatesOf(const DependencyGraph& graph)
+{
+    std::vector<Candidate> candidates;
+    QHash<const Language*, const ImportLanguage*> languages;
+    for (size_t i = 0; i < graph.files.size(); ++i) {
+        const FileNode& file = *graph.files[i];
+        auto known = languages.constFind(file.language);
+        if (known == languages.cend())
+            known = languages.insert(file.language, importLanguage(*file.language));
+        if (*known && !file.isBinary && file.size < maxFileBytes)
+            candidates.push_back({ qint32(i), *known });
+    }
+    return candidates;
+}
+
+void readImports(const FileNode& file, const ImportLanguage& language, FileRead& out)
+{
+    const std::optional<QByteArray> text = read(file);
+    if (!text)
+        return;
+    out.read = true;
+    out.references = references(*text, language);
+    if (language.syntax == Syntax::swift) {
+        out.declared = swiftDeclarations(*text);
+        out.used = identifiers(*text);
+    }
+}
+
+// Every candidate's imports, read on every core, one slot per candidate; nothing when stopped.
+std::optional<std::vector<FileRead>> readAll(const DependencyGraph& graph,
+    const std::vector<Candidate>& candidates, const CancelFlagPtr& cancel, const ProgressCallback& progress)
+{
+    const auto count = int(candidates.size());
+    std::vector<FileRead> reads(candidates.size());
+    PhaseProgress reading(progress, QStringLiteral("Reading imports"), count);
+    parallelFor(count, workerCount(), [&](int c) {
+        if (isCancelled(cancel))
+            return;
+        const Candidate& candidate = candidates[size_t(c)];
+        readImports(*graph.files[size_t(candidate.index)], *candidate.language, reads[size_t(c)]);
+        reading.step();
+    });
+    if (isCancelled(cancel))
+        return std::nullopt;
+    reading.finish();
+    return reads;
+}
+
+// Where each Swift type is declared, files in index order.
+StringMap<std::vector<qint32>> swiftDeclarationSites(
+    const std::vector<Candidate>& candidates, const std::vector<FileRead>& reads)
+{
+    StringMap<std::vector<qint32>> declarations;
+    for (size_t c = 0; c < candidates.size(); ++c) {
+        for (const QByteArray& name : reads[c].declared) {
+            std::vector<qint32>& at = declarations[name.toStdString()];
+            if (at.empty() || at.back() != candidates[c].index)
+                at.push_back(candidates[c].index);
+        }
+    }
+    return declarations;
+}
+
+// What linking reads, shared by every thread, and what it finds, one slot per candidate.
+struct Linking {
+    const DependencyGraph& graph;
+    const Lookup& lookup;
+    const std::vector<Candidate>& candidates;
+    const std::vector<FileRead>& reads;
+    const StringMap<std::vector<qint32>>& declarations;
+    std::vector<std::vector<std::optional<qint32>>> targets;
+    std::vector<std::vector<qint32>> typeTargets;
+};
+
+// The file each import of candidate c names, asking `known` (the answers of its stretch) first.
+void resolveReferences(Linking& linking, size_t c, StringMap<std::optional<qint32>>& known, std::string& key)
+{
+    const Candidate& candidate = linking.candidates[c];
+    const FileNode* parent = linking.graph.files[size_t(candidate.index)]->parent;
+    const QByteArray from = parent ? parent->relativePath.toUtf8() : QByteArray();
+    for (const Reference& reference : linking.reads[c].references) {
+        key.assign(candidate.language->name).append(1, reference.relative ? '\1' : '\0');
+        key.append(from.constData(), size_t(from.size())).append(1, '\0');
+        key.append(reference.name.constData(), size_t(reference.name.size()));
+        auto answer = known.find(key);
+        if (answer == known.end()) {
+            const std::string_view folder(from.constData(), size_t(from.size()));
+            answer
+                = known.emplace(key, resolve(reference, folder, *candidate.language, linking.lookup)).first;
+        }
+        linking.targets[c].push_back(answer->second);
+    }
+}
+
+// A Swift file is linked to the file that declares a type it uses, unless it declares one of that
+// name itself.
+void resolveUsedTypes(Linking& linking, size_t c)
+{
+    const qint32 index = linking.candidates[c].index;
+    for (const QByteArray& word : linking.reads[c].used) {
+        const auto declared
+            = linking.declarations.find(std::string_view(word.constData(), size_t(word.size())));
+        if (declared == linking.declarations.end())
+            continue;
+        if (std::find(declared->second.begin(), declared->second.end(), index) == declared->second.end())
+            linking.typeTargets[c].push_back(declared->second.front());
+    }
+}
+
+// Resolved on every core, linked in file order by addLinks, so the graph is the same on any machine.
+// Nothing when stopped.
+bool resolveAll(Linking& linking, const CancelFlagPtr& cancel, const ProgressCallback& progress)
+{
+    const auto count = int(linking.candidates.size());
+    linking.targets.resize(linking.candidates.size());
+    linking.typeTargets.resize(linking.candidates.size());
+    PhaseProgress resolving(progress, QStringLiteral("Linking files"), count);
+    // Files of one folder, next to each other in tree order, often import the same names: each
+    // stretch of files keeps the answers it found.
+    const int stretches = std::min(count, workerCount() * 8);
+    parallelFor(stretches, workerCount(), [&](int stretch) {
+        StringMap<std::optional<qint32>> known;
+        std::string key;
+        for (int c = int(qint64(count) * stretch / stretches);
+             c < int(qint64(count) * (stretch + 1) / stretches); ++c) {
+            if (isCancelled(cancel))
+                return;
+            resolveReferences(linking, size_t(c), known, key);
+            resolveUsedTypes(linking, size_t(c));
+            resolving.step();
+        }
+    });
+    if (isCancelled(cancel))
+        return false;
+    resolving.finish();
+    return true;
+}
+
+// Adds what was resolved to the graph in candidate order, counting what was not.
+void addLinks(DependencyGraph& graph, const Linking& linking)
+{
+    for (size_t c = 0; c < linking.candidates.size(); ++c) {
+        const qint32 from = linking.candidates[c].index;
+        const FileRead& file = linking.reads[c];
+        graph.scanned += file.read ? 1 : 0;
+        for (size_t r = 0; r < file.references.size(); ++r) {
+            if (const std::optional<qint32> target = linking.targets[c][r])
+                graph.link(from, *target);
+            else if (file.references[r].relative)
+                ++graph.unresolved;
+            else
+                ++graph.external;
+        }
+        for (const qint32 target : linking.typeTargets[c])
+            graph.link(from, target);
+    }
+}
+
 } // namespace
 
 std::string normalise(std::string_view path)
@@ -259,117 +423,17 @@ std::optional<QByteArray> read(const FileNode& file)
 std::optional<DependencyGraph> build(
     const FileNode& root, const CancelFlagPtr& cancel, const ProgressCallback& progress)
 {
-    const auto cancelled = [&] { return cancel && cancel->isCancelled(); };
     DependencyGraph graph = DependencyGraph::ofTree(root);
     const Lookup lookup = Lookup::of(graph);
-
-    std::vector<Candidate> candidates;
-    QHash<const Language*, const ImportLanguage*> languages;
-    for (size_t i = 0; i < graph.files.size(); ++i) {
-        const FileNode& file = *graph.files[i];
-        auto known = languages.constFind(file.language);
-        if (known == languages.cend())
-            known = languages.insert(file.language, importLanguage(*file.language));
-        if (*known && !file.isBinary && file.size < maxFileBytes)
-            candidates.push_back({ qint32(i), *known });
-    }
-    const auto count = int(candidates.size());
-
-    std::vector<FileRead> reads(candidates.size());
-    PhaseProgress reading(progress, QStringLiteral("Reading imports"), count);
-    parallelFor(count, workerCount(), [&](int c) {
-        if (cancelled())
-            return;
-        const Candidate& candidate = candidates[size_t(c)];
-        const std::optional<QByteArray> text = read(*graph.files[size_t(candidate.index)]);
-        if (text) {
-            FileRead& out = reads[size_t(c)];
-            out.read = true;
-            out.references = references(*text, *candidate.language);
-            if (candidate.language->syntax == Syntax::swift) {
-                out.declared = swiftDeclarations(*text);
-                out.used = identifiers(*text);
-            }
-        }
-        reading.step();
-    });
-    if (cancelled())
+    const std::vector<Candidate> candidates = candidatesOf(graph);
+    std::optional<std::vector<FileRead>> reads = readAll(graph, candidates, cancel, progress);
+    if (!reads)
         return std::nullopt;
-    reading.finish();
-
-    // Where each Swift type is declared, files in index order.
-    StringMap<std::vector<qint32>> declarations;
-    for (int c = 0; c < count; ++c) {
-        for (const QByteArray& name : reads[size_t(c)].declared) {
-            std::vector<qint32>& at = declarations[name.toStdString()];
-            if (at.empty() || at.back() != candidates[size_t(c)].index)
-                at.push_back(candidates[size_t(c)].index);
-        }
-    }
-
-    // Resolved on every core, linked in file order, so the graph is the same on any machine.
-    std::vector<std::vector<std::optional<qint32>>> targets(candidates.size());
-    std::vector<std::vector<qint32>> typeTargets(candidates.size());
-    PhaseProgress linking(progress, QStringLiteral("Linking files"), count);
-    // Files of one folder, next to each other in tree order, often import the same names: each
-    // stretch of files keeps the answers it found.
-    const int stretches = std::min(count, workerCount() * 8);
-    parallelFor(stretches, workerCount(), [&](int stretch) {
-        StringMap<std::optional<qint32>> known;
-        std::string key;
-        for (int c = int(qint64(count) * stretch / stretches);
-             c < int(qint64(count) * (stretch + 1) / stretches); ++c) {
-            if (cancelled())
-                return;
-            const Candidate& candidate = candidates[size_t(c)];
-            const FileRead& file = reads[size_t(c)];
-            const FileNode* parent = graph.files[size_t(candidate.index)]->parent;
-            const QByteArray from = parent ? parent->relativePath.toUtf8() : QByteArray();
-            for (const Reference& reference : file.references) {
-                key.assign(candidate.language->name).append(1, reference.relative ? '\1' : '\0');
-                key.append(from.constData(), size_t(from.size())).append(1, '\0');
-                key.append(reference.name.constData(), size_t(reference.name.size()));
-                auto answer = known.find(key);
-                if (answer == known.end()) {
-                    const std::string_view folder(from.constData(), size_t(from.size()));
-                    answer
-                        = known.emplace(key, resolve(reference, folder, *candidate.language, lookup)).first;
-                }
-                targets[size_t(c)].push_back(answer->second);
-            }
-            // A Swift file is linked to the file that declares a type it uses, unless it declares one
-            // of that name itself.
-            for (const QByteArray& word : file.used) {
-                const auto declared
-                    = declarations.find(std::string_view(word.constData(), size_t(word.size())));
-                if (declared == declarations.end())
-                    continue;
-                if (std::find(declared->second.begin(), declared->second.end(), candidate.index)
-                    == declared->second.end())
-                    typeTargets[size_t(c)].push_back(declared->second.front());
-            }
-            linking.step();
-        }
-    });
-    if (cancelled())
+    const StringMap<std::vector<qint32>> declarations = swiftDeclarationSites(candidates, *reads);
+    Linking linking { graph, lookup, candidates, *reads, declarations, {}, {} };
+    if (!resolveAll(linking, cancel, progress))
         return std::nullopt;
-    linking.finish();
-
-    for (int c = 0; c < count; ++c) {
-        const qint32 from = candidates[size_t(c)].index;
-        const FileRead& file = reads[size_t(c)];
-        graph.scanned += file.read ? 1 : 0;
-        for (size_t r = 0; r < file.references.size(); ++r) {
-            if (const std::optional<qint32> target = targets[size_t(c)][r])
-                graph.link(from, *target);
-            else if (file.references[r].relative)
-                ++graph.unresolved;
-            else
-                ++graph.external;
-        }
-        for (const qint32 target : typeTargets[size_t(c)])
-            graph.link(from, target);
-    }
+    addLinks(graph, linking);
     return graph;
 }
 

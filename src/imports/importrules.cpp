@@ -111,107 +111,157 @@ private:
     std::vector<Reference> m_found;
 };
 
+// The first quoted string of the line, when there is one.
+void addFirstQuoted(QByteArrayView line, bool relative, Collector& out)
+{
+    if (const auto quoted = firstQuoted(line))
+        out.add(*quoted, relative);
+}
+
+// "import a, b as c" names modules from the top; "from .a import b" names one beside the file.
+void readPython(QByteArrayView line, Collector& out)
+{
+    if (line.startsWith("import ")) {
+        for (QByteArrayView piece : ByteText::split(line.sliced(7), ',')) {
+            piece = trimmed(piece);
+            const qsizetype space = piece.indexOf(' ');
+            out.add(space < 0 ? piece : piece.first(space), false);
+        }
+    } else if (line.startsWith("from ")) {
+        const qsizetype at = line.indexOf(" import ");
+        if (at >= 5)
+            out.add(line.sliced(5, at - 5), true);
+    }
+}
+
+// Every quoted string of an import, require or from line; "./" and "../" ones are relative.
+void readScript(QByteArrayView line, Collector& out)
+{
+    if (line.contains("import") || line.contains("require") || line.contains("from")) {
+        for (const QByteArrayView quoted : quotedStrings(line))
+            out.add(quoted, quoted.startsWith('.'));
+    }
+}
+
+// "mod a;" names a file beside this one; "use a::b::{c, d};" the path before its brace, space or ";".
+void readRust(QByteArrayView line, Collector& out)
+{
+    if (line.startsWith("mod ") && line.endsWith(';')) {
+        out.add(line.sliced(4, line.size() - 5), true);
+    } else if (line.startsWith("pub mod ") && line.endsWith(';')) {
+        out.add(line.sliced(8, line.size() - 9), true);
+    } else if (line.startsWith("use ")) {
+        QByteArrayView path = line.sliced(4);
+        for (qsizetype i = 0; i < path.size(); ++i) {
+            if (path[i] == ';' || path[i] == '{' || path[i] == ' ') {
+                path.truncate(i);
+                break;
+            }
+        }
+        out.add(path.toByteArray().replace("::", "/"), false);
+    }
+}
+
+// Quoted packages on an import line or on the lines of an import block.
+void readGo(QByteArrayView line, Collector& out)
+{
+    if (line.startsWith("import") || line.startsWith('"')) {
+        for (const QByteArrayView quoted : quotedStrings(line))
+            out.add(quoted, false);
+    }
+}
+
+// "import a.b.C;" and "import a.b.*;" as the paths a/b/C and a/b/.
+void readJvm(QByteArrayView line, Collector& out)
+{
+    if (!line.startsWith("import "))
+        return;
+    const QByteArray path = line.sliced(7).toByteArray().replace('.', '/');
+    qsizetype start = 0, end = path.size();
+    const auto edge = [](char c) { return c == ' ' || c == ';' || c == '*'; };
+    while (start < end && edge(path[start]))
+        ++start;
+    while (end > start && edge(path[end - 1]))
+        --end;
+    out.add(QByteArrayView(path).sliced(start, end - start), false);
+}
+
+// Quoted strings that look like file names, not addresses.
+void readHtml(QByteArrayView line, Collector& out)
+{
+    for (const QByteArrayView quoted : quotedStrings(line)) {
+        if (quoted.contains('.') && !quoted.startsWith("http"))
+            out.add(quoted, true);
+    }
+}
+
+// The word after "source" or ".".
+void readShell(QByteArrayView line, Collector& out)
+{
+    if (line.startsWith("source ") || line.startsWith(". ")) {
+        const std::vector<QByteArrayView> words = ByteText::split(line, ' ', Qt::SkipEmptyParts);
+        if (words.size() > 1)
+            out.add(words[1], true);
+    }
+}
+
+void readCFamily(QByteArrayView line, Collector& out)
+{
+    if (line.startsWith("#include") || line.startsWith("#import"))
+        addFirstQuoted(line, true, out);
+}
+
+void readRuby(QByteArrayView line, Collector& out)
+{
+    if (line.startsWith("require_relative"))
+        addFirstQuoted(line, true, out);
+    else if (line.startsWith("require "))
+        addFirstQuoted(line, false, out);
+}
+
+void readPhp(QByteArrayView line, Collector& out)
+{
+    if (line.contains("require") || line.contains("include"))
+        addFirstQuoted(line, true, out);
+}
+
+void readCss(QByteArrayView line, Collector& out)
+{
+    if (line.startsWith("@import"))
+        addFirstQuoted(line, true, out);
+}
+
+void readSwift(QByteArrayView line, Collector& out)
+{
+    if (line.startsWith("import "))
+        out.add(line.sliced(7), false);
+}
+
+// The first quoted string of an import or part line; one starting with a dot is relative.
+void readDart(QByteArrayView line, Collector& out)
+{
+    if (line.startsWith("import ") || line.startsWith("part ")) {
+        if (const auto quoted = firstQuoted(line))
+            out.add(*quoted, quoted->startsWith('.'));
+    }
+}
+
 void readLine(QByteArrayView line, Syntax syntax, Collector& out)
 {
-    const auto first = [&](bool relative) {
-        if (const auto quoted = firstQuoted(line))
-            out.add(*quoted, relative);
-    };
     switch (syntax) {
-    case Syntax::python:
-        if (line.startsWith("import ")) {
-            for (QByteArrayView piece : ByteText::split(line.sliced(7), ',')) {
-                piece = trimmed(piece);
-                const qsizetype space = piece.indexOf(' ');
-                out.add(space < 0 ? piece : piece.first(space), false);
-            }
-        } else if (line.startsWith("from ")) {
-            const qsizetype at = line.indexOf(" import ");
-            if (at >= 5)
-                out.add(line.sliced(5, at - 5), true);
-        }
-        break;
-    case Syntax::script:
-        if (line.contains("import") || line.contains("require") || line.contains("from")) {
-            for (const QByteArrayView quoted : quotedStrings(line))
-                out.add(quoted, quoted.startsWith('.'));
-        }
-        break;
-    case Syntax::rust:
-        if (line.startsWith("mod ") && line.endsWith(';')) {
-            out.add(line.sliced(4, line.size() - 5), true);
-        } else if (line.startsWith("pub mod ") && line.endsWith(';')) {
-            out.add(line.sliced(8, line.size() - 9), true);
-        } else if (line.startsWith("use ")) {
-            QByteArrayView path = line.sliced(4);
-            for (qsizetype i = 0; i < path.size(); ++i) {
-                if (path[i] == ';' || path[i] == '{' || path[i] == ' ') {
-                    path.truncate(i);
-                    break;
-                }
-            }
-            out.add(path.toByteArray().replace("::", "/"), false);
-        }
-        break;
-    case Syntax::go:
-        if (line.startsWith("import") || line.startsWith('"')) {
-            for (const QByteArrayView quoted : quotedStrings(line))
-                out.add(quoted, false);
-        }
-        break;
-    case Syntax::cFamily:
-        if (line.startsWith("#include") || line.startsWith("#import"))
-            first(true);
-        break;
-    case Syntax::jvm:
-        if (line.startsWith("import ")) {
-            const QByteArray path = line.sliced(7).toByteArray().replace('.', '/');
-            qsizetype start = 0, end = path.size();
-            const auto edge = [](char c) { return c == ' ' || c == ';' || c == '*'; };
-            while (start < end && edge(path[start]))
-                ++start;
-            while (end > start && edge(path[end - 1]))
-                --end;
-            out.add(QByteArrayView(path).sliced(start, end - start), false);
-        }
-        break;
-    case Syntax::ruby:
-        if (line.startsWith("require_relative"))
-            first(true);
-        else if (line.startsWith("require "))
-            first(false);
-        break;
-    case Syntax::php:
-        if (line.contains("require") || line.contains("include"))
-            first(true);
-        break;
-    case Syntax::css:
-        if (line.startsWith("@import"))
-            first(true);
-        break;
-    case Syntax::html:
-        for (const QByteArrayView quoted : quotedStrings(line)) {
-            if (quoted.contains('.') && !quoted.startsWith("http"))
-                out.add(quoted, true);
-        }
-        break;
-    case Syntax::shell:
-        if (line.startsWith("source ") || line.startsWith(". ")) {
-            const std::vector<QByteArrayView> words = ByteText::split(line, ' ', Qt::SkipEmptyParts);
-            if (words.size() > 1)
-                out.add(words[1], true);
-        }
-        break;
-    case Syntax::swift:
-        if (line.startsWith("import "))
-            out.add(line.sliced(7), false);
-        break;
-    case Syntax::dart:
-        if (line.startsWith("import ") || line.startsWith("part ")) {
-            if (const auto quoted = firstQuoted(line))
-                out.add(*quoted, quoted->startsWith('.'));
-        }
-        break;
+    case Syntax::python: return readPython(line, out);
+    case Syntax::script: return readScript(line, out);
+    case Syntax::rust: return readRust(line, out);
+    case Syntax::go: return readGo(line, out);
+    case Syntax::cFamily: return readCFamily(line, out);
+    case Syntax::jvm: return readJvm(line, out);
+    case Syntax::ruby: return readRuby(line, out);
+    case Syntax::php: return readPhp(line, out);
+    case Syntax::css: return readCss(line, out);
+    case Syntax::html: return readHtml(line, out);
+    case Syntax::shell: return readShell(line, out);
+    case Syntax::swift: return readSwift(line, out);
+    case Syntax::dart: return readDart(line, out);
     }
 }
 

@@ -61,6 +61,211 @@ qsizetype crossingsBetween(const std::vector<std::pair<int, int>>& pairs)
     return count;
 }
 
+// Each node's place in `ids`.
+QHash<qsizetype, int> localIndices(const QList<qsizetype>& ids)
+{
+    QHash<qsizetype, int> local;
+    local.reserve(ids.size());
+    for (int i = 0; i < int(ids.size()); ++i)
+        local.insert(ids[i], i);
+    return local;
+}
+
+// The successors of each node by the calls between nodes of the graph, each call once; the calls
+// kept are added to `kept` in the order given.
+Adjacency callsAmong(qsizetype n, const QHash<qsizetype, int>& local,
+    const std::vector<FlowGraph::Edge>& edges, std::vector<FlowGraph::Edge>& kept)
+{
+    Adjacency out(static_cast<size_t>(n));
+    QSet<std::pair<int, int>> seenEdges;
+    for (const FlowGraph::Edge& edge : edges) {
+        const auto from = local.constFind(edge.from);
+        const auto to = local.constFind(edge.to);
+        if (from == local.cend() || to == local.cend())
+            continue;
+        if (seenEdges.contains({ *from, *to }))
+            continue;
+        seenEdges.insert({ *from, *to });
+        out[size_t(*from)].push_back(*to);
+        kept.push_back(edge);
+    }
+    return out;
+}
+
+struct Search {
+    std::vector<int> order; // every node after those that call it, but for the back edges
+    QSet<std::pair<int, int>> back; // the edges set aside to break cycles
+};
+
+// Cycles are broken where the search first closes them; from the focus first, so that what it
+// calls stays to its right, then from each node in document order.
+Search searchFrom(const Adjacency& out, std::optional<int> focus)
+{
+    std::vector<int> starts(out.size());
+    std::iota(starts.begin(), starts.end(), 0);
+    if (focus)
+        std::stable_partition(starts.begin(), starts.end(), [&](int i) { return i == *focus; });
+    Search search;
+    search.order = visitAll(out, starts, search.back);
+    std::reverse(search.order.begin(), search.order.end());
+    return search;
+}
+
+struct Layering {
+    std::vector<int> layer; // each node's column
+    int layers = 0;
+    // Neighbours in each direction, by any edge, back edges included: they are drawn too.
+    Adjacency left, right;
+};
+
+// Longest path: each node at least one layer right of everything that calls it.
+Layering layersOf(const Adjacency& out, const Search& search)
+{
+    const size_t n = out.size();
+    Layering layering { std::vector<int>(n, 0), 0, Adjacency(n), Adjacency(n) };
+    std::vector<int>& layer = layering.layer;
+    for (const int node : search.order) {
+        for (const int to : out[size_t(node)]) {
+            if (!search.back.contains({ node, to }))
+                layer[size_t(to)] = std::max(layer[size_t(to)], layer[size_t(node)] + 1);
+        }
+    }
+    layering.layers = *std::max_element(layer.begin(), layer.end()) + 1;
+    for (size_t from = 0; from < n; ++from) {
+        for (const int to : out[from]) {
+            if (int(from) == to)
+                continue;
+            const bool forward = layer[from] < layer[size_t(to)];
+            (forward ? layering.right : layering.left)[from].push_back(to);
+            (forward ? layering.left : layering.right)[size_t(to)].push_back(int(from));
+        }
+    }
+    return layering;
+}
+
+// The nodes of each layer from top to bottom. Rows start in document order and are reordered by
+// barycentres, sweeping right then left; the order with the fewest crossings is kept.
+class RowOrder {
+public:
+    explicit RowOrder(const Layering& layering)
+        : m_layering(layering)
+        , m_rows(static_cast<size_t>(layering.layers))
+        , m_row(layering.layer.size(), 0)
+    {
+        for (size_t i = 0; i < layering.layer.size(); ++i)
+            m_rows[size_t(layering.layer[i])].push_back(int(i));
+    }
+
+    std::vector<std::vector<int>> untangled()
+    {
+        number();
+        auto best = m_rows;
+        qsizetype fewest = crossings();
+        constexpr int sweeps = 8;
+        const int layers = m_layering.layers;
+        for (int pass = 0; pass < sweeps && fewest > 0; ++pass) {
+            for (int l = 1; l < layers; ++l)
+                sweep(l, m_layering.left, l - 1);
+            for (int l = layers - 2; l >= 0; --l)
+                sweep(l, m_layering.right, l + 1);
+            const qsizetype now = crossings();
+            if (now < fewest) {
+                fewest = now;
+                best = m_rows;
+            }
+        }
+        return best;
+    }
+
+private:
+    void number()
+    {
+        for (const auto& nodes : m_rows)
+            for (size_t r = 0; r < nodes.size(); ++r)
+                m_row[size_t(nodes[r])] = int(r);
+    }
+
+    qsizetype crossings() const
+    {
+        qsizetype total = 0;
+        for (int l = 0; l + 1 < m_layering.layers; ++l) {
+            std::vector<std::pair<int, int>> pairs;
+            for (const int node : m_rows[size_t(l)])
+                for (const int to : m_layering.right[size_t(node)])
+                    if (m_layering.layer[size_t(to)] == l + 1)
+                        pairs.push_back({ m_row[size_t(node)], m_row[size_t(to)] });
+            total += crossingsBetween(pairs);
+        }
+        return total;
+    }
+
+    // Sorts layer l by the mean row of each node's neighbours in the neighbouring layer; a node with
+    // none there keeps its own row, and equal means keep their order.
+    void sweep(int l, const Adjacency& neighbours, int neighbourLayer)
+    {
+        std::vector<std::pair<double, int>> centres;
+        for (const int node : m_rows[size_t(l)]) {
+            double sum = 0;
+            int count = 0;
+            for (const int other : neighbours[size_t(node)]) {
+                if (m_layering.layer[size_t(other)] == neighbourLayer) {
+                    sum += m_row[size_t(other)];
+                    ++count;
+                }
+            }
+            centres.push_back({ count ? sum / count : double(m_row[size_t(node)]), node });
+        }
+        std::stable_sort(
+            centres.begin(), centres.end(), [](const auto& a, const auto& b) { return a.first < b.first; });
+        for (size_t r = 0; r < centres.size(); ++r) {
+            m_rows[size_t(l)][r] = centres[r].second;
+            m_row[size_t(centres[r].second)] = int(r);
+        }
+    }
+
+    const Layering& m_layering;
+    std::vector<std::vector<int>> m_rows;
+    std::vector<int> m_row; // each node's place in its layer
+};
+
+// Columns as wide as their widest box; each column centred on the tallest.
+void placeBoxes(const QList<qsizetype>& ids, std::optional<qsizetype> focus, const Layering& layering,
+    const std::vector<std::vector<int>>& rows, const std::vector<double>& boxWidths,
+    FlowGraph::Arranged& result)
+{
+    const int layers = layering.layers;
+    std::vector<double> widths(size_t(layers), FlowGraph::minBoxWidth);
+    for (size_t i = 0; i < boxWidths.size(); ++i) {
+        double& width = widths[size_t(layering.layer[i])];
+        width = std::max(width, boxWidths[i]);
+    }
+    size_t tallest = 0;
+    for (const auto& nodes : rows)
+        tallest = std::max(tallest, nodes.size());
+    const auto columnHeight = [](size_t count) {
+        return double(count) * (FlowGraph::boxHeight + FlowGraph::rowGap) - FlowGraph::rowGap;
+    };
+    double x = FlowGraph::margin;
+    std::vector<double> columnX(static_cast<size_t>(layers));
+    for (int l = 0; l < layers; ++l) {
+        columnX[size_t(l)] = x;
+        x += widths[size_t(l)] + FlowGraph::layerGap;
+    }
+    result.size
+        = QSizeF(x - FlowGraph::layerGap + FlowGraph::margin, columnHeight(tallest) + 2 * FlowGraph::margin);
+    for (int l = 0; l < layers; ++l) {
+        const double top
+            = FlowGraph::margin + (columnHeight(tallest) - columnHeight(rows[size_t(l)].size())) / 2;
+        for (size_t r = 0; r < rows[size_t(l)].size(); ++r) {
+            const int node = rows[size_t(l)][r];
+            const double w = boxWidths[size_t(node)];
+            const QRectF rect(columnX[size_t(l)] + (widths[size_t(l)] - w) / 2,
+                top + double(r) * (FlowGraph::boxHeight + FlowGraph::rowGap), w, FlowGraph::boxHeight);
+            result.boxes.push_back({ ids[node], rect, l, focus && ids[node] == *focus });
+        }
+    }
+}
+
 } // namespace
 
 const FlowGraph::Box* FlowGraph::Arranged::box(qsizetype index) const
@@ -153,149 +358,19 @@ FlowGraph::Arranged FlowGraph::arrange(
     const QList<qsizetype>& ids, const std::vector<Edge>& edges, std::optional<qsizetype> focus) const
 {
     Arranged result;
-    const int n = int(ids.size());
-    if (n == 0)
+    if (ids.isEmpty())
         return result;
-    QHash<qsizetype, int> local;
-    local.reserve(n);
-    for (int i = 0; i < n; ++i)
-        local.insert(ids[i], i);
-
-    Adjacency out(static_cast<size_t>(n));
-    QSet<std::pair<int, int>> seenEdges;
-    for (const Edge& edge : edges) {
-        const auto from = local.constFind(edge.from);
-        const auto to = local.constFind(edge.to);
-        if (from == local.cend() || to == local.cend())
-            continue;
-        if (seenEdges.contains({ *from, *to }))
-            continue;
-        seenEdges.insert({ *from, *to });
-        out[size_t(*from)].push_back(*to);
-        result.edges.push_back(edge);
-    }
-
-    // Cycles are broken where the search first closes them; from the focus first, so that what it
-    // calls stays to its right.
-    std::vector<int> starts(static_cast<size_t>(n));
-    std::iota(starts.begin(), starts.end(), 0);
-    if (focus && local.contains(*focus))
-        std::stable_partition(starts.begin(), starts.end(), [&](int i) { return i == local.value(*focus); });
-    QSet<std::pair<int, int>> back;
-    std::vector<int> order = visitAll(out, starts, back);
-    std::reverse(order.begin(), order.end());
-
-    // Longest path: each node at least one layer right of everything that calls it.
-    std::vector<int> layer(size_t(n), 0);
-    for (const int node : order) {
-        for (const int to : out[size_t(node)]) {
-            if (!back.contains({ node, to }))
-                layer[size_t(to)] = std::max(layer[size_t(to)], layer[size_t(node)] + 1);
-        }
-    }
-    const int layers = *std::max_element(layer.begin(), layer.end()) + 1;
-
-    // Neighbours in each direction, by any edge, back edges included: they are drawn too.
-    Adjacency left(static_cast<size_t>(n)), right(static_cast<size_t>(n));
-    for (int from = 0; from < n; ++from) {
-        for (const int to : out[size_t(from)]) {
-            if (from == to)
-                continue;
-            const bool forward = layer[size_t(from)] < layer[size_t(to)];
-            (forward ? right : left)[size_t(from)].push_back(to);
-            (forward ? left : right)[size_t(to)].push_back(from);
-        }
-    }
-
-    // Rows start in document order and are reordered by barycentres, sweeping right then left; the
-    // order with the fewest crossings is kept.
-    std::vector<std::vector<int>> rows(static_cast<size_t>(layers));
-    for (int i = 0; i < n; ++i)
-        rows[size_t(layer[size_t(i)])].push_back(i);
-    std::vector<int> row(size_t(n), 0);
-    const auto number = [&] {
-        for (const auto& nodes : rows)
-            for (size_t r = 0; r < nodes.size(); ++r)
-                row[size_t(nodes[r])] = int(r);
-    };
-    const auto crossings = [&] {
-        qsizetype total = 0;
-        for (int l = 0; l + 1 < layers; ++l) {
-            std::vector<std::pair<int, int>> pairs;
-            for (const int node : rows[size_t(l)])
-                for (const int to : right[size_t(node)])
-                    if (layer[size_t(to)] == l + 1)
-                        pairs.push_back({ row[size_t(node)], row[size_t(to)] });
-            total += crossingsBetween(pairs);
-        }
-        return total;
-    };
-    const auto sweep = [&](int l, const Adjacency& neighbours, int neighbourLayer) {
-        std::vector<std::pair<double, int>> centres;
-        for (const int node : rows[size_t(l)]) {
-            double sum = 0;
-            int count = 0;
-            for (const int other : neighbours[size_t(node)]) {
-                if (layer[size_t(other)] == neighbourLayer) {
-                    sum += row[size_t(other)];
-                    ++count;
-                }
-            }
-            centres.push_back({ count ? sum / count : double(row[size_t(node)]), node });
-        }
-        std::stable_sort(
-            centres.begin(), centres.end(), [](const auto& a, const auto& b) { return a.first < b.first; });
-        for (size_t r = 0; r < centres.size(); ++r) {
-            rows[size_t(l)][r] = centres[r].second;
-            row[size_t(centres[r].second)] = int(r);
-        }
-    };
-    number();
-    auto best = rows;
-    qsizetype fewest = crossings();
-    constexpr int sweeps = 8;
-    for (int pass = 0; pass < sweeps && fewest > 0; ++pass) {
-        for (int l = 1; l < layers; ++l)
-            sweep(l, left, l - 1);
-        for (int l = layers - 2; l >= 0; --l)
-            sweep(l, right, l + 1);
-        const qsizetype now = crossings();
-        if (now < fewest) {
-            fewest = now;
-            best = rows;
-        }
-    }
-    rows = best;
-    number();
-
-    // Columns as wide as their widest box; each column centred on the tallest.
-    std::vector<double> widths(size_t(layers), minBoxWidth);
-    std::vector<double> boxWidths(static_cast<size_t>(n));
-    for (int i = 0; i < n; ++i) {
+    const QHash<qsizetype, int> local = localIndices(ids);
+    const Adjacency out = callsAmong(ids.size(), local, edges, result.edges);
+    const auto focusIndex = focus ? local.constFind(*focus) : local.cend();
+    const Search search
+        = searchFrom(out, focusIndex == local.cend() ? std::nullopt : std::optional(*focusIndex));
+    const Layering layering = layersOf(out, search);
+    const std::vector<std::vector<int>> rows = RowOrder(layering).untangled();
+    std::vector<double> boxWidths(size_t(ids.size()));
+    for (qsizetype i = 0; i < ids.size(); ++i)
         boxWidths[size_t(i)] = boxWidth(label(ids[i]));
-        widths[size_t(layer[size_t(i)])] = std::max(widths[size_t(layer[size_t(i)])], boxWidths[size_t(i)]);
-    }
-    size_t tallest = 0;
-    for (const auto& nodes : rows)
-        tallest = std::max(tallest, nodes.size());
-    const auto columnHeight = [](size_t count) { return double(count) * (boxHeight + rowGap) - rowGap; };
-    double x = margin;
-    std::vector<double> columnX(static_cast<size_t>(layers));
-    for (int l = 0; l < layers; ++l) {
-        columnX[size_t(l)] = x;
-        x += widths[size_t(l)] + layerGap;
-    }
-    result.size = QSizeF(x - layerGap + margin, columnHeight(tallest) + 2 * margin);
-    for (int l = 0; l < layers; ++l) {
-        const double top = margin + (columnHeight(tallest) - columnHeight(rows[size_t(l)].size())) / 2;
-        for (size_t r = 0; r < rows[size_t(l)].size(); ++r) {
-            const int node = rows[size_t(l)][r];
-            const double w = boxWidths[size_t(node)];
-            const QRectF rect(columnX[size_t(l)] + (widths[size_t(l)] - w) / 2,
-                top + double(r) * (boxHeight + rowGap), w, boxHeight);
-            result.boxes.push_back({ ids[node], rect, l, focus && ids[node] == *focus });
-        }
-    }
+    placeBoxes(ids, focus, layering, rows, boxWidths, result);
     return result;
 }
 

@@ -8,6 +8,10 @@
 #include <QDir>
 #include <QDirIterator>
 #include <QFile>
+#include <QFuture>
+#include <QSemaphore>
+#include <QThreadPool>
+#include <QtConcurrent/QtConcurrentRun>
 
 using namespace Qt::StringLiterals;
 
@@ -193,6 +197,32 @@ TEST(HistoryReader, KeepsTheNewestCommitsAndTheFirstPaths)
     EXPECT_TRUE(few->changes[2].empty());
     repo.git({ u"checkout"_s, u"-q"_s, u"--detach"_s });
     EXPECT_EQ(readOk(repo.path())->branch, u"HEAD");
+}
+
+// The reader is run on a shared pool; counting its commits beside the log must not wait for a
+// thread of that pool when every other one is taken.
+TEST(HistoryReader, CountsItsCommitsFromTheLastFreeThreadOfAPool)
+{
+    GitRepo repo;
+    for (int i = 0; i < 3; ++i) {
+        repo.write(u"f%1.txt"_s.arg(i), numbered(i + 1));
+        repo.commitAll(u"c%1"_s.arg(i), 1000 + i);
+    }
+    QThreadPool* shared = QThreadPool::globalInstance();
+    const int others = shared->maxThreadCount() - 1;
+    QSemaphore held, release;
+    for (int i = 0; i < others; ++i) {
+        shared->start([&] {
+            held.release();
+            release.acquire();
+        });
+    }
+    held.acquire(others);
+    const QFuture<bool> truncated
+        = QtConcurrent::run(shared, [&] { return readOk(repo.path(), 2)->truncated; });
+    EXPECT_TRUE(truncated.result());
+    release.release(others);
+    shared->waitForDone();
 }
 
 TEST(HistoryReader, SaysWhyItCannotRead)

@@ -1,5 +1,5 @@
-#include "layout/flowgraph.h"
 #include "document/webreader.h"
+#include "layout/flowgraph.h"
 
 #include <gtest/gtest.h>
 
@@ -125,6 +125,27 @@ TEST(FlowGraph, EqualCentresKeepTheirOrder)
     const WebDocument document = script({ u"a: z y x"_s, u"z"_s, u"y"_s, u"x"_s });
     const FlowGraph::Arranged graph = FlowGraph(document).whole();
     EXPECT_EQ(column(document, graph, 1), (QStringList { u"z"_s, u"y"_s, u"x"_s }));
+}
+
+TEST(FlowGraph, AFunctionWithNoCallIntoTheNextLayerKeepsItsRow)
+{
+    // f9 calls only f8, two layers to its right: the sweeps have nothing to move it by, so it stays
+    // below the callers it started below.
+    const WebDocument document = script({ u"f1"_s, u"f2: f3"_s, u"f3: f8"_s, u"f4"_s, u"f5: f1"_s, u"f6"_s,
+        u"f7: f6"_s, u"f8: f4"_s, u"f9: f8"_s });
+    const FlowGraph::Arranged graph = FlowGraph(document).whole();
+    EXPECT_EQ(column(document, graph, 0), (QStringList { u"f2"_s, u"f5"_s, u"f7"_s, u"f9"_s }));
+    EXPECT_EQ(column(document, graph, 1), (QStringList { u"f3"_s, u"f1"_s, u"f6"_s }));
+    EXPECT_EQ(flowCrossings(graph), 0);
+}
+
+TEST(FlowGraph, ACentredCycleIsBrokenSoTheFocusStaysLeftOfWhatItCalls)
+{
+    const WebDocument document = script({ u"a: b"_s, u"b: a"_s });
+    const FlowGraph flow(document);
+    const qsizetype b = idOf(document, u"b"_s);
+    EXPECT_EQ(layers(document, flow.whole()), (QMap<QString, int> { { u"a"_s, 0 }, { u"b"_s, 1 } }));
+    EXPECT_EQ(layers(document, flow.centred(b, 1)), (QMap<QString, int> { { u"a"_s, 1 }, { u"b"_s, 0 } }));
 }
 
 TEST(FlowGraph, TheWholeGraphLeavesOutFunctionsWithoutCalls)
