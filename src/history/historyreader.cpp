@@ -2,13 +2,11 @@
 
 #include "git/git.h"
 #include "history/historycache.h"
+#include "scan/parallel.h"
 
 #include <QDir>
 #include <QElapsedTimer>
 #include <QFileInfo>
-#include <QFuture>
-#include <QThreadPool>
-#include <QtConcurrent/QtConcurrentRun>
 
 #include <charconv>
 
@@ -252,17 +250,13 @@ std::variant<std::shared_ptr<const HistoryIndex>, HistoryError> HistoryReader::r
         progress({ QStringLiteral("Reading history"), 0 });
 
     // The log always carries the limit, which changes nothing on a shorter history, so that
-    // counting the commits (a walk of its own) runs beside it instead of before it. The count has a
-    // pool of its own: this reader may itself hold a thread of a shared pool, and the count must not
-    // wait in that pool's queue behind it.
-    QThreadPool countPool;
-    countPool.setMaxThreadCount(1);
-    const QFuture<qint64> count = QtConcurrent::run(&countPool, [git] { return commitCount(git); });
+    // counting the commits (a walk of its own) runs beside it instead of before it.
+    SideJob<qint64> count([git] { return commitCount(git); });
     HistoryBuilder builder(m_maxPaths);
     QByteArray carry;
     QByteArray errors;
     streamLog(git.withStop(stopped), m_maxCommits, builder, carry, errors, progress);
-    const bool truncated = count.result() > m_maxCommits;
+    const bool truncated = count.take() > m_maxCommits;
     if (stopped())
         return HistoryError { Kind::cancelled, m_root };
     builder.feed(carry);
