@@ -1,8 +1,8 @@
 // Times the city and tree layouts: the median of repeated builds, on synthetic trees of growing size
 // (20 files to a folder, folders 100 to a parent) and on any folders named on the command line.
 #include "layout/citylayout.h"
-#include "scan/scanner.h"
 #include "layout/treelayout.h"
+#include "scan/scanner.h"
 
 #include <QElapsedTimer>
 

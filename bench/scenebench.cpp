@@ -3,9 +3,9 @@
 // clearing and finishing a frame on the same driver). Needs a display; bench/scene.sh runs it under
 // xvfb-run.
 #include "layout/citylayout.h"
+#include "scan/scanner.h"
 #include "scene/offscreenview.h"
 #include "scene/renderer.h"
-#include "scan/scanner.h"
 #include "scene/scenecontroller.h"
 
 #include <QElapsedTimer>

@@ -1,8 +1,8 @@
 #include "cli/commandline.h"
-#include "layout/flowgraph.h"
 #include "cli/jsonwriter.h"
 #include "cli/terminal.h"
 #include "document/webreader.h"
+#include "layout/flowgraph.h"
 
 #include <QFile>
 #include <QFileInfo>

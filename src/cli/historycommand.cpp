@@ -1,9 +1,9 @@
 #include "cli/commandline.h"
+#include "cli/jsonwriter.h"
+#include "cli/terminal.h"
 #include "history/historycache.h"
 #include "history/historycursor.h"
 #include "history/historyreader.h"
-#include "cli/jsonwriter.h"
-#include "cli/terminal.h"
 #include "text/nametable.h"
 
 #include <QDateTime>

@@ -1,7 +1,7 @@
 #include "cli/commandline.h"
-#include "imports/dependencyreader.h"
 #include "cli/jsonwriter.h"
 #include "cli/terminal.h"
+#include "imports/dependencyreader.h"
 
 #include <numeric>
 

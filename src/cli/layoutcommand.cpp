@@ -1,8 +1,8 @@
-#include "layout/citylayout.h"
 #include "cli/commandline.h"
-#include "layout/graphlayout.h"
 #include "cli/jsonwriter.h"
 #include "cli/terminal.h"
+#include "layout/citylayout.h"
+#include "layout/graphlayout.h"
 #include "layout/treelayout.h"
 
 #include <cstdio>

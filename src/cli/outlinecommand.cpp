@@ -1,9 +1,9 @@
-#include "layout/codetreemap.h"
 #include "cli/commandline.h"
-#include "text/fuzzy.h"
 #include "cli/jsonwriter.h"
 #include "cli/terminal.h"
 #include "document/webreader.h"
+#include "layout/codetreemap.h"
+#include "text/fuzzy.h"
 
 #include <QFile>
 #include <QFileInfo>

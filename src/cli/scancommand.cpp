@@ -1,7 +1,7 @@
 #include "cli/commandline.h"
 #include "cli/jsonwriter.h"
-#include "scan/scanner.h"
 #include "cli/terminal.h"
+#include "scan/scanner.h"
 
 #include <cstdio>
 

@@ -1,7 +1,7 @@
 #include "cli/commandline.h"
-#include "search/foldersearch.h"
 #include "cli/jsonwriter.h"
 #include "cli/terminal.h"
+#include "search/foldersearch.h"
 
 namespace Cli {
 

@@ -1,7 +1,7 @@
 #include "cli/commandline.h"
 #include "cli/jsonwriter.h"
-#include "engineering/sexpr.h"
 #include "cli/terminal.h"
+#include "engineering/sexpr.h"
 
 #include <QFile>
 #include <QFileInfo>

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "scan/cancelflag.h"
 #include "history/historyindex.h"
+#include "scan/cancelflag.h"
 
 #include <QByteArray>
 #include <QHash>

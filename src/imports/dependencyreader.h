@@ -1,7 +1,7 @@
 #pragma once
 
-#include "scan/cancelflag.h"
 #include "imports/dependencygraph.h"
+#include "scan/cancelflag.h"
 
 #include <QByteArray>
 #include <QByteArrayView>

@@ -115,7 +115,8 @@ public:
             const auto height = float(std::max(peak * t + 0.16, 0.16));
             const auto width = float(std::max(fraction * lot.rect.width, 0.08));
             const auto depthExtent = float(std::max(fraction * lot.rect.depth, 0.08));
-            const auto cx = float(lot.rect.x + lot.rect.width / 2), cz = float(lot.rect.z + lot.rect.depth / 2);
+            const auto cx = float(lot.rect.x + lot.rect.width / 2),
+                       cz = float(lot.rect.z + lot.rect.depth / 2);
             const bool setback = !lot.aggregated && height > 2.2f && height > 0.18f * peak;
             if (lot.depth == 0 && !lot.aggregated) {
                 result.placements.push_back({ lot.node, PlacementKind::paving, { cx, 0.006f, cz },

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "model/filenode.h"
 #include "layout/treemap.h"
+#include "model/filenode.h"
 
 #include <QString>
 

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "scan/cancelflag.h"
 #include "model/filenode.h"
+#include "scan/cancelflag.h"
 
 #include <QByteArray>
 #include <QString>

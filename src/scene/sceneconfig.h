@@ -1,7 +1,7 @@
 #pragma once
 
-#include "state/modes.h"
 #include "scene/theme.h"
+#include "state/modes.h"
 
 // The inputs of one build of the scene; a build with an equal config gives the same scene.
 struct SceneConfig {

@@ -1,9 +1,9 @@
 #pragma once
 
 #include "layout/citylayout.h"
+#include "layout/layoutresult.h"
 #include "scene/colorcontext.h"
 #include "scene/entitynode.h"
-#include "layout/layoutresult.h"
 #include "scene/orbitcamera.h"
 #include "scene/sceneconfig.h"
 #include "state/scenehost.h"

@@ -18,7 +18,8 @@ template <typename Enum, std::size_t N> struct NameTable {
     QString name(Enum value) const
     {
         const auto index = std::size_t(value);
-        return index < N ? QString::fromLatin1(names[index].data(), qsizetype(names[index].size())) : QString();
+        return index < N ? QString::fromLatin1(names[index].data(), qsizetype(names[index].size()))
+                         : QString();
     }
 
     std::optional<Enum> find(QStringView name) const

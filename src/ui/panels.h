@@ -1,7 +1,7 @@
 #pragma once
 
-#include "state/appstate.h"
 #include "scene/scenecontroller.h"
+#include "state/appstate.h"
 
 #include <QFrame>
 #include <QWidget>

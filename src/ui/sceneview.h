@@ -1,8 +1,8 @@
 #pragma once
 
-#include "state/appstate.h"
 #include "scene/renderer.h"
 #include "scene/scenecontroller.h"
+#include "state/appstate.h"
 
 #include <QElapsedTimer>
 #include <QOpenGLWidget>

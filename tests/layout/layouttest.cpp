@@ -1,7 +1,7 @@
 #include "layout/citylayout.h"
+#include "layout/treelayout.h"
 #include "scan/scanner.h"
 #include "support/testsupport.h"
-#include "layout/treelayout.h"
 
 #include <gtest/gtest.h>
 

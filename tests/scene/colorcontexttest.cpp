@@ -1,6 +1,6 @@
 #include "scene/colorcontext.h"
-#include "support/testsupport.h"
 #include "scene/theme.h"
+#include "support/testsupport.h"
 
 #include <gtest/gtest.h>
 

@@ -1,7 +1,7 @@
 // Renders real folders offscreen; needs a display, so ctest runs it under xvfb-run. Set
 // KORVANE_SCENE_IMAGES to a folder to keep the images it draws.
-#include "scene/offscreenview.h"
 #include "scan/scanner.h"
+#include "scene/offscreenview.h"
 #include "scene/scenecontroller.h"
 
 #include <gtest/gtest.h>

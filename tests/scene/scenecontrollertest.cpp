@@ -1,8 +1,8 @@
 #include "scene/scenecontroller.h"
+#include "scan/scanner.h"
 #include "scene/labels.h"
 #include "scene/offscreenview.h"
 #include "scene/renderer.h"
-#include "scan/scanner.h"
 #include "support/testsupport.h"
 
 #include <gtest/gtest.h>
