@@ -20,18 +20,19 @@ inline void parallelFor(int count, int threads, const std::function<void(int)>& 
         for (int i = next++; i < count; i = next++)
             body(i);
     };
-    QSemaphore finished;
+    // Shared, so that a helper's release never touches a semaphore the caller has already left.
+    const auto finished = std::make_shared<QSemaphore>();
     int helpers = 0;
     for (int i = 1; i < threads && i < count; ++i) {
-        if (!QThreadPool::globalInstance()->tryStart([&] {
+        if (!QThreadPool::globalInstance()->tryStart([&work, finished] {
                 work();
-                finished.release();
+                finished->release();
             }))
             break;
         ++helpers;
     }
     work();
-    finished.acquire(helpers);
+    finished->acquire(helpers);
 }
 
 // A job that mostly waits (on a git process, say) run beside the caller on a thread of its own,
