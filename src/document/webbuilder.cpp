@@ -21,11 +21,6 @@ QStringList texts(const QByteArrayList& list)
     return out;
 }
 
-QString counted(qsizetype count, const char* one, const char* many)
-{
-    return QString::number(count) + QLatin1String(count == 1 ? one : many);
-}
-
 WebRole roleOf(StyleRule::Kind kind)
 {
     switch (kind) {
@@ -73,6 +68,11 @@ QString animationName(const QString& prelude)
 }
 
 } // namespace
+
+QString Builder::counted(qsizetype count, const char* one, const char* many)
+{
+    return QString::number(count) + QLatin1String(count == 1 ? one : many);
+}
 
 void Builder::reserve(qsizetype count)
 {

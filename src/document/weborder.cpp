@@ -9,11 +9,6 @@ namespace {
 
 using Node = WebDocument::Node;
 
-QString counted(qsizetype count, const char* one, const char* many)
-{
-    return QString::number(count) + QLatin1String(count == 1 ? one : many);
-}
-
 } // namespace
 
 void Builder::setDepth(Id top)

@@ -65,6 +65,8 @@ public:
 
     // Names called in a piece of code: words followed by "(".
     static QStringList called(QStringView code);
+    // "1 rule", "3 rules": a count with the word that goes with it.
+    static QString counted(qsizetype count, const char* one, const char* many);
     // The elements a selector names: "#id", ".class", a tag, or a compound selector of these.
     QList<Id> elements(const QString& selector) const;
 

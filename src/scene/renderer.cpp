@@ -185,15 +185,9 @@ void Renderer::createGeometry()
     glGenVertexArrays(1, &m_lineArray);
     glBindVertexArray(m_lineArray);
     glBindBuffer(GL_ARRAY_BUFFER, m_lineBuffer);
-    glEnableVertexAttribArray(0);
-    glVertexAttribPointer(
-        0, 3, GL_FLOAT, GL_FALSE, sizeof(SceneLineVertex), offset(offsetof(SceneLineVertex, position)));
-    glEnableVertexAttribArray(1);
-    glVertexAttribPointer(
-        1, 4, GL_FLOAT, GL_FALSE, sizeof(SceneLineVertex), offset(offsetof(SceneLineVertex, color)));
-    glEnableVertexAttribArray(2);
-    glVertexAttribPointer(
-        2, 1, GL_FLOAT, GL_FALSE, sizeof(SceneLineVertex), offset(offsetof(SceneLineVertex, fog)));
+    floatAttribute(0, 3, sizeof(SceneLineVertex), offsetof(SceneLineVertex, position));
+    floatAttribute(1, 4, sizeof(SceneLineVertex), offsetof(SceneLineVertex, color));
+    floatAttribute(2, 1, sizeof(SceneLineVertex), offsetof(SceneLineVertex, fog));
     glBindVertexArray(0);
     glBindBuffer(GL_ARRAY_BUFFER, 0);
 
@@ -208,25 +202,23 @@ GLuint Renderer::surfaceArray(GLuint mesh, GLuint instances)
     glGenVertexArrays(1, &array);
     glBindVertexArray(array);
     glBindBuffer(GL_ARRAY_BUFFER, mesh);
-    glEnableVertexAttribArray(0);
-    glVertexAttribPointer(
-        0, 3, GL_FLOAT, GL_FALSE, sizeof(MeshVertex), offset(offsetof(MeshVertex, position)));
-    glEnableVertexAttribArray(1);
-    glVertexAttribPointer(1, 3, GL_FLOAT, GL_FALSE, sizeof(MeshVertex), offset(offsetof(MeshVertex, normal)));
+    floatAttribute(0, 3, sizeof(MeshVertex), offsetof(MeshVertex, position));
+    floatAttribute(1, 3, sizeof(MeshVertex), offsetof(MeshVertex, normal));
     glBindBuffer(GL_ARRAY_BUFFER, instances);
-    const struct {
-        GLuint location;
-        GLint count;
-        size_t at;
-    } fields[] = { { 2, 3, offsetof(SceneInstance, base) }, { 3, 3, offsetof(SceneInstance, size) },
-        { 4, 4, offsetof(SceneInstance, color) }, { 5, 2, offsetof(SceneInstance, storeys) } };
-    for (const auto& field : fields) {
-        glEnableVertexAttribArray(field.location);
-        glVertexAttribPointer(
-            field.location, field.count, GL_FLOAT, GL_FALSE, sizeof(SceneInstance), offset(field.at));
-        glVertexAttribDivisor(field.location, 1);
-    }
+    floatAttribute(2, 3, sizeof(SceneInstance), offsetof(SceneInstance, base), 1);
+    floatAttribute(3, 3, sizeof(SceneInstance), offsetof(SceneInstance, size), 1);
+    floatAttribute(4, 4, sizeof(SceneInstance), offsetof(SceneInstance, color), 1);
+    floatAttribute(5, 2, sizeof(SceneInstance), offsetof(SceneInstance, storeys), 1);
     return array;
+}
+
+// Floats at `at` in each record of the bound array buffer; a divisor of 1 steps once an instance.
+void Renderer::floatAttribute(GLuint location, GLint count, GLsizei stride, size_t at, GLuint divisor)
+{
+    glEnableVertexAttribArray(location);
+    glVertexAttribPointer(location, count, GL_FLOAT, GL_FALSE, stride, offset(at));
+    if (divisor)
+        glVertexAttribDivisor(location, divisor);
 }
 
 // The sun's depth map and the shade texture baked from it, each with its framebuffer; the status of

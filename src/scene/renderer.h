@@ -66,6 +66,7 @@ private:
     bool buildPrograms();
     void createGeometry();
     GLuint surfaceArray(GLuint mesh, GLuint instances);
+    void floatAttribute(GLuint location, GLint count, GLsizei stride, size_t at, GLuint divisor = 0);
     GLenum createShadowTargets();
 
     bool prepare(const SceneController& scene, int quarter, GLuint target);
