@@ -32,7 +32,7 @@ const QList<Command>& commands()
             1, { QStringLiteral("--json"), QStringLiteral("--summary") }, {}, sexpr },
         { QStringLiteral("snapshot"),
             QStringLiteral(
-                "snapshot PATH --out FILE.png [--mode city|tree] [--color language|age|churn|status] "
+                "snapshot PATH --out FILE.png [--mode city|tree|graph] [--color language|age|churn|status] "
                 "[--height lines|size|churn|flat] [--theme dark|light] [--size WxH] [--keys KEYS] "
                 "[--print-state] [--timings]"),
             QStringLiteral("Draw a folder into an image without showing the window (needs a display or "

@@ -61,7 +61,7 @@ Forces::Forces(const DependencyGraph& graph)
 {
     const size_t n = graph.files.size();
     const float r0 = spiralRadius(n);
-    m_k = n > 0 ? std::max(r0 / std::sqrt(float(n)) * 2.2f, 2.2f) : 2.2f;
+    m_k = idealDistanceFor(n);
     m_iterations = n < 701 ? 260 : 160;
     positions.resize(n);
     velocities.resize(n);
@@ -207,64 +207,108 @@ void Forces::step(int iteration)
     }
 }
 
+float Forces::idealDistanceFor(size_t files)
+{
+    return files > 0 ? std::max(spiralRadius(files) / std::sqrt(float(files)) * 2.2f, 2.2f) : 2.2f;
+}
+
 void Forces::run()
 {
     for (int iteration = 0; iteration < m_iterations; ++iteration)
         step(iteration);
 }
 
-LayoutResult build(const FileNode& root, const DependencyGraph& graph, HeightMode height, float scale)
+std::vector<Point> settle(const DependencyGraph& graph)
+{
+    if (graph.files.empty())
+        return {};
+    Forces forces(graph);
+    forces.run();
+    return std::move(forces.positions);
+}
+
+namespace {
+
+bool isWithin(const FileNode& node, const FileNode& folder)
+{
+    for (const FileNode* at = &node; at; at = at->parent) {
+        if (at == &folder)
+            return true;
+    }
+    return false;
+}
+
+} // namespace
+
+LayoutResult place(
+    const FileNode& root, const DependencyGraph& graph, const std::vector<Point>& positions, HeightMode height,
+    float scale)
 {
     LayoutResult result;
     result.metric = { height, 1 };
-    if (graph.files.empty() || graph.root != &root)
+    if (graph.files.empty() || !graph.root || positions.size() != graph.files.size()
+        || !isWithin(root, *graph.root))
         return result;
     const size_t n = graph.files.size();
-    Forces forces(graph);
-    forces.run();
-
+    // The placement of each file drawn, by graph index; -1 for files outside the root.
+    std::vector<qint32> placed(n, -1);
     double maxValue = 1;
-    if (height != HeightMode::flat) {
-        for (const FileNode* file : graph.files)
-            maxValue = std::max(maxValue, heightMeasure(*file, height));
+    for (size_t i = 0; i < n; ++i) {
+        if (&root != graph.root && !isWithin(*graph.files[i], root))
+            continue;
+        placed[i] = 0;
+        if (height != HeightMode::flat)
+            maxValue = std::max(maxValue, heightMeasure(*graph.files[i], height));
     }
+    // The peak follows the whole graph, so that a folder's files keep their heights when it is
+    // looked at alone.
     const float peak = scale * std::clamp(spiralRadius(n) * 0.5f, 6.0f, 26.0f);
     result.peak = peak;
     result.metric = { height, maxValue };
-    result.placements.reserve(n);
     for (size_t i = 0; i < n; ++i) {
+        if (placed[i] < 0)
+            continue;
         const FileNode& file = *graph.files[i];
         const double t = height == HeightMode::flat
             ? 0.12
             : std::pow(std::max(heightMeasure(file, height), 0.0) / maxValue, 0.62);
         const float tall = std::max(peak * float(t) + 0.2f, 0.2f);
         const float width = std::min(std::sqrt(float(graph.incoming[i].size())) * 0.24f + 0.75f, 2.4f);
-        const Point at = forces.positions[i];
+        const Point at = positions[i];
+        placed[i] = qint32(result.placements.size());
         result.placements.push_back({ &file, PlacementKind::building, { at.x, 0, at.z },
             { width, tall, width }, tall > 0.3f * peak, 1, false });
         if (!result.tallest || tall > result.tallest->size.y)
             result.tallest = result.placements.back();
     }
+    if (result.placements.empty())
+        return result;
 
     // Links run roof to roof, so that buildings in front of them never hide them.
-    result.edges.reserve(graph.edges.size());
-    result.edgeEnds.reserve(graph.edges.size());
     for (const auto& [from, to] : graph.edges) {
-        const Placement& a = result.placements[size_t(from)];
-        const Placement& b = result.placements[size_t(to)];
+        if (placed[size_t(from)] < 0 || placed[size_t(to)] < 0)
+            continue;
+        const Placement& a = result.placements[size_t(placed[size_t(from)])];
+        const Placement& b = result.placements[size_t(placed[size_t(to)])];
         result.edges.push_back({ { a.base.x, a.size.y, a.base.z }, { b.base.x, b.size.y, b.base.z } });
         result.edgeEnds.push_back({ a.file, b.file });
     }
 
     result.computeBounds();
     // The ground is a square around everything, one ideal distance wider on each side.
-    const double margin = forces.idealDistance();
+    const double margin = Forces::idealDistanceFor(n);
     const double side
         = std::max(result.maxBound.x - result.minBound.x, result.maxBound.z - result.minBound.z) + 2 * margin;
     const double centreX = (double(result.minBound.x) + result.maxBound.x) / 2;
     const double centreZ = (double(result.minBound.z) + result.maxBound.z) / 2;
     result.ground = { centreX - side / 2, centreZ - side / 2, side, side };
     return result;
+}
+
+LayoutResult build(const FileNode& root, const DependencyGraph& graph, HeightMode height, float scale)
+{
+    // A graph of another tree, or none, places nothing.
+    return place(root, graph, graph.root == &root ? settle(graph) : std::vector<Point> {}, height, scale);
 }
 
 } // namespace GraphLayout

@@ -23,6 +23,7 @@ public:
 
     int iterations() const { return m_iterations; }
     float idealDistance() const { return m_k; }
+    static float idealDistanceFor(size_t files);
 
     // One iteration, 0-based: the step length shrinks as `iteration` nears iterations().
     void step(int iteration);
@@ -42,9 +43,18 @@ private:
     qint32 m_groupCount = 0;
 };
 
-// One building per file of the graph, where the simulation leaves it; wider the more files import
-// it, and a line for each import from the importer's roof to the imported file's roof. `root` is
-// the tree the graph was read from: a graph of another tree gives an empty result.
+// Where the simulation leaves each file of the graph, by index; the costly half of the layout, which
+// depends on the graph alone.
+std::vector<Point> settle(const DependencyGraph& graph);
+
+// One building per file of the graph below `root` (the tree the graph was read from, or a folder of
+// it), at its settled position; wider the more files import it, and a line for each import between
+// two of those files from the importer's roof to the imported file's roof. A graph of another tree,
+// or positions of another graph, give an empty result.
+LayoutResult place(const FileNode& root, const DependencyGraph& graph, const std::vector<Point>& positions,
+    HeightMode height, float scale = 1);
+
+// Settles and places the whole graph; `root` must be the tree the graph was read from.
 LayoutResult build(const FileNode& root, const DependencyGraph& graph, HeightMode height, float scale = 1);
 
 } // namespace GraphLayout

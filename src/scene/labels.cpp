@@ -51,9 +51,17 @@ QString emptySceneNote(const SceneController& scene)
     const auto& entities = scene.entities();
     const bool standing = std::any_of(entities.begin(), entities.end(),
         [](const EntityNode& entity) { return entity.kind() == PlacementKind::building; });
-    if (scene.generation() == 0 || standing)
+    if (scene.generation() == 0)
         return {};
-    return QStringLiteral("This folder holds no files to draw.");
+    // The graph view waits for the imports, whose reading shows its own progress.
+    const bool graph = scene.config().mode == VisualizationMode::graph;
+    if (graph && !scene.imports())
+        return {};
+    if (!standing)
+        return QStringLiteral("This folder holds no files to draw.");
+    if (graph && scene.layout().edges.empty())
+        return QStringLiteral("No imports between the files here.");
+    return {};
 }
 
 void paintLabels(QPainter& painter, const SceneController& scene, QSize view)

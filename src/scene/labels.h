@@ -11,6 +11,7 @@ class SceneController;
 // the window and offscreen images.
 void paintLabels(QPainter& painter, const SceneController& scene, QSize view);
 
-// What the scene says below its ground when nothing stands on it (a folder without a single file), or
-// an empty string. paintLabels draws it.
+// What the scene says in the middle of the view when it has nothing to show (a folder without a
+// single file; in the graph view, files without a single import between them), or an empty string.
+// paintLabels draws it.
 QString emptySceneNote(const SceneController& scene);

@@ -1,5 +1,6 @@
 #include "scene/scenecontroller.h"
 
+#include "layout/graphlayout.h"
 #include "layout/treelayout.h"
 
 #include <algorithm>
@@ -104,8 +105,12 @@ void SceneController::build(const FileNode& root, const SceneConfig& config, boo
         m_layout = CityLayout::build(root, config.height, config.heightScale, lot, nullptr);
         break;
     case VisualizationMode::city:
-    case VisualizationMode::graph:
         m_layout = CityLayout::build(root, config.height, config.heightScale, lot, only);
+        break;
+    case VisualizationMode::graph:
+        m_layout = m_imports ? GraphLayout::place(root, m_imports->graph, m_imports->positions, config.height,
+                                   config.heightScale)
+                             : LayoutResult {};
         break;
     }
     m_colors = ColorContext(config.color, config.theme.dark, root.allFiles());
@@ -174,6 +179,8 @@ void SceneController::clear()
     m_filteredOut = {};
     m_hidden = {};
     m_touched.clear();
+    m_imports.reset();
+    m_focus = {};
     ++m_shapeGeneration;
     refresh();
 }
@@ -272,12 +279,35 @@ void SceneController::setShadowsEnabled(bool enabled)
     ++m_generation;
 }
 
+void SceneController::setLinkFocus(LinkFocus focus)
+{
+    m_focus = std::move(focus);
+    refresh();
+}
+
+QColor SceneController::importsColor(const Theme& theme)
+{
+    return theme.dark ? QColor(95, 194, 212) : QColor(23, 135, 158);
+}
+
+QColor SceneController::importersColor(const Theme& theme)
+{
+    return theme.mark;
+}
+
+bool SceneController::isDimmed(const EntityNode& entity) const
+{
+    if (entity.filteredOut)
+        return true;
+    return m_config.mode == VisualizationMode::graph && !m_focus.isEmpty() && !m_focus.contains(entity.file);
+}
+
 QColor SceneController::shownColor(const EntityNode& entity, const ScenePart& part) const
 {
     const Theme& theme = m_config.theme;
     if (entity.selected)
         return entity.kind() == PlacementKind::paving ? mix(part.color, theme.accent, 0.35) : theme.accent;
-    if (entity.filteredOut)
+    if (isDimmed(entity))
         return mix(part.color, theme.paper, theme.dark ? 0.75 : 0.8);
     return part.color;
 }
@@ -294,13 +324,45 @@ void SceneController::refresh()
             continue;
         for (const ScenePart& part : entity.parts) {
             auto& list = part.kind == PartKind::box ? m_boxes : m_planes;
-            list.push_back(instance(part, shownColor(entity, part), part.storeys && !entity.filteredOut));
+            list.push_back(instance(part, shownColor(entity, part), part.storeys && !isDimmed(entity)));
         }
     }
+    addLinks();
+    addArcs();
 
     const Theme& theme = m_config.theme;
+    for (const EntityNode& entity : m_entities) {
+        // A top-level file's tile shares its marks but not its outline.
+        if (entity.hidden || entityFor(entity.file) != &entity)
+            continue;
+        QColor ring;
+        if (entity.selected)
+            ring = theme.accent;
+        else if (m_focus.cycle.contains(entity.file))
+            ring = theme.accent;
+        else if (m_focus.imports.contains(entity.file))
+            ring = importsColor(theme);
+        else if (m_focus.importers.contains(entity.file))
+            ring = importersColor(theme);
+        else if (entity.touched)
+            ring = theme.mark;
+        else
+            continue;
+        for (const ScenePart& part : entity.parts)
+            addOutline(m_lines, part, ring);
+    }
+    ++m_generation;
+}
+
+void SceneController::addLinks()
+{
+    const Theme& theme = m_config.theme;
     const EntityNode* chosen = entityFor(m_selection);
-    const QColor edge = mix(theme.ruleStrong, theme.ink3, theme.dark ? 0.45 : 0.3);
+    const bool graph = m_config.mode == VisualizationMode::graph;
+    QColor edge = mix(theme.ruleStrong, theme.ink3, theme.dark ? 0.45 : 0.3);
+    // Thousands of imports stay readable as a haze: thin and faint, fainter still beside a focus.
+    if (graph)
+        edge.setAlphaF(m_focus.isEmpty() ? (theme.dark ? 0.3f : 0.35f) : 0.08f);
     for (size_t i = 0; i < m_layout.edges.size(); ++i) {
         const auto& [from, to] = m_layout.edges[i];
         const auto& ends = i < m_layout.edgeEnds.size() ? m_layout.edgeEnds[i]
@@ -309,17 +371,51 @@ void SceneController::refresh()
         const EntityNode* b = entityFor(ends.second);
         if ((a && a->hidden) || (b && b->hidden))
             continue;
-        const bool lit = chosen && (ends.first == chosen->file || ends.second == chosen->file);
-        addLine(m_lines, vec(from), vec(to), lit ? theme.accent : edge, !lit);
+        std::optional<QColor> lit;
+        if (!graph) {
+            if (chosen && (ends.first == chosen->file || ends.second == chosen->file))
+                lit = theme.accent;
+        } else if (ends.first == m_focus.centre && m_focus.imports.contains(ends.second)) {
+            lit = importsColor(theme);
+        } else if (ends.second == m_focus.centre && m_focus.importers.contains(ends.first)) {
+            lit = importersColor(theme);
+        } else if (m_focus.cycle.contains(ends.first) && m_focus.cycle.contains(ends.second)) {
+            lit = theme.accent;
+        }
+        addLine(m_lines, vec(from), vec(to), lit.value_or(edge), !lit);
     }
-    for (const EntityNode& entity : m_entities) {
-        // A top-level file's tile shares its marks but not its outline.
-        if (entity.hidden || !(entity.selected || entity.touched) || entityFor(entity.file) != &entity)
-            continue;
-        for (const ScenePart& part : entity.parts)
-            addOutline(m_lines, part, entity.selected ? theme.accent : theme.mark);
-    }
-    ++m_generation;
+}
+
+void SceneController::addArcs()
+{
+    const EntityNode* centre = entityFor(m_focus.centre);
+    if (!m_focus.arcs || !centre || centre->hidden)
+        return;
+    const QVector3D home = focusPoint(*centre);
+    // A parabola from roof to roof, higher the farther apart the two buildings stand.
+    const auto arc = [&](const QVector3D& from, const QVector3D& to, const QColor& color) {
+        constexpr int segments = 24;
+        const float rise = std::max(from.y(), to.y()) + 1.5f + 0.3f * (to - from).length();
+        QVector3D previous = from;
+        for (int i = 1; i <= segments; ++i) {
+            const float t = float(i) / segments;
+            QVector3D point = from + (to - from) * t;
+            point.setY(from.y() + (to.y() - from.y()) * t + 4 * t * (1 - t) * (rise - (from.y() + to.y()) / 2));
+            addLine(m_lines, previous, point, color, false);
+            previous = point;
+        }
+    };
+    const auto draw = [&](const NodeSet& ends, const QColor& color, bool outward) {
+        for (const FileNode* file : ends) {
+            const EntityNode* other = entityFor(file);
+            if (!other || other->hidden || other == centre)
+                continue;
+            const QVector3D there = focusPoint(*other);
+            arc(outward ? home : there, outward ? there : home, color);
+        }
+    };
+    draw(m_focus.imports, importsColor(m_config.theme), true);
+    draw(m_focus.importers, importersColor(m_config.theme), false);
 }
 
 void SceneController::makeLegend()

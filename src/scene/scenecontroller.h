@@ -6,6 +6,7 @@
 #include "scene/entitynode.h"
 #include "scene/orbitcamera.h"
 #include "scene/sceneconfig.h"
+#include "state/dependencycontroller.h"
 #include "state/scenehost.h"
 
 #include <QHash>
@@ -26,6 +27,23 @@ struct LegendEntry {
     qint64 count = 0; // buildings shown in this colour
 };
 
+// The files and links that stand out from the rest: the selected file's imports and importers, or
+// one import cycle. In the graph view everything else dims and the layout's own links light up; in
+// the city and the tree the links are drawn as arcs from roof to roof.
+struct LinkFocus {
+    const FileNode* centre = nullptr;
+    NodeSet imports; // what the centre imports
+    NodeSet importers; // what imports the centre
+    NodeSet cycle; // the files of one cycle, lit with the links among them
+    bool arcs = false;
+
+    bool isEmpty() const { return !centre && cycle.empty(); }
+    bool contains(const FileNode* file) const
+    {
+        return file == centre || imports.contains(file) || importers.contains(file) || cycle.contains(file);
+    }
+};
+
 // The 3D scene of the main view as plain data: one entity per placement of the mode's layout,
 // coloured by the colour mode, plus the ground and the connecting lines, packed into the instance
 // lists the renderer draws, and the camera that looks at it. Holds no GL state, so it builds and
@@ -39,8 +57,8 @@ public:
     SceneController(const SceneController&) = delete;
     SceneController& operator=(const SceneController&) = delete;
 
-    // Runs the layout of the config's mode (the graph view is drawn as the city for now) and
-    // rebuilds every entity. `lot` weighs the files' lots and `only` keeps just those nodes in the
+    // Runs the layout of the config's mode (the graph view places the files of the imports given to
+    // setImports, and nothing before there are any) and rebuilds every entity. `lot` weighs the files' lots and `only` keeps just those nodes in the
     // city; the history view lays out everything. The selection, filter, hidden and touched marks
     // are kept for nodes that are still drawn.
     void build(const FileNode& root, const SceneConfig& config, bool resetCamera, const LotWeight& lot = {},
@@ -66,6 +84,14 @@ public:
     void setHidden(const NodePredicate& isHidden); // not drawn, not picked, not listed
     void setTouched(const NodeSet& touched); // outlined in the theme's mark colour
     void setShadowsEnabled(bool enabled);
+    // The imports the graph view is laid out from; they take effect at the next build.
+    void setImports(std::shared_ptr<const ImportsMap> imports) { m_imports = std::move(imports); }
+    const std::shared_ptr<const ImportsMap>& imports() const { return m_imports; }
+    void setLinkFocus(LinkFocus focus);
+    const LinkFocus& linkFocus() const { return m_focus; }
+    // The colours of a file's imports and of its importers, in links, arcs and outlines.
+    static QColor importsColor(const Theme& theme);
+    static QColor importersColor(const Theme& theme);
     bool shadowsEnabled() const { return m_shadows; }
 
     // The colour keys of the buildings, in legend order, with their words and counts.
@@ -106,6 +132,9 @@ private:
     QColor shownColor(const EntityNode& entity, const ScenePart& part) const;
     void makeLegend();
     void refresh(); // repacks the instance lists after any change
+    void addLinks(); // the layout's connections, lit or dimmed by the focus
+    void addArcs(); // the focus's imports and importers over the city or the tree
+    bool isDimmed(const EntityNode& entity) const;
 
     SceneConfig m_config;
     LayoutResult m_layout;
@@ -123,6 +152,8 @@ private:
     NodePredicate m_hidden;
     NodeSet m_touched;
     bool m_shadows = true;
+    std::shared_ptr<const ImportsMap> m_imports;
+    LinkFocus m_focus;
 
     OrbitCamera m_camera;
     quint64 m_generation = 0;

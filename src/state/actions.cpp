@@ -146,7 +146,6 @@ std::optional<MissingFeature> missingFeature(Action action)
     case Action::commitStart:
     case Action::commitMid:
     case Action::commitEnd: return MissingFeature::history;
-    case Action::graph: return MissingFeature::graph;
     case Action::search:
     case Action::searchPrevious:
     case Action::searchNext:
@@ -171,7 +170,6 @@ QString missingMessage(MissingFeature feature)
 {
     switch (feature) {
     case MissingFeature::history: return QStringLiteral("History playback is not available yet.");
-    case MissingFeature::graph: return QStringLiteral("The imports graph is not available yet.");
     case MissingFeature::search: return QStringLiteral("Search is not available yet.");
     case MissingFeature::picker: return QStringLiteral("The folder picker is not available yet.");
     case MissingFeature::remote: return QStringLiteral("Downloading a repository is not available yet.");

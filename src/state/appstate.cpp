@@ -6,16 +6,19 @@ AppState::AppState(QObject* parent, bool persistent)
     m_display = adopt<DisplaySettings>();
     m_filters = adopt<Filters>();
     m_scan = adopt<ScanController>(m_pool);
+    m_imports = adopt<DependencyController>(m_pool);
     m_panels = adopt<Panels>();
     m_recents = adopt<Recents>(persistent);
     connect(m_display, &DisplaySettings::modeChanged, this, &AppState::modeChanged);
     connect(m_scan, &ScanController::scanned, this, [this](const ScanResult& result) { apply(result); });
+    connect(m_imports, &DependencyController::showImportsChanged, this, &AppState::followImportsNeed);
 }
 
 AppState::~AppState()
 {
     // Scans stop at their next check of the flag; none may outlive the state.
     m_scan->cancel();
+    m_imports->cancel();
     m_pool.waitForDone();
 }
 
@@ -40,7 +43,7 @@ void AppState::apply(ScanResult result)
     const std::shared_ptr<FileNode> previous = std::move(m_root);
     installRoot(std::move(result));
     for (StateController* controller : std::as_const(m_controllers))
-        controller->folderChanged({ m_root.get(), m_isGit });
+        controller->folderChanged({ m_root, m_isGit });
 
     emit rootChanged();
     m_viewRoot = nullptr;
@@ -78,6 +81,32 @@ void AppState::setErrorMessage(const std::optional<QString>& message)
 // Leaving history for the graph starts again from the whole folder.
 void AppState::modeChanged(VisualizationMode previous)
 {
-    if (m_display->mode() == VisualizationMode::graph && previous == VisualizationMode::history)
-        setViewRoot(m_root.get());
+    if (m_display->mode() == VisualizationMode::graph) {
+        m_modeBeforeGraph = previous == VisualizationMode::history ? VisualizationMode::city : previous;
+        if (previous == VisualizationMode::history)
+            setViewRoot(m_root.get());
+    }
+    followImportsNeed();
+}
+
+void AppState::followImportsNeed()
+{
+    const VisualizationMode mode = m_display->mode();
+    const bool needed = mode == VisualizationMode::graph
+        || (m_imports->showImports() && (mode == VisualizationMode::city || mode == VisualizationMode::tree));
+    if (needed)
+        m_imports->build();
+    else
+        m_imports->cancel();
+}
+
+bool AppState::stopReadingImports()
+{
+    if (!m_imports->isReading())
+        return false;
+    m_imports->cancel();
+    if (m_display->mode() == VisualizationMode::graph)
+        m_display->setMode(m_modeBeforeGraph);
+    m_imports->setShowImports(false);
+    return true;
 }

@@ -2,6 +2,7 @@
 
 #include "scan/scanner.h"
 #include "state/displaysettings.h"
+#include "state/dependencycontroller.h"
 #include "state/filters.h"
 #include "state/panels.h"
 #include "state/recents.h"
@@ -43,6 +44,8 @@ public:
     const Recents& recents() const { return *m_recents; }
     ScanController& scan() { return *m_scan; }
     const ScanController& scan() const { return *m_scan; }
+    DependencyController& imports() { return *m_imports; }
+    const DependencyController& imports() const { return *m_imports; }
 
     // --- the folder -------------------------------------------------------------------------
     const FileNode* root() const { return m_root.get(); }
@@ -76,9 +79,11 @@ public:
     bool move(MoveDirection direction);
     // Into a folder's largest file; into a file's parts; else zoom to the file.
     bool enter();
-    // Closes the topmost thing: the key sheet, the message, the walked-into file, the selection,
-    // and last the view root.
+    // Closes the topmost thing: the key sheet, the message, a reading of the imports, the lit import
+    // cycle, the walked-into file, the selection, and last the view root.
     bool escape();
+    // Stops reading the imports, if they are being read, and leaves the graph for the view before it.
+    bool stopReadingImports();
     // Up one level: the selection's folder, then the view root's.
     bool ascend();
     // Makes a folder (or a file's folder) the view root.
@@ -100,6 +105,9 @@ private:
     template <typename Controller, typename... Arguments> Controller* adopt(Arguments&&... arguments);
     void installRoot(ScanResult result);
     void modeChanged(VisualizationMode previous);
+    // Reads the imports when the view needs them (the graph, or the imports over the city) and
+    // stops a reading that nothing needs any more.
+    void followImportsNeed();
     bool selectNearestCentre();
 
     // Background jobs run here; the state waits for them before it goes.
@@ -108,6 +116,7 @@ private:
     DisplaySettings* m_display = nullptr;
     Filters* m_filters = nullptr;
     ScanController* m_scan = nullptr;
+    DependencyController* m_imports = nullptr;
     Panels* m_panels = nullptr;
     Recents* m_recents = nullptr;
 
@@ -120,5 +129,6 @@ private:
     QList<LanguageShare> m_languages;
     std::optional<QString> m_errorMessage;
     std::optional<QString> m_pendingSelection;
+    VisualizationMode m_modeBeforeGraph = VisualizationMode::city;
     SceneHost* m_scene = nullptr;
 };

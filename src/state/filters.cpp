@@ -68,7 +68,7 @@ qint64 Filters::changeCeiling() const
 
 void Filters::folderChanged(const OpenFolder& folder)
 {
-    m_root = folder.root;
+    m_root = folder.root.get();
     m_suspendFilter = true;
     setSearchText({});
     assign(m_isolated, {}, &Filters::isolatedChanged);

@@ -64,6 +64,8 @@ void AppState::setViewRoot(const FileNode* node)
 
 void AppState::select(const FileNode* node, bool follow, bool frame)
 {
+    if (node)
+        m_imports->chooseCycle(std::nullopt);
     if (node != m_selection) {
         m_selection = node;
         emit selectionChanged();
@@ -177,6 +179,12 @@ bool AppState::escape()
     if (m_panels->showPicker() || m_panels->showRemote()) {
         m_panels->setShowPicker(false);
         m_panels->setShowRemote(false);
+        return true;
+    }
+    if (stopReadingImports())
+        return true;
+    if (m_imports->chosenCycle()) {
+        m_imports->chooseCycle(std::nullopt);
         return true;
     }
     if (m_selection && m_selection != m_viewRoot) {

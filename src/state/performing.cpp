@@ -113,9 +113,12 @@ std::optional<bool> KeyRouter::performDisplay(Action action)
     switch (action) {
     case Action::city:
     case Action::tree:
+    case Action::graph:
         if (!m_state.root())
             return false;
-        display.setMode(action == Action::city ? VisualizationMode::city : VisualizationMode::tree);
+        display.setMode(action == Action::city ? VisualizationMode::city
+                : action == Action::tree       ? VisualizationMode::tree
+                                               : VisualizationMode::graph);
         return true;
     case Action::color: return display.cycleColor(1), true;
     case Action::colorBack: return display.cycleColor(-1), true;

@@ -3,11 +3,15 @@
 #include <QObject>
 #include <QString>
 
+#include <memory>
+
 class FileNode;
 
 // The folder a window shows, as the controllers learn of it.
 struct OpenFolder {
-    const FileNode* root = nullptr; // null once the folder is closed
+    // Null once the folder is closed. Shared, so that background work on the tree keeps it alive
+    // until the work has stopped.
+    std::shared_ptr<const FileNode> root;
     bool isGit = false;
 };
 

@@ -128,6 +128,7 @@ void MainWindow::watchState()
     for (const auto signal : { &AppState::rootChanged, &AppState::errorMessageChanged })
         connect(&m_state, signal, this, &MainWindow::refreshPanels);
     connect(scan, &ScanController::scanningChanged, this, &MainWindow::refreshPanels);
+    connect(&m_state.imports(), &DependencyController::progressChanged, this, &MainWindow::placeOverlays);
     for (const auto signal : { &Panels::railModeChanged, &Panels::showDrawerChanged,
              &Panels::drawerWidthChanged, &Panels::showKeysChanged, &Panels::captureImageChanged })
         connect(panels, signal, this, &MainWindow::refreshPanels);
@@ -161,8 +162,9 @@ QWidget* MainWindow::makeMasthead()
     };
     m_cityButton = button(QStringLiteral("City"), Action::city);
     m_treeButton = button(QStringLiteral("Tree"), Action::tree);
-    m_cityButton->setCheckable(true);
-    m_treeButton->setCheckable(true);
+    m_graphButton = button(QStringLiteral("Graph"), Action::graph);
+    for (QPushButton* mode : { m_cityButton, m_treeButton, m_graphButton })
+        mode->setCheckable(true);
     m_colorButton = button({}, Action::color);
     m_heightButton = button({}, Action::height);
     auto* keys = button(QStringLiteral("?"), Action::keys);
@@ -173,6 +175,7 @@ QWidget* MainWindow::makeMasthead()
     modes->setSpacing(6);
     modes->addWidget(m_cityButton);
     modes->addWidget(m_treeButton);
+    modes->addWidget(m_graphButton);
     modes->addSpacing(12);
     modes->addWidget(m_colorButton);
     modes->addWidget(m_heightButton);
@@ -212,6 +215,7 @@ void MainWindow::refreshMasthead()
     const DisplaySettings& display = m_state.display();
     m_cityButton->setChecked(display.mode() == VisualizationMode::city);
     m_treeButton->setChecked(display.mode() == VisualizationMode::tree);
+    m_graphButton->setChecked(display.mode() == VisualizationMode::graph);
     m_colorButton->setText(QStringLiteral("Colour: ") + modeName(display.colorMode()));
     m_heightButton->setText(QStringLiteral("Height: ") + modeName(display.heightMode()));
 }
@@ -233,9 +237,18 @@ void MainWindow::refreshPanels()
 
 void MainWindow::refreshLegend()
 {
-    m_legend->setEntries(m_scene->controller().legend(), Theme::of(m_state.display().dark()));
-    m_legend->setVisible(
-        m_state.root() && !m_state.panels().captureImage() && !m_scene->controller().legend().isEmpty());
+    const SceneController& scene = m_scene->controller();
+    QList<LegendFact> facts;
+    if (scene.config().mode == VisualizationMode::graph && scene.imports()) {
+        const DependencyGraph& graph = scene.imports()->graph;
+        facts = { { QStringLiteral("Files"), qint64(scene.layout().placements.size()) },
+            { QStringLiteral("Import links"), qint64(scene.layout().edges.size()) },
+            { QStringLiteral("External imports"), graph.external },
+            { QStringLiteral("Unresolved imports"), graph.unresolved } };
+    }
+    m_legend->setEntries(scene.legend(), facts, Theme::of(m_state.display().dark()));
+    m_legend->setVisible(m_state.root() && !m_state.panels().captureImage()
+        && (!scene.legend().isEmpty() || !facts.isEmpty()));
     placeOverlays();
 }
 

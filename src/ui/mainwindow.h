@@ -55,6 +55,7 @@ private:
     QLabel* m_facts = nullptr;
     QPushButton* m_cityButton = nullptr;
     QPushButton* m_treeButton = nullptr;
+    QPushButton* m_graphButton = nullptr;
     QPushButton* m_colorButton = nullptr;
     QPushButton* m_heightButton = nullptr;
     QWidget* m_modes = nullptr;

@@ -2,6 +2,7 @@
 
 #include "model/format.h"
 #include "state/keyrouter.h"
+#include "ui/importspanel.h"
 #include "ui/style.h"
 
 #include <QGridLayout>
@@ -10,6 +11,7 @@
 #include <QPainter>
 #include <QProgressBar>
 #include <QPushButton>
+#include <QScrollArea>
 #include <QVBoxLayout>
 
 // --- message --------------------------------------------------------------------------------
@@ -64,23 +66,29 @@ ProgressPanel::ProgressPanel(AppState& state, QWidget* parent)
     layout->addLayout(row);
     setFixedWidth(360);
     connect(&state.scan(), &ScanController::scanningChanged, this, &ProgressPanel::refresh);
+    connect(&state.imports(), &DependencyController::progressChanged, this, &ProgressPanel::refresh);
     refresh();
 }
 
 void ProgressPanel::refresh()
 {
+    // A scan comes first: the imports are read from the tree it brings.
     const std::optional<ScanProgress>& scan = m_state.scan().scanning();
-    setVisible(scan.has_value());
-    if (!scan)
+    const std::optional<DependencyProgress>& imports = m_state.imports().progress();
+    setVisible(scan || imports);
+    if (!scan && !imports)
         return;
-    m_phase->setText(scan->phase + QStringLiteral("…"));
-    if (scan->total > 0) {
+    const QString phase = scan ? scan->phase : imports->phase;
+    const qint64 done = scan ? scan->done : imports->done;
+    const qint64 total = scan ? scan->total : imports->total;
+    m_phase->setText(phase + QStringLiteral("…"));
+    if (total > 0) {
         m_bar->setRange(0, 1000);
-        m_bar->setValue(int(1000 * std::min(scan->done, scan->total) / scan->total));
-        m_count->setText(Format::grouped(scan->done) + QStringLiteral(" / ") + Format::grouped(scan->total));
+        m_bar->setValue(int(1000 * std::min(done, total) / total));
+        m_count->setText(Format::grouped(done) + QStringLiteral(" of ") + Format::grouped(total));
     } else {
         m_bar->setRange(0, 0); // no end known yet: a busy bar
-        m_count->setText(scan->done > 0 ? Format::grouped(scan->done) : QString());
+        m_count->setText(done > 0 ? Format::grouped(done) : QString());
     }
 }
 
@@ -121,6 +129,7 @@ namespace {
 constexpr int legendRow = 18;
 constexpr int legendShown = 8;
 constexpr int legendCount = 56; // the width of the count column
+constexpr int legendGap = 8; // between the counts and the colour keys
 
 } // namespace
 
@@ -130,17 +139,21 @@ Legend::Legend(QWidget* parent)
     setAttribute(Qt::WA_TransparentForMouseEvents);
 }
 
-void Legend::setEntries(const QList<LegendEntry>& entries, const Theme& theme)
+void Legend::setEntries(const QList<LegendEntry>& entries, const QList<LegendFact>& facts, const Theme& theme)
 {
     m_entries = entries;
+    m_facts = facts;
     m_theme = theme;
-    const int rows = int(std::min<qsizetype>(entries.size(), legendShown + 1));
+    const int rows = int(std::min<qsizetype>(entries.size(), legendShown + 1) + facts.size());
     int labelWidth = 80;
     for (qsizetype i = 0; i < std::min<qsizetype>(entries.size(), legendShown); ++i)
         labelWidth = std::max(labelWidth, fontMetrics().horizontalAdvance(entries[i].label));
+    for (const LegendFact& fact : facts)
+        labelWidth = std::max(labelWidth, fontMetrics().horizontalAdvance(fact.first) - 18);
     m_labelWidth = std::min(labelWidth, 260);
-    setFixedSize(28 + m_labelWidth + 12 + legendCount + 10, rows * legendRow + 12);
-    setVisible(!entries.isEmpty());
+    const int gap = facts.isEmpty() || entries.isEmpty() ? 0 : legendGap;
+    setFixedSize(28 + m_labelWidth + 12 + legendCount + 10, rows * legendRow + gap + 12);
+    setVisible(!entries.isEmpty() || !facts.isEmpty());
     update();
 }
 
@@ -158,6 +171,17 @@ void Legend::paintEvent(QPaintEvent*)
         painter.setPen(ink);
         painter.drawText(box, int(align | Qt::AlignVCenter), words);
     };
+    for (const LegendFact& fact : m_facts) {
+        text(QRect(10, y, m_labelWidth + 18, legendRow), fact.first, m_theme.ink2, Qt::AlignLeft);
+        text(QRect(width() - legendCount - 10, y, legendCount, legendRow), Format::grouped(fact.second),
+            m_theme.ink3, Qt::AlignRight);
+        y += legendRow;
+    }
+    if (!m_facts.isEmpty() && !m_entries.isEmpty()) {
+        painter.setPen(m_theme.rule);
+        painter.drawLine(10, y + legendGap / 2, width() - 10, y + legendGap / 2);
+        y += legendGap;
+    }
     qint64 rest = 0;
     for (qsizetype i = 0; i < m_entries.size(); ++i) {
         const LegendEntry& entry = m_entries[i];
@@ -238,15 +262,26 @@ Drawer::Drawer(AppState& state, QWidget* parent)
         label->setTextFormat(label == m_path ? Qt::PlainText : Qt::RichText);
         label->setTextInteractionFlags(Qt::TextSelectableByMouse);
     }
-    auto* layout = new QVBoxLayout(this);
+    // Long lists of imports scroll; the drawer keeps its width.
+    auto* scroll = new QScrollArea(this);
+    scroll->setWidgetResizable(true);
+    scroll->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+    scroll->setFocusPolicy(Qt::NoFocus);
+    auto* content = new QWidget(scroll);
+    auto* layout = new QVBoxLayout(content);
     layout->setContentsMargins(16, 14, 16, 14);
     layout->setSpacing(10);
-    layout->addWidget(m_title);
-    layout->addWidget(m_path);
-    layout->addWidget(m_details);
-    layout->addWidget(m_bar);
-    layout->addWidget(m_languages);
+    for (QWidget* part : std::initializer_list<QWidget*> { m_title, m_path, m_details, m_bar, m_languages,
+             new ImportsPanel(state, content) })
+        layout->addWidget(part);
     layout->addStretch();
+    scroll->setWidget(content);
+    // The drawer's own background shows through.
+    content->setAutoFillBackground(false);
+    scroll->viewport()->setAutoFillBackground(false);
+    auto* outer = new QVBoxLayout(this);
+    outer->setContentsMargins(0, 0, 0, 0);
+    outer->addWidget(scroll);
     for (const auto signal : { &AppState::selectionChanged, &AppState::viewRootChanged })
         connect(&state, signal, this, &Drawer::refresh);
     connect(&state.display(), &DisplaySettings::darkChanged, this, &Drawer::refresh);

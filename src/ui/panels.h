@@ -20,7 +20,7 @@ private:
     QLabel* m_text;
 };
 
-// The scan's phase with a bar of done and total.
+// The phase of the scan, or of the imports' reading, with a bar of done and total.
 class ProgressPanel : public QFrame {
     Q_OBJECT
 public:
@@ -41,18 +41,22 @@ public:
     explicit KeySheet(QWidget* parent = nullptr);
 };
 
-// The colour keys of the buildings in view, with how many use each.
+// Counts shown above the colour keys, such as the graph's files and links.
+using LegendFact = QPair<QString, qint64>;
+
+// The colour keys of the buildings in view, with how many use each, under any counts of the view.
 class Legend : public QWidget {
     Q_OBJECT
 public:
     explicit Legend(QWidget* parent = nullptr);
-    void setEntries(const QList<LegendEntry>& entries, const Theme& theme);
+    void setEntries(const QList<LegendEntry>& entries, const QList<LegendFact>& facts, const Theme& theme);
 
 protected:
     void paintEvent(QPaintEvent* event) override;
 
 private:
     QList<LegendEntry> m_entries;
+    QList<LegendFact> m_facts;
     Theme m_theme = Theme::darkPalette();
     int m_labelWidth = 140;
 };

@@ -67,8 +67,18 @@ SceneView::SceneView(AppState& state, QWidget* parent)
         connect(&display, signal, this, [this] { scheduleBuild(false); });
     connect(&state, &AppState::selectionChanged, this, [this] {
         m_controller.setSelection(m_state.selection());
+        applyLinkFocus();
         update();
     });
+    const DependencyController& imports = state.imports();
+    connect(&imports, &DependencyController::dependenciesChanged, this, [this] {
+        if (m_state.display().mode() == VisualizationMode::graph)
+            scheduleBuild(true);
+        else
+            applyLinkFocus();
+    });
+    for (const auto signal : { &DependencyController::showImportsChanged, &DependencyController::chosenCycleChanged })
+        connect(&imports, signal, this, [this] { applyLinkFocus(); });
     connect(&state.filters(), &Filters::filtersChanged, this, [this] {
         applyFilter();
         update();
@@ -124,9 +134,11 @@ void SceneView::build()
     QElapsedTimer clock;
     clock.start();
     m_controller.camera().setAspect(float(width()) / float(std::max(height(), 1)));
+    m_controller.setImports(m_state.imports().dependencies());
     m_controller.build(*root, config, reset);
     m_controller.setSelection(m_state.selection());
     applyFilter();
+    applyLinkFocus();
     m_buildMs = clock.elapsed();
     if (reset)
         m_controller.camera().settle();
@@ -159,6 +171,28 @@ void SceneView::applyFilter()
             return node.relativePath.isEmpty() || path.startsWith(prefix);
         });
     });
+}
+
+void SceneView::applyLinkFocus()
+{
+    const DependencyController& imports = m_state.imports();
+    const std::shared_ptr<const ImportsMap>& map = imports.dependencies();
+    const VisualizationMode mode = m_state.display().mode();
+    LinkFocus focus;
+    focus.arcs = mode != VisualizationMode::graph;
+    if (map && (mode == VisualizationMode::graph || imports.showImports())) {
+        const auto set = [](const QList<const FileNode*>& files) { return NodeSet(files.begin(), files.end()); };
+        const FileNode* selection = m_state.selection();
+        if (imports.chosenCycle()) {
+            focus.cycle = set(map->filesOf(map->cycles[size_t(*imports.chosenCycle())]));
+        } else if (selection && !selection->isDirectory) {
+            focus.centre = selection;
+            focus.imports = set(map->graph.imports(*selection));
+            focus.importers = set(map->graph.importedBy(*selection));
+        }
+    }
+    m_controller.setLinkFocus(std::move(focus));
+    update();
 }
 
 void SceneView::settleCamera()

@@ -52,6 +52,8 @@ private:
     void scheduleBuild(bool resetCamera);
     void build();
     void applyFilter();
+    // Lights the selection's imports and importers, or the chosen cycle, from the folder's imports.
+    void applyLinkFocus();
     void animate();
     QString describe(const FileNode& node) const;
 

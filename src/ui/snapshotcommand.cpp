@@ -44,9 +44,8 @@ int snapshotCommand(const SnapshotArguments& arguments)
         return badOption(QStringLiteral("snapshot needs --out FILE.png"));
     script.snapshot = arguments.options.value(QStringLiteral("--out"));
     if (!readMode(arguments, QStringLiteral("--mode"), script.mode)
-        || (script.mode && *script.mode != VisualizationMode::city
-            && *script.mode != VisualizationMode::tree))
-        return badOption(QStringLiteral("--mode is city or tree"));
+        || script.mode == VisualizationMode::history)
+        return badOption(QStringLiteral("--mode is city, tree or graph"));
     if (!readMode(arguments, QStringLiteral("--color"), script.color))
         return badOption(QStringLiteral("--color is language, age, churn or status"));
     if (!readMode(arguments, QStringLiteral("--height"), script.height))

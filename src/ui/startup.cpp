@@ -1,14 +1,18 @@
 #include "ui/startup.h"
 
 #include "layout/citylayout.h"
+#include "layout/graphlayout.h"
 #include "layout/treelayout.h"
+#include "scene/labels.h"
 #include "ui/mainwindow.h"
 #include "ui/sceneview.h"
 
 #include <QCoreApplication>
 #include <QFile>
 #include <QFileInfo>
+#include <QEventLoop>
 #include <QImageWriter>
+#include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QKeySequence>
@@ -16,6 +20,8 @@
 #include <QTimer>
 
 #include <cstdio>
+
+using namespace Qt::StringLiterals;
 
 std::optional<QList<KeyPress>> parseKeys(const QString& text, QString* error)
 {
@@ -75,13 +81,49 @@ StartupScript StartupScript::fromEnvironment(QString* error)
     return script;
 }
 
-QByteArray stateJson(const AppState& state)
+namespace {
+
+QJsonValue pathsOf(const QList<const FileNode*>& files)
+{
+    QJsonArray paths;
+    for (const FileNode* file : files)
+        paths.append(file->relativePath);
+    return paths;
+}
+
+// The folder's imports as counts, and the selected file's imports and importers as paths.
+void addImports(QJsonObject& object, const AppState& state)
+{
+    const DependencyController& imports = state.imports();
+    const std::shared_ptr<const ImportsMap>& map = imports.dependencies();
+    object.insert(u"dependencies"_s,
+        map ? QJsonObject { { u"files"_s, qint64(map->graph.files.size()) },
+                  { u"edges"_s, qint64(map->graph.edges.size()) }, { u"external"_s, map->graph.external },
+                  { u"unresolved"_s, map->graph.unresolved }, { u"cycles"_s, qint64(map->cycles.size()) } }
+            : QJsonValue());
+    const std::optional<DependencyProgress>& progress = imports.progress();
+    object.insert(u"dependencyProgress"_s,
+        progress ? QJsonObject { { u"phase"_s, progress->phase }, { u"done"_s, progress->done },
+                       { u"total"_s, progress->total } }
+                 : QJsonValue());
+    const FileNode* selection = state.selection();
+    const bool file = map && selection && !selection->isDirectory;
+    object.insert(u"selectionImports"_s, file ? pathsOf(map->graph.imports(*selection)) : QJsonValue());
+    object.insert(u"selectionImporters"_s, file ? pathsOf(map->graph.importedBy(*selection)) : QJsonValue());
+    const std::optional<qsizetype> cycle = imports.chosenCycle();
+    object.insert(u"chosenCycle"_s, map && cycle ? pathsOf(map->filesOf(map->cycles[size_t(*cycle)])) : QJsonValue());
+    object.insert(u"showImports"_s, imports.showImports());
+}
+
+} // namespace
+
+QByteArray stateJson(const AppState& state, const SceneController& scene)
 {
     const auto path
         = [](const FileNode* node) { return node ? QJsonValue(node->relativePath) : QJsonValue(); };
     const DisplaySettings& display = state.display();
     const Panels& panels = state.panels();
-    const QJsonObject object {
+    QJsonObject object {
         { QStringLiteral("mode"), modeName(display.mode()) },
         { QStringLiteral("colorMode"), modeName(display.colorMode()) },
         { QStringLiteral("heightMode"), modeName(display.heightMode()) },
@@ -97,6 +139,14 @@ QByteArray stateJson(const AppState& state)
             state.errorMessage() ? QJsonValue(*state.errorMessage()) : QJsonValue() },
         { QStringLiteral("root"), state.root() ? QJsonValue(state.root()->url) : QJsonValue() },
     };
+    addImports(object, state);
+    // What the view draws: buildings, the layout's links, and what it says when it has nothing to show.
+    const LayoutResult& layout = scene.layout();
+    const qint64 buildings = std::count_if(layout.placements.begin(), layout.placements.end(),
+        [](const Placement& placement) { return placement.kind == PlacementKind::building; });
+    object.insert(u"drawn"_s, QJsonObject { { u"buildings"_s, buildings }, { u"links"_s, qint64(layout.edges.size()) } });
+    const QString note = emptySceneNote(scene);
+    object.insert(u"notice"_s, note.isEmpty() ? QJsonValue() : QJsonValue(note));
     return QJsonDocument(object).toJson(QJsonDocument::Indented);
 }
 
@@ -144,6 +194,7 @@ void StartupRunner::run()
     SceneView& scene = m_window.sceneView();
     const auto settle = [&] {
         QCoreApplication::processEvents();
+        waitForImports();
         scene.flush();
         scene.settleCamera();
     };
@@ -157,6 +208,25 @@ void StartupRunner::run()
         emit finished(finish());
 }
 
+// A key that needs the imports (the graph, the imports over the city) is done once they are read, so
+// that the next key acts on what the view then shows.
+void StartupRunner::waitForImports()
+{
+    const DependencyController& imports = m_state.imports();
+    if (!imports.isReading())
+        return;
+    QElapsedTimer clock;
+    clock.start();
+    QEventLoop loop;
+    connect(&imports, &DependencyController::progressChanged, &loop, [&] {
+        if (!imports.isReading())
+            loop.quit();
+    });
+    loop.exec();
+    m_importsMs += clock.elapsed();
+    QCoreApplication::processEvents();
+}
+
 // The scene build runs the layout inside it; the layout is timed again alone to split the two.
 void StartupRunner::printTimings(qint64 frameMs) const
 {
@@ -165,15 +235,18 @@ void StartupRunner::printTimings(qint64 frameMs) const
         QElapsedTimer clock;
         clock.start();
         const DisplaySettings& display = m_state.display();
+        const std::shared_ptr<const ImportsMap>& imports = m_state.imports().dependencies();
         if (display.mode() == VisualizationMode::tree)
             TreeLayout::build(*root, display.heightMode(), display.heightScale());
-        else
+        else if (display.mode() != VisualizationMode::graph)
             CityLayout::build(*root, display.heightMode(), display.heightScale());
+        else if (imports)
+            GraphLayout::place(*root, imports->graph, imports->positions, display.heightMode(), display.heightScale());
         layoutMs = clock.elapsed();
     }
     const qint64 buildMs = m_window.sceneView().lastBuildMilliseconds();
-    std::fprintf(stderr, "scan %lld ms, layout %lld ms, scene build %lld ms, first frame %lld ms\n",
-        static_cast<long long>(m_scanMs), static_cast<long long>(layoutMs),
+    std::fprintf(stderr, "scan %lld ms, imports %lld ms, layout %lld ms, scene build %lld ms, first frame %lld ms\n",
+        static_cast<long long>(m_scanMs), static_cast<long long>(m_importsMs), static_cast<long long>(layoutMs),
         static_cast<long long>(std::max<qint64>(buildMs - layoutMs, 0)), static_cast<long long>(frameMs));
 }
 
@@ -199,7 +272,7 @@ int StartupRunner::finish()
             printTimings(frameMs);
     }
     if (m_script.stateFile) {
-        const QByteArray json = stateJson(m_state);
+        const QByteArray json = stateJson(m_state, m_window.sceneView().controller());
         if (*m_script.stateFile == u"-") {
             std::fwrite(json.constData(), 1, std::size_t(json.size()), stdout);
             std::fflush(stdout);

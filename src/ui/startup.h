@@ -39,8 +39,10 @@ std::optional<QList<KeyPress>> parseKeys(const QString& text, QString* error);
 // "1280x800".
 std::optional<QSize> parseSize(const QString& text);
 
-// The state that scripted keys leave behind, as JSON.
-QByteArray stateJson(const AppState& state);
+class SceneController;
+
+// The state that scripted keys leave behind, with what the view draws, as JSON.
+QByteArray stateJson(const AppState& state, const SceneController& scene);
 
 // Runs a script on a window; finished() carries the exit status once it is done.
 class StartupRunner : public QObject {
@@ -54,6 +56,7 @@ signals:
 
 private:
     void run();
+    void waitForImports();
     int finish();
     void printTimings(qint64 frameMs) const;
 
@@ -62,6 +65,7 @@ private:
     StartupScript m_script;
     bool m_ran = false;
     qint64 m_scanMs = 0;
+    qint64 m_importsMs = 0; // waiting for the imports to be read, read and settled
     QElapsedTimer m_clock;
 };
 

@@ -1,4 +1,5 @@
 #include "scene/scenecontroller.h"
+#include "layout/graphlayout.h"
 #include "scan/scanner.h"
 #include "scene/labels.h"
 #include "scene/offscreenview.h"
@@ -338,10 +339,158 @@ TEST(SceneController, CityOnlyKeepsTheListedNodesAndHistoryIgnoresTheList)
         EXPECT_TRUE(only.contains(e.file)) << e.file->relativePath.toStdString();
     scene.build(*root, config(VisualizationMode::history), true, {}, &only);
     EXPECT_TRUE(scene.entityFor(root->find(u"docs/guide.md")));
-    // The graph view draws the city until the imports layout arrives.
-    scene.build(*root, config(VisualizationMode::graph), true, {}, &only);
-    EXPECT_FALSE(scene.entityFor(root->find(u"docs/guide.md")));
-    EXPECT_TRUE(scene.entityFor(root->find(u"src/main.c")));
+}
+
+namespace {
+
+// The town's imports: main.c includes util.h and http.h, util.c util.h; http.c and tls.c include
+// each other, a cycle.
+std::shared_ptr<const ImportsMap> townImports(const std::shared_ptr<const FileNode>& root, bool linked = true)
+{
+    auto map = std::make_shared<ImportsMap>();
+    map->tree = root;
+    map->graph = DependencyGraph::ofTree(*root);
+    const auto at = [&](const char* path) { return map->graph.fileSlots.value(root->find(QString::fromUtf8(path))); };
+    if (linked) {
+        for (const auto& [from, to] : { std::pair { "src/main.c", "src/util.h" }, { "src/main.c", "src/net/http.h" },
+                 { "src/util.c", "src/util.h" }, { "src/net/http.c", "src/net/tls/tls.c" },
+                 { "src/net/tls/tls.c", "src/net/http.c" } })
+            map->graph.link(at(from), at(to));
+    }
+    map->positions = GraphLayout::settle(map->graph);
+    map->cycles = map->graph.cycles();
+    return map;
+}
+
+// The segments of the outlines of the files' buildings: twelve edges a block.
+int outlineSegments(const SceneController& scene, std::initializer_list<const FileNode*> files)
+{
+    int count = 0;
+    for (const FileNode* file : files)
+        count += 12 * int(scene.entityFor(file)->parts.size());
+    return count;
+}
+
+// The line segments drawn in a colour.
+int segmentsIn(const SceneController& scene, const QColor& color)
+{
+    int count = 0;
+    const auto& lines = scene.lineVertices();
+    for (size_t i = 0; i < lines.size(); i += 2) {
+        const QColor shown = QColor::fromRgbF(lines[i].color[0], lines[i].color[1], lines[i].color[2]);
+        count += near(shown, color);
+    }
+    return count;
+}
+
+} // namespace
+
+TEST(SceneController, TheGraphViewDrawsEveryFileOfTheImportsAndWaitsForThem)
+{
+    const std::shared_ptr<const FileNode> root = town();
+    SceneController scene;
+    scene.build(*root, config(VisualizationMode::graph), true);
+    EXPECT_TRUE(scene.entities().empty()) << "nothing until the imports are read";
+    EXPECT_EQ(emptySceneNote(scene), QString()) << "the reading's progress speaks meanwhile";
+
+    scene.setImports(townImports(root));
+    scene.build(*root, config(VisualizationMode::graph), true);
+    EXPECT_EQ(scene.entities().size(), size_t(root->fileCount));
+    EXPECT_EQ(scene.layout().edges.size(), 5u);
+    EXPECT_FALSE(scene.ground()) << "the graph stands on no lots";
+    EXPECT_EQ(emptySceneNote(scene), QString());
+
+    // A folder alone: its files, at the places they have in the whole graph, and the links among them.
+    const FileNode* net = root->find(u"src/net"_s);
+    const QVector3D whole = scene.entityFor(root->find(u"src/net/http.c"_s))->parts[0].base;
+    scene.build(*net, config(VisualizationMode::graph), true);
+    EXPECT_EQ(scene.entities().size(), 3u);
+    EXPECT_EQ(scene.layout().edges.size(), 2u);
+    EXPECT_EQ(scene.entityFor(root->find(u"src/net/http.c"_s))->parts[0].base, whole);
+    // docs/ holds one file and no links between its files.
+    scene.build(*root->find(u"docs"_s), config(VisualizationMode::graph), true);
+    EXPECT_EQ(emptySceneNote(scene), u"No imports between the files here."_s);
+
+    scene.setImports(townImports(root, false));
+    scene.build(*root, config(VisualizationMode::graph), true);
+    EXPECT_EQ(emptySceneNote(scene), u"No imports between the files here."_s);
+}
+
+TEST(SceneController, AFocusLightsItsLinksInTheirColoursAndDimsTheRest)
+{
+    const std::shared_ptr<const FileNode> root = town();
+    const std::shared_ptr<const ImportsMap> imports = townImports(root);
+    SceneController scene;
+    scene.setImports(imports);
+    scene.build(*root, config(VisualizationMode::graph), true);
+    const Theme& theme = scene.theme();
+    const FileNode* main = root->find(u"src/main.c"_s);
+    const FileNode* util = root->find(u"src/util.h"_s);
+    const FileNode* readme = root->find(u"README.md"_s);
+    const auto shown = [&](const FileNode* file) {
+        const EntityNode* entity = scene.entityFor(file);
+        const auto found = std::find_if(scene.boxInstances().begin(), scene.boxInstances().end(),
+            [&](const SceneInstance& box) { return box.base[0] == entity->parts[0].base.x() && box.base[2] == entity->parts[0].base.z(); });
+        return colorOf(*found);
+    };
+    const QColor before = shown(readme);
+    EXPECT_EQ(segmentsIn(scene, SceneController::importsColor(theme)), 0);
+
+    LinkFocus focus;
+    focus.centre = main;
+    focus.imports = { util, root->find(u"src/net/http.h"_s) };
+    focus.importers = {};
+    scene.setSelection(main);
+    scene.setLinkFocus(focus);
+    // Two links in the imports colour, each with its far building outlined.
+    EXPECT_EQ(segmentsIn(scene, SceneController::importsColor(theme)),
+        2 + outlineSegments(scene, { util, root->find(u"src/net/http.h"_s) }));
+    EXPECT_FALSE(near(shown(readme), before)) << "a file outside the focus dims";
+    EXPECT_TRUE(near(shown(util), scene.entityFor(util)->baseColor)) << "an import keeps its colour";
+
+    // A cycle: its two links in the accent, its files outlined in it too.
+    LinkFocus cycle;
+    cycle.cycle = { root->find(u"src/net/http.c"_s), root->find(u"src/net/tls/tls.c"_s) };
+    scene.setSelection(nullptr);
+    scene.setLinkFocus(cycle);
+    EXPECT_EQ(segmentsIn(scene, theme.accent),
+        2 + outlineSegments(scene, { root->find(u"src/net/http.c"_s), root->find(u"src/net/tls/tls.c"_s) }));
+    EXPECT_EQ(segmentsIn(scene, SceneController::importsColor(theme)), 0);
+
+    scene.setLinkFocus({});
+    EXPECT_TRUE(near(shown(readme), before));
+}
+
+TEST(SceneController, ImportsOverTheCityAreArcsToTheBuildingsDrawn)
+{
+    const std::shared_ptr<const FileNode> root = town();
+    SceneController scene;
+    scene.build(*root, config(), true);
+    const size_t plain = scene.lineVertices().size();
+    const FileNode* main = root->find(u"src/main.c"_s);
+    LinkFocus focus;
+    focus.arcs = true;
+    focus.centre = main;
+    focus.imports = { root->find(u"src/util.h"_s) };
+    focus.importers = { root->find(u"src/net/http.c"_s) };
+    scene.setLinkFocus(focus);
+    const Theme& theme = scene.theme();
+    EXPECT_EQ(segmentsIn(scene, SceneController::importsColor(theme)),
+        24 + outlineSegments(scene, { root->find(u"src/util.h"_s) }));
+    EXPECT_EQ(segmentsIn(scene, SceneController::importersColor(theme)),
+        24 + outlineSegments(scene, { root->find(u"src/net/http.c"_s) }));
+    // An arc rises above both roofs between its ends.
+    float top = 0;
+    for (const SceneLineVertex& vertex : scene.lineVertices())
+        top = std::max(top, vertex.position[1]);
+    EXPECT_GT(top, scene.entityFor(main)->box().max.y() + 1);
+
+    // A file the view does not draw gets no arc.
+    scene.setHidden([&](const FileNode& node) { return node.relativePath == u"src/util.h"_s; });
+    EXPECT_EQ(segmentsIn(scene, SceneController::importsColor(theme)), 0);
+    scene.setLinkFocus({});
+    scene.setHidden({});
+    EXPECT_EQ(scene.lineVertices().size(), plain);
 }
 
 TEST(SceneController, OnlyAFolderWithoutFilesSaysSoInTheMiddleOfTheView)

@@ -385,7 +385,7 @@ TEST_P(Known, OnlyNamesWithAnImplementation)
 
 INSTANTIATE_TEST_SUITE_P(Names, Known,
     ::testing::Values(KnownCase { "zoomIn", true }, KnownCase { "commitBack10", false },
-        KnownCase { "graph", false }, KnownCase { "searchNext", false }, KnownCase { "recentOpen", true },
+        KnownCase { "searchNext", false }, KnownCase { "recentOpen", true },
         KnownCase { "outlineClose", true }, KnownCase { "noSuchAction", false }, KnownCase { "", false }),
     [](const auto& info) { return *info.param.name ? std::string(info.param.name) : std::string("Empty"); });
 
@@ -437,7 +437,6 @@ INSTANTIATE_TEST_SUITE_P(Features, Missing,
         MissingCase { "play", true, "History playback is not available yet." },
         MissingCase { "commitStart", true, "History playback is not available yet." },
         MissingCase { "commitOn10", false, "History playback is not available yet." },
-        MissingCase { "graph", false, "The imports graph is not available yet." },
         MissingCase { "search", false, "Search is not available yet." },
         MissingCase { "searchAccept", false, "Search is not available yet." },
         MissingCase { "picker", false, "The folder picker is not available yet." },
@@ -522,8 +521,8 @@ TEST_F(StateTest, PerformedActionsChangeTheState)
     EXPECT_TRUE(router.perform(u"heightBack"_s));
     EXPECT_EQ(state.display().heightMode(), HeightMode::flat);
     EXPECT_FALSE(router.perform(u"clearFilters"_s)); // nothing to clear
-    EXPECT_FALSE(router.perform(u"graph"_s));
-    EXPECT_EQ(state.errorMessage(), u"The imports graph is not available yet."_s);
+    EXPECT_FALSE(router.perform(u"search"_s));
+    EXPECT_EQ(state.errorMessage(), u"Search is not available yet."_s);
     EXPECT_EQ(state.display().mode(), VisualizationMode::tree);
     state.setErrorMessage(std::nullopt);
     EXPECT_FALSE(router.perform(u"noSuchAction"_s));

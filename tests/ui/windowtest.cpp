@@ -163,8 +163,8 @@ INSTANTIATE_TEST_SUITE_P(Keys, Script,
         ScriptCase { "RailCyclesAndDrawerWidens", "[ [ }",
             { { u"railMode"_s, u"hidden"_s }, { u"drawerWidth"_s, 620 } } },
         ScriptCase { "EscapeClearsTheSelection", "Right Escape", { { u"selection"_s, QJsonValue() } } },
-        ScriptCase { "TheGraphSaysItIsNotThereYet", "4",
-            { { u"errorMessage"_s, u"The imports graph is not available yet."_s },
+        ScriptCase { "SearchSaysItIsNotThereYet", "/",
+            { { u"errorMessage"_s, u"Search is not available yet."_s },
                 { u"mode"_s, u"city"_s } } }),
     [](const auto& info) { return std::string(info.param.name); });
 
@@ -263,9 +263,9 @@ INSTANTIATE_TEST_SUITE_P(Snapshot, Refused,
         Refusal { "NoOut", { u"snapshot"_s, u"."_s }, true, 2, "needs --out" },
         Refusal { "BadKey", { u"snapshot"_s, u"."_s, u"--out"_s, u"/tmp/x.png"_s, u"--keys"_s, u"Nope"_s },
             true, 2, "unknown key \"Nope\"" },
-        Refusal { "GraphIsNotDrawnYet",
-            { u"snapshot"_s, u"."_s, u"--out"_s, u"/tmp/x.png"_s, u"--mode"_s, u"graph"_s }, true, 2,
-            "--mode is city or tree" }),
+        Refusal { "HistoryIsNotDrawnYet",
+            { u"snapshot"_s, u"."_s, u"--out"_s, u"/tmp/x.png"_s, u"--mode"_s, u"history"_s }, true, 2,
+            "--mode is city, tree or graph" }),
     [](const auto& info) { return std::string(info.param.name); });
 
 } // namespace
