@@ -235,3 +235,34 @@ TEST(GraphLayout, NoFilesOrAGraphOfAnotherTreeGiveAnEmptyResult)
     EXPECT_TRUE(stale.placements.empty());
     EXPECT_TRUE(stale.edges.empty());
 }
+
+TEST(GraphLayout, AFolderOfTheGraphKeepsItsFilesWhereTheWholeGraphSettledThem)
+{
+    // d000 holds files 0–3, d001 files 4–7; links inside d000, inside d001 and across.
+    const Graphed made = graphOf(files(8, 4), { { 0, 1 }, { 1, 2 }, { 4, 5 }, { 2, 6 }, { 7, 3 } });
+    const std::vector<GraphLayout::Point> settled = GraphLayout::settle(made.graph);
+    const LayoutResult whole = GraphLayout::place(*made.root, made.graph, settled, HeightMode::lines);
+    ASSERT_EQ(whole.placements.size(), 8u);
+    EXPECT_EQ(whole.edges.size(), 5u);
+
+    const FileNode& folder = *made.root->find(u"d001"_s);
+    const LayoutResult part = GraphLayout::place(folder, made.graph, settled, HeightMode::lines);
+    ASSERT_EQ(part.placements.size(), 4u);
+    for (const Placement& placement : part.placements) {
+        EXPECT_EQ(placement.file->parent, &folder);
+        const qint32 index = made.graph.fileSlots.value(placement.file);
+        EXPECT_EQ(placement.base.x, settled[size_t(index)].x);
+        EXPECT_EQ(placement.base.z, settled[size_t(index)].z);
+    }
+    ASSERT_EQ(part.edgeEnds.size(), 1u) << "only the link with both ends in the folder";
+    EXPECT_EQ(part.edgeEnds[0].first->parent, &folder);
+    EXPECT_EQ(part.edgeEnds[0].second->parent, &folder);
+    EXPECT_EQ(part.peak, whole.peak) << "heights keep the whole graph's scale";
+
+    // Positions of another graph, or a tree the graph was not read from, place nothing.
+    EXPECT_TRUE(GraphLayout::place(*made.root, made.graph, { settled.begin(), settled.end() - 1 },
+        HeightMode::lines)
+                    .placements.empty());
+    const auto other = makeTree(files(8, 4));
+    EXPECT_TRUE(GraphLayout::place(*other, made.graph, settled, HeightMode::lines).placements.empty());
+}

@@ -7,6 +7,7 @@
 
 #include <QColor>
 #include <QImage>
+#include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QProcess>
@@ -229,6 +230,100 @@ TEST(Window, AFolderThatIsNotThereIsShownInPlace)
     EXPECT_EQ(state[u"errorMessage"_s].toString(), u"/no/such/folder is not a folder."_s);
     EXPECT_TRUE(state[u"root"_s].isNull());
     EXPECT_FALSE(QImage(out.path(u"error.png"_s)).isNull());
+}
+
+// Python packages, a TypeScript project with index files and C includes, with two import cycles;
+// every file imports another or is imported.
+class Polyglot : public TempFolder {
+public:
+    Polyglot()
+    {
+        write(u"py/app/main.py"_s, "from .models import user\nimport os\n");
+        write(u"py/app/models/__init__.py"_s, "from .user import User\n");
+        write(u"py/app/models/user.py"_s, "from . import base\nfrom . import __init__\n");
+        write(u"py/app/models/base.py"_s, "import json\n");
+        write(u"ts/src/main.ts"_s, "import { fmt } from './util';\nimport { View } from './ui/view';\n");
+        write(u"ts/src/util/index.ts"_s, "export * from './format';\n");
+        write(u"ts/src/util/format.ts"_s, "import { View } from '../ui/view';\n");
+        write(u"ts/src/ui/view.ts"_s, "import { fmt } from '../util';\n");
+        write(u"c/src/main.c"_s, "#include \"util.h\"\n#include <stdio.h>\n");
+        write(u"c/src/util.c"_s, "#include \"../include/util.h\"\n");
+        write(u"c/include/util.h"_s, "#pragma once\n#include \"missing.h\"\n");
+    }
+};
+
+// The paths of a list of file indices of `korvane imports --json`.
+QStringList pathsAt(const QJsonObject& graph, const QJsonArray& indices)
+{
+    QStringList paths;
+    for (const QJsonValue& index : indices)
+        paths << graph[u"files"_s].toArray()[index.toInt()].toString();
+    paths.sort();
+    return paths;
+}
+
+QStringList sorted(const QJsonValue& list)
+{
+    QStringList paths;
+    for (const QJsonValue& path : list.toArray())
+        paths << path.toString();
+    paths.sort();
+    return paths;
+}
+
+TEST(Window, KeyFourDrawsTheImportsGraphAndTheSelectionsLinksAgreeWithTheImportsCommand)
+{
+    Polyglot folder;
+    const Outcome command = korvane({ u"imports"_s, folder.path(), u"--json"_s }, {}, false);
+    ASSERT_EQ(command.exitCode, 0) << command.err.toStdString();
+    const QJsonObject graph = parse(command.out);
+
+    QImage picture;
+    const QJsonObject state = playKeys(folder.path(), u"4 Right"_s, &picture);
+    EXPECT_EQ(state[u"mode"_s].toString(), u"graph"_s);
+    EXPECT_TRUE(state[u"dependencyProgress"_s].isNull());
+    const QJsonObject read = state[u"dependencies"_s].toObject();
+    const qsizetype files = graph[u"files"_s].toArray().size();
+    EXPECT_EQ(read[u"files"_s].toInt(), files);
+    EXPECT_EQ(read[u"edges"_s].toInt(), graph[u"edges"_s].toArray().size());
+    EXPECT_EQ(read[u"external"_s].toInt(), graph[u"external"_s].toInt());
+    EXPECT_EQ(read[u"unresolved"_s].toInt(), graph[u"unresolved"_s].toInt());
+    EXPECT_EQ(read[u"cycles"_s].toInt(), 2);
+    EXPECT_EQ(state[u"drawn"_s][u"buildings"_s].toInt(), files) << "exactly the graph's files";
+    EXPECT_EQ(state[u"drawn"_s][u"links"_s].toInt(), graph[u"edges"_s].toArray().size());
+    EXPECT_TRUE(state[u"notice"_s].isNull());
+
+    const QString selection = state[u"selection"_s].toString();
+    const qsizetype index = graph[u"files"_s].toArray().toVariantList().indexOf(selection);
+    ASSERT_GE(index, 0) << selection.toStdString();
+    EXPECT_EQ(sorted(state[u"selectionImports"_s]), pathsAt(graph, graph[u"outgoing"_s][index].toArray()));
+    EXPECT_EQ(sorted(state[u"selectionImporters"_s]), pathsAt(graph, graph[u"incoming"_s][index].toArray()));
+    EXPECT_FALSE(sorted(state[u"selectionImports"_s]).isEmpty() && sorted(state[u"selectionImporters"_s]).isEmpty());
+    EXPECT_GT(countNear(picture, darkAccent, 24), 20) << "the selection stands out";
+}
+
+TEST(Window, AFolderWithoutImportsSaysSoInPlace)
+{
+    Project project; // C, JavaScript, Python and Markdown files that import nothing
+    const QJsonObject state = playKeys(project.path(), u"4"_s);
+    EXPECT_EQ(state[u"mode"_s].toString(), u"graph"_s);
+    EXPECT_EQ(state[u"dependencies"_s][u"edges"_s].toInt(), 0);
+    EXPECT_EQ(state[u"drawn"_s][u"buildings"_s].toInt(), state[u"dependencies"_s][u"files"_s].toInt());
+    EXPECT_EQ(state[u"notice"_s].toString(), u"No imports between the files here."_s);
+}
+
+TEST(Window, TheGraphSnapshotIsDrawnInBothThemes)
+{
+    Polyglot folder;
+    TempFolder out;
+    for (const QString& theme : { u"dark"_s, u"light"_s }) {
+        const QString image = out.path(theme + u".png"_s);
+        const Outcome run = korvane({ u"snapshot"_s, folder.path(), u"--out"_s, image, u"--mode"_s, u"graph"_s,
+            u"--theme"_s, theme, u"--size"_s, u"900x600"_s, u"--print-state"_s });
+        ASSERT_EQ(run.exitCode, 0) << run.err.toStdString();
+        EXPECT_EQ(parse(run.out)[u"drawn"_s][u"links"_s].toInt(), 10) << theme.toStdString();
+        EXPECT_GT(distinctColours(QImage(image)), 40) << theme.toStdString();
+    }
 }
 
 struct Refusal {
