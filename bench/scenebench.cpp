@@ -2,7 +2,9 @@
 // drawing it offscreen while the camera orbits (against a frame with nothing in it, the cost of
 // clearing and finishing a frame on the same driver). Needs a display; bench/scene.sh runs it under
 // xvfb-run.
+#include "imports/dependencyreader.h"
 #include "layout/citylayout.h"
+#include "layout/graphlayout.h"
 #include "scan/scanner.h"
 #include "scene/offscreenview.h"
 #include "scene/renderer.h"
@@ -52,7 +54,8 @@ template <typename Run> Timing milliseconds(int runs, const Run& run)
 void usage()
 {
     std::fputs(
-        "usage: scene_bench FOLDER [--size WxH] [--frames N] [--samples N] [--image FILE.png]\n", stderr);
+        "usage: scene_bench FOLDER [--mode city|graph] [--size WxH] [--frames N] [--samples N] [--image FILE.png]\n",
+        stderr);
 }
 
 } // namespace
@@ -68,6 +71,7 @@ int main(int argc, char* argv[])
     QSize size(1280, 800);
     int frames = 240, samples = -1;
     QString image;
+    bool graph = false;
     for (qsizetype i = 2; i + 1 < args.size(); i += 2) {
         if (args[i] == u"--size") {
             const QStringList wh = args[i + 1].split(u'x');
@@ -76,6 +80,8 @@ int main(int argc, char* argv[])
             frames = std::max(args[i + 1].toInt(), 1);
         } else if (args[i] == u"--samples") {
             samples = args[i + 1].toInt();
+        } else if (args[i] == u"--mode" && (args[i + 1] == u"city" || args[i + 1] == u"graph")) {
+            graph = args[i + 1] == u"graph";
         } else if (args[i] == u"--image") {
             image = args[i + 1];
         } else {
@@ -89,26 +95,42 @@ int main(int argc, char* argv[])
         std::fprintf(stderr, "%s\n", qPrintable(std::get<ScanError>(scanned).description()));
         return 1;
     }
-    const FileNode& root = *std::get<ScanResult>(scanned).root;
+    const std::shared_ptr<FileNode> tree = std::get<ScanResult>(scanned).root;
+    const FileNode& root = *tree;
 
     SceneController scene;
     SceneConfig config;
-    const Timing layout = milliseconds(21, [&](int) { CityLayout::build(root, config.height); });
+    // The graph view draws the folder's imports, read and settled once, as the window keeps them.
+    auto imports = std::make_shared<ImportsMap>();
+    if (graph) {
+        config.mode = VisualizationMode::graph;
+        imports->tree = tree;
+        imports->graph = *DependencyReader::build(root);
+        imports->positions = GraphLayout::settle(imports->graph);
+        scene.setImports(imports);
+    }
+    const Timing layout = milliseconds(21, [&](int) {
+        if (graph)
+            GraphLayout::place(root, imports->graph, imports->positions, config.height);
+        else
+            CityLayout::build(root, config.height);
+    });
     const Timing build = milliseconds(21, [&](int) { scene.build(root, config, true); });
     qint64 buildings = 0;
     for (const EntityNode& entity : scene.entities())
         buildings += entity.kind() == PlacementKind::building;
-    std::printf("Tree: %lld files; the city: %zu entities, %lld buildings (%lld folders drawn whole), "
-                "%zu boxes, %zu planes\n\n",
-        static_cast<long long>(root.fileCount), scene.entities().size(), static_cast<long long>(buildings),
+    std::printf("Tree: %lld files; the %s: %zu entities, %lld buildings (%lld folders drawn whole), "
+                "%zu boxes, %zu planes, %zu links\n\n",
+        static_cast<long long>(root.fileCount), graph ? "graph" : "city", scene.entities().size(),
+        static_cast<long long>(buildings),
         static_cast<long long>(scene.layout().aggregated), scene.boxInstances().size(),
-        scene.planeInstances().size());
+        scene.planeInstances().size(), scene.layout().edges.size());
     std::puts("| step | median (ms) | 90th percentile (ms) | processor time, median (ms) |");
     std::puts("|---|---|---|---|");
     const auto row = [](const char* what, const Timing& t) {
         std::printf("| %s | %.2f | %.2f | %.2f |\n", what, t.median, t.p90, t.cpu);
     };
-    row("city layout alone", layout);
+    row(graph ? "graph placement alone (settled once)" : "city layout alone", layout);
     row("SceneController.build", build);
 
     // The window's own setting first (no multisampling on a software renderer), then four samples a

@@ -34,10 +34,11 @@ const QList<Command>& commands()
             QStringLiteral(
                 "snapshot PATH --out FILE.png [--mode city|tree|graph] [--color language|age|churn|status] "
                 "[--height lines|size|churn|flat] [--theme dark|light] [--size WxH] [--keys KEYS] "
-                "[--print-state] [--timings]"),
+                "[--show-imports] [--print-state] [--timings]"),
             QStringLiteral("Draw a folder into an image without showing the window (needs a display or "
-                           "xvfb-run); --keys plays keys first, --print-state prints the state they leave"),
-            1, { QStringLiteral("--print-state"), QStringLiteral("--timings") },
+                           "xvfb-run); --keys plays keys first, --show-imports draws the selected file's "
+                           "imports over the city, --print-state prints the state the keys leave"),
+            1, { QStringLiteral("--print-state"), QStringLiteral("--timings"), QStringLiteral("--show-imports") },
             { QStringLiteral("--out"), QStringLiteral("--mode"), QStringLiteral("--color"),
                 QStringLiteral("--height"), QStringLiteral("--theme"), QStringLiteral("--size"),
                 QStringLiteral("--keys") },

@@ -71,5 +71,6 @@ int snapshotCommand(const SnapshotArguments& arguments)
     if (arguments.flags.contains(QStringLiteral("--print-state")))
         script.stateFile = QStringLiteral("-");
     script.timings = arguments.flags.contains(QStringLiteral("--timings"));
+    script.showImports = arguments.flags.contains(QStringLiteral("--show-imports"));
     return runSnapshot(script);
 }

@@ -190,6 +190,8 @@ void StartupRunner::run()
         display.setHeightMode(*m_script.height);
     if (m_script.dark)
         display.setDark(*m_script.dark);
+    if (m_script.showImports)
+        m_state.imports().setShowImports(true);
     // Each step lets the window lay itself out and the scene build before the next one reads them.
     SceneView& scene = m_window.sceneView();
     const auto settle = [&] {

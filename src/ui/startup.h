@@ -25,6 +25,7 @@ struct StartupScript {
     std::optional<ColorMode> color;
     std::optional<HeightMode> height;
     std::optional<bool> dark;
+    bool showImports = false; // the selected file's imports over the city and the tree
     bool timings = false; // how long each stage took, on standard error
 
     bool quitsWhenDone() const { return snapshot || stateFile; }
