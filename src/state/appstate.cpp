@@ -44,6 +44,8 @@ void AppState::apply(ScanResult result)
     installRoot(std::move(result));
     for (StateController* controller : std::as_const(m_controllers))
         controller->folderChanged({ m_root, m_isGit });
+    // The imports over the city stay on from one folder to the next.
+    followImportsNeed();
 
     emit rootChanged();
     m_viewRoot = nullptr;

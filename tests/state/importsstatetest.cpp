@@ -34,22 +34,12 @@ void letLateResultsArrive()
     waitFor([] { return false; }, 600);
 }
 
-// Python modules, a TypeScript project with an index file, and C includes; two import cycles, the
-// larger first once sorted, and a folder of documents that imports nothing.
+// The importing project, with a folder of documents that imports nothing, as a repository.
 class Polyglot : public GitRepo {
 public:
     Polyglot()
     {
-        write(u"py/app/main.py"_s, "from .models import user\nimport os\n");
-        write(u"py/app/models/__init__.py"_s, "from .user import User\n");
-        write(u"py/app/models/user.py"_s, "from . import base\nfrom . import __init__\n");
-        write(u"py/app/models/base.py"_s, "import json\n");
-        write(u"ts/src/main.ts"_s, "import { fmt } from './util';\nimport { View } from './ui/view';\n");
-        write(u"ts/src/util/index.ts"_s, "export * from './format';\n");
-        write(u"ts/src/util/format.ts"_s, "import { View } from '../ui/view';\n");
-        write(u"ts/src/ui/view.ts"_s, "import { fmt } from '../util';\n");
-        write(u"c/src/main.c"_s, "#include \"util.h\"\n#include <stdio.h>\n");
-        write(u"c/include/util.h"_s, "#pragma once\n");
+        writeImportingProject(*this);
         write(u"docs/guide.md"_s, "# Guide\n");
         commitAll(u"first"_s);
     }
@@ -178,6 +168,15 @@ TEST_F(ImportsState, ShowingImportsOverTheCityReadsThemAndHidingThemStopsTheRead
     ASSERT_TRUE(router.perform(u"tree"_s)); // the tree shows them too: the reading goes on
     ASSERT_TRUE(waitFor([&] { return !state.imports().isReading(); }));
     EXPECT_TRUE(state.imports().dependencies());
+
+    // They stay on for the next folder, whose imports are read in turn.
+    TempFolder next;
+    next.write(u"a.py"_s, "import b\n");
+    next.write(u"b.py"_s, "x = 1\n");
+    open(next.path());
+    ASSERT_TRUE(waitFor([&] { return state.imports().dependencies() != nullptr; }));
+    EXPECT_EQ(state.imports().dependencies()->tree.get(), state.root());
+    EXPECT_EQ(state.imports().dependencies()->graph.edges.size(), 1u);
 }
 
 TEST_F(ImportsState, AChosenCycleGivesWayToASelectionAndToEscape)

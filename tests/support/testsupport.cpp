@@ -182,3 +182,18 @@ void expectGolden(const QByteArray& actual, const QString& path)
     ADD_FAILURE() << "output differs from " << path.toStdString() << "\n"
                   << diff.readAllStandardOutput().toStdString();
 }
+
+void writeImportingProject(const TempFolder& folder)
+{
+    folder.write(QStringLiteral("py/app/main.py"), "from .models import user\nimport os\n");
+    folder.write(QStringLiteral("py/app/models/__init__.py"), "from .user import User\n");
+    folder.write(QStringLiteral("py/app/models/user.py"), "from . import base\nfrom . import __init__\n");
+    folder.write(QStringLiteral("py/app/models/base.py"), "import json\n");
+    folder.write(QStringLiteral("ts/src/main.ts"), "import { fmt } from './util';\nimport { View } from './ui/view';\n");
+    folder.write(QStringLiteral("ts/src/util/index.ts"), "export * from './format';\n");
+    folder.write(QStringLiteral("ts/src/util/format.ts"), "import { View } from '../ui/view';\n");
+    folder.write(QStringLiteral("ts/src/ui/view.ts"), "import { fmt } from '../util';\n");
+    folder.write(QStringLiteral("c/src/main.c"), "#include \"util.h\"\n#include <stdio.h>\n");
+    folder.write(QStringLiteral("c/src/util.c"), "#include \"../include/util.h\"\n");
+    folder.write(QStringLiteral("c/include/util.h"), "#pragma once\n#include \"missing.h\"\n");
+}

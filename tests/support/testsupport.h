@@ -82,6 +82,10 @@ void expectCommandGolden(const QString& command, const GoldenCase& row);
 // program a hostile repository's configuration names.
 QString touching(const QString& marker);
 
+// Python packages, a TypeScript project with index files and C includes, with two import cycles
+// (three TypeScript files, two Python ones); every file imports another or is imported.
+void writeImportingProject(const TempFolder& folder);
+
 class FileNode;
 
 // Hand-built trees, as the scan builds them: adds a file (or folder) at a path under the root,

@@ -232,24 +232,9 @@ TEST(Window, AFolderThatIsNotThereIsShownInPlace)
     EXPECT_FALSE(QImage(out.path(u"error.png"_s)).isNull());
 }
 
-// Python packages, a TypeScript project with index files and C includes, with two import cycles;
-// every file imports another or is imported.
 class Polyglot : public TempFolder {
 public:
-    Polyglot()
-    {
-        write(u"py/app/main.py"_s, "from .models import user\nimport os\n");
-        write(u"py/app/models/__init__.py"_s, "from .user import User\n");
-        write(u"py/app/models/user.py"_s, "from . import base\nfrom . import __init__\n");
-        write(u"py/app/models/base.py"_s, "import json\n");
-        write(u"ts/src/main.ts"_s, "import { fmt } from './util';\nimport { View } from './ui/view';\n");
-        write(u"ts/src/util/index.ts"_s, "export * from './format';\n");
-        write(u"ts/src/util/format.ts"_s, "import { View } from '../ui/view';\n");
-        write(u"ts/src/ui/view.ts"_s, "import { fmt } from '../util';\n");
-        write(u"c/src/main.c"_s, "#include \"util.h\"\n#include <stdio.h>\n");
-        write(u"c/src/util.c"_s, "#include \"../include/util.h\"\n");
-        write(u"c/include/util.h"_s, "#pragma once\n#include \"missing.h\"\n");
-    }
+    Polyglot() { writeImportingProject(*this); }
 };
 
 // The paths of a list of file indices of `korvane imports --json`.
