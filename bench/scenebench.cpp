@@ -53,8 +53,8 @@ template <typename Run> Timing milliseconds(int runs, const Run& run)
 
 void usage()
 {
-    std::fputs(
-        "usage: scene_bench FOLDER [--mode city|graph] [--size WxH] [--frames N] [--samples N] [--image FILE.png]\n",
+    std::fputs("usage: scene_bench FOLDER [--mode city|graph] [--size WxH] [--frames N] [--samples N] "
+               "[--image FILE.png]\n",
         stderr);
 }
 
@@ -122,9 +122,8 @@ int main(int argc, char* argv[])
     std::printf("Tree: %lld files; the %s: %zu entities, %lld buildings (%lld folders drawn whole), "
                 "%zu boxes, %zu planes, %zu links\n\n",
         static_cast<long long>(root.fileCount), graph ? "graph" : "city", scene.entities().size(),
-        static_cast<long long>(buildings),
-        static_cast<long long>(scene.layout().aggregated), scene.boxInstances().size(),
-        scene.planeInstances().size(), scene.layout().edges.size());
+        static_cast<long long>(buildings), static_cast<long long>(scene.layout().aggregated),
+        scene.boxInstances().size(), scene.planeInstances().size(), scene.layout().edges.size());
     std::puts("| step | median (ms) | 90th percentile (ms) | processor time, median (ms) |");
     std::puts("|---|---|---|---|");
     const auto row = [](const char* what, const Timing& t) {

@@ -38,7 +38,9 @@ const QList<Command>& commands()
             QStringLiteral("Draw a folder into an image without showing the window (needs a display or "
                            "xvfb-run); --keys plays keys first, --show-imports draws the selected file's "
                            "imports over the city, --print-state prints the state the keys leave"),
-            1, { QStringLiteral("--print-state"), QStringLiteral("--timings"), QStringLiteral("--show-imports") },
+            1,
+            { QStringLiteral("--print-state"), QStringLiteral("--timings"),
+                QStringLiteral("--show-imports") },
             { QStringLiteral("--out"), QStringLiteral("--mode"), QStringLiteral("--color"),
                 QStringLiteral("--height"), QStringLiteral("--theme"), QStringLiteral("--size"),
                 QStringLiteral("--keys") },

@@ -240,9 +240,8 @@ bool isWithin(const FileNode& node, const FileNode& folder)
 
 } // namespace
 
-LayoutResult place(
-    const FileNode& root, const DependencyGraph& graph, const std::vector<Point>& positions, HeightMode height,
-    float scale)
+LayoutResult place(const FileNode& root, const DependencyGraph& graph, const std::vector<Point>& positions,
+    HeightMode height, float scale)
 {
     LayoutResult result;
     result.metric = { height, 1 };

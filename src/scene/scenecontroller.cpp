@@ -108,8 +108,8 @@ void SceneController::build(const FileNode& root, const SceneConfig& config, boo
         m_layout = CityLayout::build(root, config.height, config.heightScale, lot, only);
         break;
     case VisualizationMode::graph:
-        m_layout = m_imports ? GraphLayout::place(root, m_imports->graph, m_imports->positions, config.height,
-                                   config.heightScale)
+        m_layout = m_imports ? GraphLayout::place(
+                       root, m_imports->graph, m_imports->positions, config.height, config.heightScale)
                              : LayoutResult {};
         break;
     }
@@ -400,7 +400,8 @@ void SceneController::addArcs()
         for (int i = 1; i <= segments; ++i) {
             const float t = float(i) / segments;
             QVector3D point = from + (to - from) * t;
-            point.setY(from.y() + (to.y() - from.y()) * t + 4 * t * (1 - t) * (rise - (from.y() + to.y()) / 2));
+            point.setY(
+                from.y() + (to.y() - from.y()) * t + 4 * t * (1 - t) * (rise - (from.y() + to.y()) / 2));
             addLine(m_lines, previous, point, color, false);
             previous = point;
         }

@@ -58,9 +58,9 @@ public:
     SceneController& operator=(const SceneController&) = delete;
 
     // Runs the layout of the config's mode (the graph view places the files of the imports given to
-    // setImports, and nothing before there are any) and rebuilds every entity. `lot` weighs the files' lots and `only` keeps just those nodes in the
-    // city; the history view lays out everything. The selection, filter, hidden and touched marks
-    // are kept for nodes that are still drawn.
+    // setImports, and nothing before there are any) and rebuilds every entity. `lot` weighs the files' lots
+    // and `only` keeps just those nodes in the city; the history view lays out everything. The selection,
+    // filter, hidden and touched marks are kept for nodes that are still drawn.
     void build(const FileNode& root, const SceneConfig& config, bool resetCamera, const LotWeight& lot = {},
         const NodeSet* only = nullptr);
     void clear(); // nothing drawn, nothing referenced

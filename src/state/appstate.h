@@ -1,8 +1,8 @@
 #pragma once
 
 #include "scan/scanner.h"
-#include "state/displaysettings.h"
 #include "state/dependencycontroller.h"
+#include "state/displaysettings.h"
 #include "state/filters.h"
 #include "state/panels.h"
 #include "state/recents.h"

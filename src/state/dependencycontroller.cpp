@@ -65,8 +65,8 @@ void DependencyController::build(bool force)
         return;
     const std::shared_ptr<const FileNode> tree = m_tree;
     setProgress(DependencyProgress { QStringLiteral("Reading imports"), 0, 0 });
-    m_job.start([tree](const CancelFlagPtr& cancel,
-                    const auto& report) { return readImports(tree, cancel, report); },
+    m_job.start(
+        [tree](const CancelFlagPtr& cancel, const auto& report) { return readImports(tree, cancel, report); },
         [this](std::shared_ptr<const ImportsMap> map) {
             setProgress(std::nullopt);
             if (!map)

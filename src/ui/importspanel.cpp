@@ -36,8 +36,9 @@ ImportsPanel::ImportsPanel(AppState& state, QWidget* parent)
     DependencyController& imports = state.imports();
     connect(m_show, &QCheckBox::toggled, this, [&imports](bool on) { imports.setShowImports(on); });
     connect(m_lists, &QLabel::linkActivated, this, &ImportsPanel::choose);
-    for (const auto signal : { &DependencyController::dependenciesChanged, &DependencyController::progressChanged,
-             &DependencyController::showImportsChanged, &DependencyController::chosenCycleChanged })
+    for (const auto signal :
+        { &DependencyController::dependenciesChanged, &DependencyController::progressChanged,
+            &DependencyController::showImportsChanged, &DependencyController::chosenCycleChanged })
         connect(&imports, signal, this, &ImportsPanel::refresh);
     for (const auto signal : { &AppState::selectionChanged, &AppState::viewRootChanged })
         connect(&state, signal, this, &ImportsPanel::refresh);
@@ -60,7 +61,9 @@ void ImportsPanel::refresh()
     const std::shared_ptr<const ImportsMap>& map = imports.dependencies();
     const FileNode* selection = m_state.selection();
     const QString faint = cssColor(Theme::of(m_state.display().dark()).ink3);
-    const auto note = [&](const QString& words) { return QStringLiteral("<p style='color:%1'>%2</p>").arg(faint, words); };
+    const auto note = [&](const QString& words) {
+        return QStringLiteral("<p style='color:%1'>%2</p>").arg(faint, words);
+    };
     QString html;
     if (m_state.root() && (graph || (overCity && imports.showImports()))) {
         if (!map) {
@@ -86,17 +89,21 @@ void ImportsPanel::refresh()
 QString ImportsPanel::fileLists(const ImportsMap& map, const FileNode& file) const
 {
     const Theme& theme = Theme::of(m_state.display().dark());
-    const auto list = [&](const QString& title, const QColor& color, const QList<const FileNode*>& files) -> QString {
-        QString html = QStringLiteral("<p style='margin-top:6px'><span style='color:%1'>■</span> <b>%2 · %3</b><br>")
-                           .arg(cssColor(color), title, Format::grouped(files.size()));
+    const auto list
+        = [&](const QString& title, const QColor& color, const QList<const FileNode*>& files) -> QString {
+        QString html
+            = QStringLiteral("<p style='margin-top:6px'><span style='color:%1'>■</span> <b>%2 · %3</b><br>")
+                  .arg(cssColor(color), title, Format::grouped(files.size()));
         for (qsizetype i = 0; i < std::min(files.size(), listed); ++i) {
             const FileNode* other = files[i];
-            const QString folder = other->parent && other->parent->parent ? other->parent->relativePath : QString();
+            const QString folder
+                = other->parent && other->parent->parent ? other->parent->relativePath : QString();
             html += QStringLiteral("<a href='file:%1' style='color:%2; text-decoration:none'>%3</a>")
                         .arg(map.graph.fileSlots.value(other))
                         .arg(cssColor(theme.ink), other->name.toHtmlEscaped());
             if (!folder.isEmpty())
-                html += QStringLiteral(" <span style='color:%1'>%2</span>").arg(cssColor(theme.ink3), folder.toHtmlEscaped());
+                html += QStringLiteral(" <span style='color:%1'>%2</span>")
+                            .arg(cssColor(theme.ink3), folder.toHtmlEscaped());
             html += QStringLiteral("<br>");
         }
         if (files.size() > listed)
@@ -106,11 +113,14 @@ QString ImportsPanel::fileLists(const ImportsMap& map, const FileNode& file) con
             html += QStringLiteral("<span style='color:%1'>none</span>").arg(cssColor(theme.ink3));
         return html + QStringLiteral("</p>");
     };
-    QString html = list(QStringLiteral("Imports"), SceneController::importsColor(theme), map.graph.imports(file))
-        + list(QStringLiteral("Imported by"), SceneController::importersColor(theme), map.graph.importedBy(file));
+    QString html
+        = list(QStringLiteral("Imports"), SceneController::importsColor(theme), map.graph.imports(file))
+        + list(QStringLiteral("Imported by"), SceneController::importersColor(theme),
+            map.graph.importedBy(file));
     const std::vector<qsizetype> cycles = map.cyclesOf(file);
     if (!cycles.empty())
-        html += QStringLiteral("<p style='margin-top:6px'><span style='color:%1'>■</span> <b>In import cycles · %2</b></p>")
+        html += QStringLiteral("<p style='margin-top:6px'><span style='color:%1'>■</span> <b>In import "
+                               "cycles · %2</b></p>")
                     .arg(cssColor(theme.accent), Format::grouped(qint64(cycles.size())))
             + cycleList(map, cycles);
     return html;
@@ -130,11 +140,13 @@ QString ImportsPanel::cycleList(const ImportsMap& map, const std::vector<qsizety
         if (files.size() > 4)
             names << QStringLiteral("…");
         const bool lit = chosen == cycle;
-        html += QStringLiteral("<p style='margin:0 0 5px 0'><a href='cycle:%1' style='color:%2; text-decoration:none'>%3%4"
-                               "</a> <span style='color:%5'>%6</span></p>")
+        html += QStringLiteral(
+            "<p style='margin:0 0 5px 0'><a href='cycle:%1' style='color:%2; text-decoration:none'>%3%4"
+            "</a> <span style='color:%5'>%6</span></p>")
                     .arg(cycle)
                     .arg(cssColor(lit ? theme.accent : theme.ink), lit ? QStringLiteral("▸ ") : QString(),
-                        Format::count(files.size(), u"file"), cssColor(theme.ink3), names.join(QStringLiteral(", ")));
+                        Format::count(files.size(), u"file"), cssColor(theme.ink3),
+                        names.join(QStringLiteral(", ")));
     }
     if (cycles.size() > size_t(listed))
         html += QStringLiteral("<p style='color:%1'>and %2 more</p>")
@@ -155,5 +167,6 @@ void ImportsPanel::choose(const QString& link)
     if (link.startsWith(u"file:") && size_t(index) < map->graph.files.size())
         m_state.select(map->graph.files[size_t(index)], true, false);
     else if (link.startsWith(u"cycle:"))
-        m_state.imports().chooseCycle(m_state.imports().chosenCycle() == index ? std::nullopt : std::optional(index));
+        m_state.imports().chooseCycle(
+            m_state.imports().chosenCycle() == index ? std::nullopt : std::optional(index));
 }

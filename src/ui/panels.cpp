@@ -271,8 +271,8 @@ Drawer::Drawer(AppState& state, QWidget* parent)
     auto* layout = new QVBoxLayout(content);
     layout->setContentsMargins(16, 14, 16, 14);
     layout->setSpacing(10);
-    for (QWidget* part : std::initializer_list<QWidget*> { m_title, m_path, m_details, m_bar, m_languages,
-             new ImportsPanel(state, content) })
+    for (QWidget* part : std::initializer_list<QWidget*> {
+             m_title, m_path, m_details, m_bar, m_languages, new ImportsPanel(state, content) })
         layout->addWidget(part);
     layout->addStretch();
     scroll->setWidget(content);

@@ -77,7 +77,8 @@ SceneView::SceneView(AppState& state, QWidget* parent)
         else
             applyLinkFocus();
     });
-    for (const auto signal : { &DependencyController::showImportsChanged, &DependencyController::chosenCycleChanged })
+    for (const auto signal :
+        { &DependencyController::showImportsChanged, &DependencyController::chosenCycleChanged })
         connect(&imports, signal, this, [this] { applyLinkFocus(); });
     connect(&state.filters(), &Filters::filtersChanged, this, [this] {
         applyFilter();
@@ -181,7 +182,8 @@ void SceneView::applyLinkFocus()
     LinkFocus focus;
     focus.arcs = mode != VisualizationMode::graph;
     if (map && (mode == VisualizationMode::graph || imports.showImports())) {
-        const auto set = [](const QList<const FileNode*>& files) { return NodeSet(files.begin(), files.end()); };
+        const auto set
+            = [](const QList<const FileNode*>& files) { return NodeSet(files.begin(), files.end()); };
         const FileNode* selection = m_state.selection();
         if (imports.chosenCycle()) {
             focus.cycle = set(map->filesOf(map->cycles[size_t(*imports.chosenCycle())]));

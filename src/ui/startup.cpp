@@ -8,9 +8,9 @@
 #include "ui/sceneview.h"
 
 #include <QCoreApplication>
+#include <QEventLoop>
 #include <QFile>
 #include <QFileInfo>
-#include <QEventLoop>
 #include <QImageWriter>
 #include <QJsonArray>
 #include <QJsonDocument>
@@ -98,20 +98,21 @@ void addImports(QJsonObject& object, const AppState& state)
     const std::shared_ptr<const ImportsMap>& map = imports.dependencies();
     object.insert(u"dependencies"_s,
         map ? QJsonObject { { u"files"_s, qint64(map->graph.files.size()) },
-                  { u"edges"_s, qint64(map->graph.edges.size()) }, { u"external"_s, map->graph.external },
-                  { u"unresolved"_s, map->graph.unresolved }, { u"cycles"_s, qint64(map->cycles.size()) } }
+            { u"edges"_s, qint64(map->graph.edges.size()) }, { u"external"_s, map->graph.external },
+            { u"unresolved"_s, map->graph.unresolved }, { u"cycles"_s, qint64(map->cycles.size()) } }
             : QJsonValue());
     const std::optional<DependencyProgress>& progress = imports.progress();
     object.insert(u"dependencyProgress"_s,
         progress ? QJsonObject { { u"phase"_s, progress->phase }, { u"done"_s, progress->done },
-                       { u"total"_s, progress->total } }
+            { u"total"_s, progress->total } }
                  : QJsonValue());
     const FileNode* selection = state.selection();
     const bool file = map && selection && !selection->isDirectory;
     object.insert(u"selectionImports"_s, file ? pathsOf(map->graph.imports(*selection)) : QJsonValue());
     object.insert(u"selectionImporters"_s, file ? pathsOf(map->graph.importedBy(*selection)) : QJsonValue());
     const std::optional<qsizetype> cycle = imports.chosenCycle();
-    object.insert(u"chosenCycle"_s, map && cycle ? pathsOf(map->filesOf(map->cycles[size_t(*cycle)])) : QJsonValue());
+    object.insert(
+        u"chosenCycle"_s, map && cycle ? pathsOf(map->filesOf(map->cycles[size_t(*cycle)])) : QJsonValue());
     object.insert(u"showImports"_s, imports.showImports());
 }
 
@@ -144,7 +145,8 @@ QByteArray stateJson(const AppState& state, const SceneController& scene)
     const LayoutResult& layout = scene.layout();
     const qint64 buildings = std::count_if(layout.placements.begin(), layout.placements.end(),
         [](const Placement& placement) { return placement.kind == PlacementKind::building; });
-    object.insert(u"drawn"_s, QJsonObject { { u"buildings"_s, buildings }, { u"links"_s, qint64(layout.edges.size()) } });
+    object.insert(u"drawn"_s,
+        QJsonObject { { u"buildings"_s, buildings }, { u"links"_s, qint64(layout.edges.size()) } });
     const QString note = emptySceneNote(scene);
     object.insert(u"notice"_s, note.isEmpty() ? QJsonValue() : QJsonValue(note));
     return QJsonDocument(object).toJson(QJsonDocument::Indented);
@@ -243,13 +245,16 @@ void StartupRunner::printTimings(qint64 frameMs) const
         else if (display.mode() != VisualizationMode::graph)
             CityLayout::build(*root, display.heightMode(), display.heightScale());
         else if (imports)
-            GraphLayout::place(*root, imports->graph, imports->positions, display.heightMode(), display.heightScale());
+            GraphLayout::place(
+                *root, imports->graph, imports->positions, display.heightMode(), display.heightScale());
         layoutMs = clock.elapsed();
     }
     const qint64 buildMs = m_window.sceneView().lastBuildMilliseconds();
-    std::fprintf(stderr, "scan %lld ms, imports %lld ms, layout %lld ms, scene build %lld ms, first frame %lld ms\n",
-        static_cast<long long>(m_scanMs), static_cast<long long>(m_importsMs), static_cast<long long>(layoutMs),
-        static_cast<long long>(std::max<qint64>(buildMs - layoutMs, 0)), static_cast<long long>(frameMs));
+    std::fprintf(stderr,
+        "scan %lld ms, imports %lld ms, layout %lld ms, scene build %lld ms, first frame %lld ms\n",
+        static_cast<long long>(m_scanMs), static_cast<long long>(m_importsMs),
+        static_cast<long long>(layoutMs), static_cast<long long>(std::max<qint64>(buildMs - layoutMs, 0)),
+        static_cast<long long>(frameMs));
 }
 
 int StartupRunner::finish()

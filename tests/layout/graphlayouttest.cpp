@@ -260,9 +260,9 @@ TEST(GraphLayout, AFolderOfTheGraphKeepsItsFilesWhereTheWholeGraphSettledThem)
     EXPECT_EQ(part.peak, whole.peak) << "heights keep the whole graph's scale";
 
     // Positions of another graph, or a tree the graph was not read from, place nothing.
-    EXPECT_TRUE(GraphLayout::place(*made.root, made.graph, { settled.begin(), settled.end() - 1 },
-        HeightMode::lines)
-                    .placements.empty());
+    EXPECT_TRUE(
+        GraphLayout::place(*made.root, made.graph, { settled.begin(), settled.end() - 1 }, HeightMode::lines)
+            .placements.empty());
     const auto other = makeTree(files(8, 4));
     EXPECT_TRUE(GraphLayout::place(*other, made.graph, settled, HeightMode::lines).placements.empty());
 }

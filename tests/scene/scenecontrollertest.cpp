@@ -350,11 +350,12 @@ std::shared_ptr<const ImportsMap> townImports(const std::shared_ptr<const FileNo
     auto map = std::make_shared<ImportsMap>();
     map->tree = root;
     map->graph = DependencyGraph::ofTree(*root);
-    const auto at = [&](const char* path) { return map->graph.fileSlots.value(root->find(QString::fromUtf8(path))); };
+    const auto at
+        = [&](const char* path) { return map->graph.fileSlots.value(root->find(QString::fromUtf8(path))); };
     if (linked) {
-        for (const auto& [from, to] : { std::pair { "src/main.c", "src/util.h" }, { "src/main.c", "src/net/http.h" },
-                 { "src/util.c", "src/util.h" }, { "src/net/http.c", "src/net/tls/tls.c" },
-                 { "src/net/tls/tls.c", "src/net/http.c" } })
+        for (const auto& [from, to] : { std::pair { "src/main.c", "src/util.h" },
+                 { "src/main.c", "src/net/http.h" }, { "src/util.c", "src/util.h" },
+                 { "src/net/http.c", "src/net/tls/tls.c" }, { "src/net/tls/tls.c", "src/net/http.c" } })
             map->graph.link(at(from), at(to));
     }
     map->positions = GraphLayout::settle(map->graph);
@@ -429,8 +430,10 @@ TEST(SceneController, AFocusLightsItsLinksInTheirColoursAndDimsTheRest)
     const FileNode* readme = root->find(u"README.md"_s);
     const auto shown = [&](const FileNode* file) {
         const EntityNode* entity = scene.entityFor(file);
-        const auto found = std::find_if(scene.boxInstances().begin(), scene.boxInstances().end(),
-            [&](const SceneInstance& box) { return box.base[0] == entity->parts[0].base.x() && box.base[2] == entity->parts[0].base.z(); });
+        const auto found = std::find_if(
+            scene.boxInstances().begin(), scene.boxInstances().end(), [&](const SceneInstance& box) {
+                return box.base[0] == entity->parts[0].base.x() && box.base[2] == entity->parts[0].base.z();
+            });
         return colorOf(*found);
     };
     const QColor before = shown(readme);

@@ -189,7 +189,8 @@ void writeImportingProject(const TempFolder& folder)
     folder.write(QStringLiteral("py/app/models/__init__.py"), "from .user import User\n");
     folder.write(QStringLiteral("py/app/models/user.py"), "from . import base\nfrom . import __init__\n");
     folder.write(QStringLiteral("py/app/models/base.py"), "import json\n");
-    folder.write(QStringLiteral("ts/src/main.ts"), "import { fmt } from './util';\nimport { View } from './ui/view';\n");
+    folder.write(QStringLiteral("ts/src/main.ts"),
+        "import { fmt } from './util';\nimport { View } from './ui/view';\n");
     folder.write(QStringLiteral("ts/src/util/index.ts"), "export * from './format';\n");
     folder.write(QStringLiteral("ts/src/util/format.ts"), "import { View } from '../ui/view';\n");
     folder.write(QStringLiteral("ts/src/ui/view.ts"), "import { fmt } from '../util';\n");

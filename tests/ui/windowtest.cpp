@@ -165,8 +165,7 @@ INSTANTIATE_TEST_SUITE_P(Keys, Script,
             { { u"railMode"_s, u"hidden"_s }, { u"drawerWidth"_s, 620 } } },
         ScriptCase { "EscapeClearsTheSelection", "Right Escape", { { u"selection"_s, QJsonValue() } } },
         ScriptCase { "SearchSaysItIsNotThereYet", "/",
-            { { u"errorMessage"_s, u"Search is not available yet."_s },
-                { u"mode"_s, u"city"_s } } }),
+            { { u"errorMessage"_s, u"Search is not available yet."_s }, { u"mode"_s, u"city"_s } } }),
     [](const auto& info) { return std::string(info.param.name); });
 
 // Ctrl+Down makes the selected file's folder the view root; Backspace climbs back to the top. The
@@ -283,7 +282,8 @@ TEST(Window, KeyFourDrawsTheImportsGraphAndTheSelectionsLinksAgreeWithTheImports
     ASSERT_GE(index, 0) << selection.toStdString();
     EXPECT_EQ(sorted(state[u"selectionImports"_s]), pathsAt(graph, graph[u"outgoing"_s][index].toArray()));
     EXPECT_EQ(sorted(state[u"selectionImporters"_s]), pathsAt(graph, graph[u"incoming"_s][index].toArray()));
-    EXPECT_FALSE(sorted(state[u"selectionImports"_s]).isEmpty() && sorted(state[u"selectionImporters"_s]).isEmpty());
+    EXPECT_FALSE(
+        sorted(state[u"selectionImports"_s]).isEmpty() && sorted(state[u"selectionImporters"_s]).isEmpty());
     EXPECT_GT(countNear(picture, darkAccent, 24), 20) << "the selection stands out";
 }
 
@@ -303,8 +303,8 @@ TEST(Window, TheGraphSnapshotIsDrawnInBothThemes)
     TempFolder out;
     for (const QString& theme : { u"dark"_s, u"light"_s }) {
         const QString image = out.path(theme + u".png"_s);
-        const Outcome run = korvane({ u"snapshot"_s, folder.path(), u"--out"_s, image, u"--mode"_s, u"graph"_s,
-            u"--theme"_s, theme, u"--size"_s, u"900x600"_s, u"--print-state"_s });
+        const Outcome run = korvane({ u"snapshot"_s, folder.path(), u"--out"_s, image, u"--mode"_s,
+            u"graph"_s, u"--theme"_s, theme, u"--size"_s, u"900x600"_s, u"--print-state"_s });
         ASSERT_EQ(run.exitCode, 0) << run.err.toStdString();
         EXPECT_EQ(parse(run.out)[u"drawn"_s][u"links"_s].toInt(), 10) << theme.toStdString();
         EXPECT_GT(distinctColours(QImage(image)), 40) << theme.toStdString();
