@@ -106,7 +106,7 @@ int main(int argc, char* argv[])
         config.mode = VisualizationMode::graph;
         imports->tree = tree;
         imports->graph = *DependencyReader::build(root);
-        imports->positions = GraphLayout::settle(imports->graph);
+        imports->positions = *GraphLayout::settle(imports->graph);
         scene.setImports(imports);
     }
     const Timing layout = milliseconds(21, [&](int) {

@@ -212,18 +212,16 @@ float Forces::idealDistanceFor(size_t files)
     return files > 0 ? std::max(spiralRadius(files) / std::sqrt(float(files)) * 2.2f, 2.2f) : 2.2f;
 }
 
-void Forces::run()
-{
-    for (int iteration = 0; iteration < m_iterations; ++iteration)
-        step(iteration);
-}
-
-std::vector<Point> settle(const DependencyGraph& graph)
+std::optional<std::vector<Point>> settle(const DependencyGraph& graph, const CancelFlagPtr& cancel)
 {
     if (graph.files.empty())
-        return {};
+        return std::vector<Point> {};
     Forces forces(graph);
-    forces.run();
+    for (int iteration = 0; iteration < forces.iterations(); ++iteration) {
+        if (cancel && cancel->isCancelled())
+            return std::nullopt;
+        forces.step(iteration);
+    }
     return std::move(forces.positions);
 }
 
@@ -307,7 +305,7 @@ LayoutResult place(const FileNode& root, const DependencyGraph& graph, const std
 LayoutResult build(const FileNode& root, const DependencyGraph& graph, HeightMode height, float scale)
 {
     // A graph of another tree, or none, places nothing.
-    return place(root, graph, graph.root == &root ? settle(graph) : std::vector<Point> {}, height, scale);
+    return place(root, graph, graph.root == &root ? *settle(graph) : std::vector<Point> {}, height, scale);
 }
 
 } // namespace GraphLayout

@@ -2,7 +2,9 @@
 
 #include "imports/dependencygraph.h"
 #include "layout/layoutresult.h"
+#include "scan/cancelflag.h"
 
+#include <optional>
 #include <vector>
 
 namespace GraphLayout {
@@ -27,7 +29,6 @@ public:
 
     // One iteration, 0-based: the step length shrinks as `iteration` nears iterations().
     void step(int iteration);
-    void run();
 
     std::vector<Point> positions;
     std::vector<Point> velocities;
@@ -44,8 +45,8 @@ private:
 };
 
 // Where the simulation leaves each file of the graph, by index; the costly half of the layout, which
-// depends on the graph alone.
-std::vector<Point> settle(const DependencyGraph& graph);
+// depends on the graph alone. Nothing once the flag is set (it is tested between iterations).
+std::optional<std::vector<Point>> settle(const DependencyGraph& graph, const CancelFlagPtr& cancel = {});
 
 // One building per file of the graph below `root` (the tree the graph was read from, or a folder of
 // it), at its settled position; wider the more files import it, and a line for each import between

@@ -3,6 +3,8 @@
 #include "layout/graphlayout.h"
 #include "layout/treelayout.h"
 
+#include <QElapsedTimer>
+
 #include <algorithm>
 #include <cmath>
 #include <limits>
@@ -97,6 +99,8 @@ void SceneController::build(const FileNode& root, const SceneConfig& config, boo
     const LotWeight& lot, const NodeSet* only)
 {
     m_config = config;
+    QElapsedTimer clock;
+    clock.start();
     switch (config.mode) {
     case VisualizationMode::tree:
         m_layout = TreeLayout::build(root, config.height, config.heightScale);
@@ -113,6 +117,7 @@ void SceneController::build(const FileNode& root, const SceneConfig& config, boo
                              : LayoutResult {};
         break;
     }
+    m_layoutMs = clock.elapsed();
     m_colors = ColorContext(config.color, config.theme.dark, root.allFiles());
 
     m_entities.clear();
@@ -281,8 +286,11 @@ void SceneController::setShadowsEnabled(bool enabled)
 
 void SceneController::setLinkFocus(LinkFocus focus)
 {
+    // Nothing lit before or after, as in the city whenever imports are not shown: nothing to redo.
+    const bool unchanged = focus.isEmpty() && m_focus.isEmpty();
     m_focus = std::move(focus);
-    refresh();
+    if (!unchanged)
+        refresh();
 }
 
 QColor SceneController::importsColor(const Theme& theme)
@@ -336,9 +344,7 @@ void SceneController::refresh()
         if (entity.hidden || entityFor(entity.file) != &entity)
             continue;
         QColor ring;
-        if (entity.selected)
-            ring = theme.accent;
-        else if (m_focus.cycle.contains(entity.file))
+        if (entity.selected || m_focus.cycle.contains(entity.file))
             ring = theme.accent;
         else if (m_focus.imports.contains(entity.file))
             ring = importsColor(theme);

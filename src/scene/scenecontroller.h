@@ -70,6 +70,8 @@ public:
     const LayoutResult& layout() const { return m_layout; }
     const ColorContext& colors() const { return m_colors; }
     float radius() const { return m_radius; }
+    // How long the last build's layout took, of the whole build.
+    qint64 layoutMilliseconds() const { return m_layoutMs; }
 
     const std::vector<EntityNode>& entities() const { return m_entities; }
     // The entity that stands for the node: its building, or its lot or disc for a folder.
@@ -145,6 +147,7 @@ private:
     QList<LegendEntry> m_legend;
     SceneBox m_bounds;
     float m_radius = 4;
+    qint64 m_layoutMs = 0;
     bool m_built = false;
 
     const FileNode* m_selection = nullptr;

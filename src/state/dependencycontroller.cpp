@@ -16,13 +16,10 @@ std::shared_ptr<const ImportsMap> readImports(const std::shared_ptr<const FileNo
     auto map = std::make_shared<ImportsMap>();
     map->tree = tree;
     map->graph = std::move(*graph);
-    GraphLayout::Forces forces(map->graph);
-    for (int iteration = 0; iteration < forces.iterations(); ++iteration) {
-        if (cancel->isCancelled())
-            return nullptr;
-        forces.step(iteration);
-    }
-    map->positions = std::move(forces.positions);
+    std::optional<std::vector<GraphLayout::Point>> positions = GraphLayout::settle(map->graph, cancel);
+    if (!positions)
+        return nullptr;
+    map->positions = std::move(*positions);
     map->cycles = map->graph.cycles();
     std::stable_sort(map->cycles.begin(), map->cycles.end(),
         [](const auto& a, const auto& b) { return a.size() > b.size(); });

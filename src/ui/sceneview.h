@@ -19,6 +19,7 @@ public:
     ~SceneView() override;
 
     SceneController& controller() { return m_controller; }
+    const SceneController& controller() const { return m_controller; }
     // Builds now whatever is waiting to be built; scripts call it before they read the screen.
     void flush();
     // Puts the camera at its goal at once (scripted keys and snapshots do not wait for easing).

@@ -1,8 +1,5 @@
 #include "ui/startup.h"
 
-#include "layout/citylayout.h"
-#include "layout/graphlayout.h"
-#include "layout/treelayout.h"
 #include "scene/labels.h"
 #include "ui/mainwindow.h"
 #include "ui/sceneview.h"
@@ -231,29 +228,15 @@ void StartupRunner::waitForImports()
     QCoreApplication::processEvents();
 }
 
-// The scene build runs the layout inside it; the layout is timed again alone to split the two.
 void StartupRunner::printTimings(qint64 frameMs) const
 {
-    qint64 layoutMs = 0;
-    if (const FileNode* root = m_state.viewRoot()) {
-        QElapsedTimer clock;
-        clock.start();
-        const DisplaySettings& display = m_state.display();
-        const std::shared_ptr<const ImportsMap>& imports = m_state.imports().dependencies();
-        if (display.mode() == VisualizationMode::tree)
-            TreeLayout::build(*root, display.heightMode(), display.heightScale());
-        else if (display.mode() != VisualizationMode::graph)
-            CityLayout::build(*root, display.heightMode(), display.heightScale());
-        else if (imports)
-            GraphLayout::place(
-                *root, imports->graph, imports->positions, display.heightMode(), display.heightScale());
-        layoutMs = clock.elapsed();
-    }
-    const qint64 buildMs = m_window.sceneView().lastBuildMilliseconds();
+    const SceneView& scene = m_window.sceneView();
+    const qint64 layoutMs = scene.controller().layoutMilliseconds();
     std::fprintf(stderr,
         "scan %lld ms, imports %lld ms, layout %lld ms, scene build %lld ms, first frame %lld ms\n",
         static_cast<long long>(m_scanMs), static_cast<long long>(m_importsMs),
-        static_cast<long long>(layoutMs), static_cast<long long>(std::max<qint64>(buildMs - layoutMs, 0)),
+        static_cast<long long>(layoutMs),
+        static_cast<long long>(std::max<qint64>(scene.lastBuildMilliseconds() - layoutMs, 0)),
         static_cast<long long>(frameMs));
 }
 

@@ -240,7 +240,7 @@ TEST(GraphLayout, AFolderOfTheGraphKeepsItsFilesWhereTheWholeGraphSettledThem)
 {
     // d000 holds files 0–3, d001 files 4–7; links inside d000, inside d001 and across.
     const Graphed made = graphOf(files(8, 4), { { 0, 1 }, { 1, 2 }, { 4, 5 }, { 2, 6 }, { 7, 3 } });
-    const std::vector<GraphLayout::Point> settled = GraphLayout::settle(made.graph);
+    const std::vector<GraphLayout::Point> settled = *GraphLayout::settle(made.graph);
     const LayoutResult whole = GraphLayout::place(*made.root, made.graph, settled, HeightMode::lines);
     ASSERT_EQ(whole.placements.size(), 8u);
     EXPECT_EQ(whole.edges.size(), 5u);

@@ -358,7 +358,7 @@ std::shared_ptr<const ImportsMap> townImports(const std::shared_ptr<const FileNo
                  { "src/net/http.c", "src/net/tls/tls.c" }, { "src/net/tls/tls.c", "src/net/http.c" } })
             map->graph.link(at(from), at(to));
     }
-    map->positions = GraphLayout::settle(map->graph);
+    map->positions = *GraphLayout::settle(map->graph);
     map->cycles = map->graph.cycles();
     return map;
 }
