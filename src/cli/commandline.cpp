@@ -32,18 +32,20 @@ const QList<Command>& commands()
             1, { QStringLiteral("--json"), QStringLiteral("--summary") }, {}, sexpr },
         { QStringLiteral("snapshot"),
             QStringLiteral(
-                "snapshot PATH --out FILE.png [--mode city|tree|graph] [--color language|age|churn|status] "
-                "[--height lines|size|churn|flat] [--theme dark|light] [--size WxH] [--keys KEYS] "
-                "[--show-imports] [--print-state] [--timings]"),
+                "snapshot PATH --out FILE.png [--mode city|tree|history|graph] [--at "
+                "N|start|middle|end|HASH] "
+                "[--color language|age|churn|status] [--height lines|size|churn|flat] [--theme dark|light] "
+                "[--size WxH] [--keys KEYS] [--show-imports] [--print-state] [--timings]"),
             QStringLiteral("Draw a folder into an image without showing the window (needs a display or "
-                           "xvfb-run); --keys plays keys first, --show-imports draws the selected file's "
-                           "imports over the city, --print-state prints the state the keys leave"),
+                           "xvfb-run); --at puts the history's playhead on a commit, --keys plays keys "
+                           "first, --show-imports draws the selected file's imports over the city, "
+                           "--print-state prints the state the keys leave"),
             1,
             { QStringLiteral("--print-state"), QStringLiteral("--timings"),
                 QStringLiteral("--show-imports") },
-            { QStringLiteral("--out"), QStringLiteral("--mode"), QStringLiteral("--color"),
-                QStringLiteral("--height"), QStringLiteral("--theme"), QStringLiteral("--size"),
-                QStringLiteral("--keys") },
+            { QStringLiteral("--out"), QStringLiteral("--mode"), QStringLiteral("--at"),
+                QStringLiteral("--color"), QStringLiteral("--height"), QStringLiteral("--theme"),
+                QStringLiteral("--size"), QStringLiteral("--keys") },
             {} },
         { QStringLiteral("outline"), QStringLiteral("outline FILE [--filter QUERY] [--tiles WxH] [--json]"),
             QStringLiteral("Read one page, stylesheet, script, C-family or Rust file into its parts and the "

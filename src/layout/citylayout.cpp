@@ -110,14 +110,12 @@ public:
             const double fraction = lot.aggregated
                 ? 0.88
                 : 0.62 + 0.24 * std::min(std::sqrt(double(std::max<qint64>(lot.node->lines, 1))) / 30, 1.0);
-            const double t
-                = m_height == HeightMode::flat ? 0.12 : std::pow(std::max(measures[i], 0.0) / maxValue, 0.62);
-            const auto height = float(std::max(peak * t + 0.16, 0.16));
+            const float height = buildingHeight(measures[i], result);
             const auto width = float(std::max(fraction * lot.rect.width, 0.08));
             const auto depthExtent = float(std::max(fraction * lot.rect.depth, 0.08));
             const auto cx = float(lot.rect.x + lot.rect.width / 2),
                        cz = float(lot.rect.z + lot.rect.depth / 2);
-            const bool setback = !lot.aggregated && height > 2.2f && height > 0.18f * peak;
+            const bool setback = hasSetback(height, peak, lot.aggregated);
             if (lot.depth == 0 && !lot.aggregated) {
                 result.placements.push_back({ lot.node, PlacementKind::paving, { cx, 0.006f, cz },
                     { float(0.94 * lot.rect.width), 0, float(0.94 * lot.rect.depth) }, false, 1, false });
@@ -151,6 +149,19 @@ private:
 };
 
 } // namespace
+
+float buildingHeight(double measure, const LayoutResult& result)
+{
+    const double t = result.metric.mode == HeightMode::flat
+        ? 0.12
+        : std::pow(std::max(measure, 0.0) / std::max(result.metric.maxValue, 1.0), 0.62);
+    return float(std::max(result.peak * t + 0.16, 0.16));
+}
+
+bool hasSetback(float height, float peak, bool aggregated)
+{
+    return !aggregated && height > 2.2f && height > 0.18f * peak;
+}
 
 LayoutResult build(
     const FileNode& root, HeightMode height, float scale, const LotWeight& lot, const NodeSet* only)

@@ -15,4 +15,9 @@ using LotWeight = std::function<double(const FileNode& file)>;
 LayoutResult build(const FileNode& root, HeightMode height, float scale = 1, const LotWeight& lot = {},
     const NodeSet* only = nullptr);
 
+// The height of a building whose measure is `measure` in a city laid out as `result`, and whether a
+// building that tall steps back near its top; the history view moves heights with these.
+float buildingHeight(double measure, const LayoutResult& result);
+bool hasSetback(float height, float peak, bool aggregated);
+
 } // namespace CityLayout

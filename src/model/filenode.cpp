@@ -127,6 +127,8 @@ QList<LanguageShare> FileNode::languageBreakdown() const
     QList<LanguageShare> shares;
     QHash<QString, qsizetype> index;
     forEach([&](const FileNode& file) {
+        if (file.fileCount == 0)
+            return; // a file of a replayed history that is not there at the moment shown
         auto it = index.find(file.language->name);
         if (it == index.end()) {
             it = index.insert(file.language->name, shares.size());

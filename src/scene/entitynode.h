@@ -34,7 +34,7 @@ struct EntityNode {
     QString colorKey;
     QColor baseColor;
     std::vector<ScenePart> parts;
-    bool touched = false;
+    float touched = 0; // the strength of its mark: 1 fresh, 0 none
     float height = 1;
     bool filteredOut = false;
     bool hidden = false;

@@ -1,5 +1,6 @@
 #include "scene/scenecontroller.h"
 
+#include "layout/citylayout.h"
 #include "layout/graphlayout.h"
 #include "layout/treelayout.h"
 
@@ -99,6 +100,7 @@ void SceneController::build(const FileNode& root, const SceneConfig& config, boo
     const LotWeight& lot, const NodeSet* only)
 {
     m_config = config;
+    m_root = &root;
     QElapsedTimer clock;
     clock.start();
     switch (config.mode) {
@@ -184,6 +186,7 @@ void SceneController::clear()
     m_filteredOut = {};
     m_hidden = {};
     m_touched.clear();
+    m_root = nullptr;
     m_imports.reset();
     m_focus = {};
     ++m_shapeGeneration;
@@ -227,7 +230,13 @@ EntityNode SceneController::makeEntity(const Placement& placement) const
     // Marks set before this build carry over to the nodes that are still drawn.
     entity.filteredOut = m_filteredOut && m_filteredOut(*placement.file);
     entity.hidden = m_hidden && m_hidden(*placement.file);
-    entity.touched = m_touched.contains(placement.file);
+    entity.touched = m_touched.value(placement.file);
+    if (entity.touched > 0 && placement.kind == PlacementKind::building) {
+        // A fresh mark tints the building as well as outlining it, so a fast replay shows where the
+        // work happens.
+        for (ScenePart& part : entity.parts)
+            part.color = mix(part.color, m_config.theme.mark, 0.5 * double(entity.touched));
+    }
     return entity;
 }
 
@@ -270,9 +279,63 @@ void SceneController::setHidden(const NodePredicate& isHidden)
 
 void SceneController::setTouched(const NodeSet& touched)
 {
-    m_touched = touched;
-    for (EntityNode& entity : m_entities)
-        entity.touched = m_touched.contains(entity.file);
+    QHash<const FileNode*, float> strengths;
+    for (const FileNode* file : touched)
+        strengths.insert(file, 1);
+    setTouched(strengths);
+}
+
+void SceneController::setTouched(const QHash<const FileNode*, float>& strengths)
+{
+    if (strengths.isEmpty() && m_touched.isEmpty())
+        return;
+    m_touched = strengths;
+    for (EntityNode& entity : m_entities) {
+        if (entity.touched != m_touched.value(entity.file))
+            restyle(entity);
+    }
+    refresh();
+}
+
+void SceneController::restyle(EntityNode& entity) const
+{
+    const bool selected = entity.selected;
+    entity = makeEntity(*entity.placement);
+    entity.selected = selected;
+}
+
+double SceneController::measureOf(const Placement& placement) const
+{
+    const FileNode& node = *placement.file;
+    if (!node.isDirectory || m_config.height == HeightMode::flat)
+        return heightMeasure(node, m_config.height);
+    double largest = 0;
+    node.forEach([&](const FileNode& file) {
+        if (!m_hidden || !m_hidden(file))
+            largest = std::max(largest, heightMeasure(file, m_config.height));
+    });
+    return largest;
+}
+
+void SceneController::remeasure(const NodePredicate& isHidden)
+{
+    m_hidden = isHidden;
+    if (m_root && (m_config.color == ColorMode::age || m_config.color == ColorMode::churn))
+        m_colors = ColorContext(m_config.color, m_config.theme.dark, m_root->allFiles());
+    for (EntityNode& entity : m_entities) {
+        entity.hidden = m_hidden && m_hidden(*entity.file);
+        if (entity.kind() != PlacementKind::building) {
+            continue;
+        }
+        Placement& placement = *entity.placement;
+        if (!entity.hidden) {
+            placement.size.y = CityLayout::buildingHeight(measureOf(placement), m_layout);
+            placement.setback = CityLayout::hasSetback(placement.size.y, m_layout.peak, placement.aggregate);
+        }
+        restyle(entity);
+    }
+    makeLegend();
+    ++m_shapeGeneration;
     refresh();
 }
 
@@ -350,8 +413,9 @@ void SceneController::refresh()
             ring = importsColor(theme);
         else if (m_focus.importers.contains(entity.file))
             ring = importersColor(theme);
-        else if (entity.touched)
-            ring = theme.mark;
+        else if (entity.touched > 0)
+            ring = QColor::fromRgbF(
+                theme.mark.redF(), theme.mark.greenF(), theme.mark.blueF(), entity.touched);
         else
             continue;
         for (const ScenePart& part : entity.parts)
@@ -430,7 +494,7 @@ void SceneController::makeLegend()
     QHash<QString, qsizetype> at;
     m_legend.clear();
     for (const EntityNode& entity : m_entities) {
-        if (entity.kind() != PlacementKind::building)
+        if (entity.kind() != PlacementKind::building || entity.hidden)
             continue;
         const auto known = at.constFind(entity.colorKey);
         if (known != at.cend()) {

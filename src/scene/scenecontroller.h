@@ -85,6 +85,11 @@ public:
     void clearFilter() { setFilteredOut(NodePredicate()); }
     void setHidden(const NodePredicate& isHidden); // not drawn, not picked, not listed
     void setTouched(const NodeSet& touched); // outlined in the theme's mark colour
+    // Marks that fade: a strength of 1 is a full mark, 0 none.
+    void setTouched(const QHash<const FileNode*, float>& strengths);
+    // The files' values have moved on (the history view's playhead): buildings take the heights and
+    // colours their nodes give now, and those `isHidden` names go, without laying the city out again.
+    void remeasure(const NodePredicate& isHidden);
     void setShadowsEnabled(bool enabled);
     // The imports the graph view is laid out from; they take effect at the next build.
     void setImports(std::shared_ptr<const ImportsMap> imports) { m_imports = std::move(imports); }
@@ -131,6 +136,10 @@ public:
 
 private:
     EntityNode makeEntity(const Placement& placement) const;
+    // A building's measure for the height mode: a folder drawn whole takes its tallest shown file.
+    double measureOf(const Placement& placement) const;
+    // Makes the entity again from its placement, keeping its selection.
+    void restyle(EntityNode& entity) const;
     QColor shownColor(const EntityNode& entity, const ScenePart& part) const;
     void makeLegend();
     void refresh(); // repacks the instance lists after any change
@@ -153,7 +162,8 @@ private:
     const FileNode* m_selection = nullptr;
     NodePredicate m_filteredOut;
     NodePredicate m_hidden;
-    NodeSet m_touched;
+    QHash<const FileNode*, float> m_touched;
+    const FileNode* m_root = nullptr;
     bool m_shadows = true;
     std::shared_ptr<const ImportsMap> m_imports;
     LinkFocus m_focus;

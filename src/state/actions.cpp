@@ -36,7 +36,7 @@ constexpr std::array<ActionInfo, std::size_t(Action::recentOpen) + 1> actionTabl
     { Action::commitOn, "commitOn", ".", "One commit on" },
     { Action::commitBack10, "commitBack10", "<", "Ten commits back" },
     { Action::commitOn10, "commitOn10", ">", "Ten commits on" },
-    { Action::commitStart, "commitStart", "", "The first commit" },
+    { Action::commitStart, "commitStart", "", "The start, before the first commit" },
     { Action::commitMid, "commitMid", "", "The middle commit" },
     { Action::commitEnd, "commitEnd", "", "The last commit" },
     { Action::color, "color", "c", "Next colouring" },
@@ -137,15 +137,6 @@ QString actionDescription(Action action)
 std::optional<MissingFeature> missingFeature(Action action)
 {
     switch (action) {
-    case Action::history:
-    case Action::play:
-    case Action::commitBack:
-    case Action::commitOn:
-    case Action::commitBack10:
-    case Action::commitOn10:
-    case Action::commitStart:
-    case Action::commitMid:
-    case Action::commitEnd: return MissingFeature::history;
     case Action::search:
     case Action::searchPrevious:
     case Action::searchNext:
@@ -169,7 +160,6 @@ std::optional<MissingFeature> missingFeature(Action action)
 QString missingMessage(MissingFeature feature)
 {
     switch (feature) {
-    case MissingFeature::history: return QStringLiteral("History playback is not available yet.");
     case MissingFeature::search: return QStringLiteral("Search is not available yet.");
     case MissingFeature::picker: return QStringLiteral("The folder picker is not available yet.");
     case MissingFeature::remote: return QStringLiteral("Downloading a repository is not available yet.");

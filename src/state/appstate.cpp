@@ -7,11 +7,13 @@ AppState::AppState(QObject* parent, bool persistent)
     m_filters = adopt<Filters>();
     m_scan = adopt<ScanController>(m_pool);
     m_imports = adopt<DependencyController>(m_pool);
+    m_timeline = adopt<TimelineController>(m_pool);
     m_panels = adopt<Panels>();
     m_recents = adopt<Recents>(persistent);
     connect(m_display, &DisplaySettings::modeChanged, this, &AppState::modeChanged);
     connect(m_scan, &ScanController::scanned, this, [this](const ScanResult& result) { apply(result); });
     connect(m_imports, &DependencyController::showImportsChanged, this, &AppState::followImportsNeed);
+    connect(m_timeline, &TimelineController::phaseChanged, this, &AppState::followHistory);
 }
 
 AppState::~AppState()
@@ -19,6 +21,7 @@ AppState::~AppState()
     // Scans stop at their next check of the flag; none may outlive the state.
     m_scan->cancel();
     m_imports->cancel();
+    m_timeline->cancel();
     m_pool.waitForDone();
 }
 
@@ -41,6 +44,7 @@ void AppState::apply(ScanResult result)
 {
     // Views let go of the old tree before it is freed, at the end of this function.
     const std::shared_ptr<FileNode> previous = std::move(m_root);
+    const std::shared_ptr<const HistoryCity> previousHistory = m_timeline->city();
     installRoot(std::move(result));
     for (StateController* controller : std::as_const(m_controllers))
         controller->folderChanged({ m_root, m_isGit });
@@ -80,15 +84,46 @@ void AppState::setErrorMessage(const std::optional<QString>& message)
     emit errorMessageChanged();
 }
 
-// Leaving history for the graph starts again from the whole folder.
+// The history view shows a city of its own; leaving it starts again from the whole folder.
 void AppState::modeChanged(VisualizationMode previous)
 {
-    if (m_display->mode() == VisualizationMode::graph) {
+    const VisualizationMode mode = m_display->mode();
+    if (mode == VisualizationMode::graph)
         m_modeBeforeGraph = previous == VisualizationMode::history ? VisualizationMode::city : previous;
-        if (previous == VisualizationMode::history)
-            setViewRoot(m_root.get());
+    if (mode == VisualizationMode::history) {
+        m_modeBeforeHistory = previous;
+        // A reading that failed or was cancelled is tried again.
+        if (m_timeline->phase() == TimelineController::Phase::failed && m_root)
+            m_timeline->load(m_root->url);
+        followHistory();
+    } else if (previous == VisualizationMode::history) {
+        m_timeline->stop();
+        setViewRoot(m_root.get());
     }
     followImportsNeed();
+}
+
+void AppState::followHistory()
+{
+    if (m_display->mode() != VisualizationMode::history)
+        return;
+    const FileNode* history = m_timeline->root();
+    if (!history) {
+        setViewRoot(m_root.get());
+        return;
+    }
+    if (!isUnder(m_viewRoot, history))
+        setViewRoot(history);
+}
+
+bool AppState::stopReadingHistory()
+{
+    if (m_display->mode() != VisualizationMode::history
+        || m_timeline->phase() != TimelineController::Phase::indexing)
+        return false;
+    m_timeline->cancel();
+    m_display->setMode(m_modeBeforeHistory);
+    return true;
 }
 
 void AppState::followImportsNeed()

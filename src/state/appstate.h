@@ -8,6 +8,7 @@
 #include "state/recents.h"
 #include "state/scancontroller.h"
 #include "state/scenehost.h"
+#include "state/timelinecontroller.h"
 
 #include <QObject>
 #include <QThreadPool>
@@ -46,6 +47,8 @@ public:
     const ScanController& scan() const { return *m_scan; }
     DependencyController& imports() { return *m_imports; }
     const DependencyController& imports() const { return *m_imports; }
+    TimelineController& timeline() { return *m_timeline; }
+    const TimelineController& timeline() const { return *m_timeline; }
 
     // --- the folder -------------------------------------------------------------------------
     const FileNode* root() const { return m_root.get(); }
@@ -79,17 +82,21 @@ public:
     bool move(MoveDirection direction);
     // Into a folder's largest file; into a file's parts; else zoom to the file.
     bool enter();
-    // Closes the topmost thing: the key sheet, the message, a reading of the imports, the lit import
-    // cycle, the walked-into file, the selection, and last the view root.
+    // Closes the topmost thing: the key sheet, the message, a reading of the imports or of the
+    // history, the lit import cycle, the walked-into file, the selection, and last the view root.
     bool escape();
     // Stops reading the imports, if they are being read, and leaves the graph for the view before it.
     bool stopReadingImports();
+    // Stops reading the history, if the history view waits for it, and leaves for the view before.
+    bool stopReadingHistory();
     // Up one level: the selection's folder, then the view root's.
     bool ascend();
     // Makes a folder (or a file's folder) the view root.
     bool dive(const FileNode* node);
     bool cycleSibling(int step);
 
+    // Whether the node is the folder or lies inside it.
+    static bool isUnder(const FileNode* node, const FileNode* folder);
     // The candidate with the lowest score along + 2.5 × across inside the direction's cone, if any
     // (the first wins a tie).
     static std::optional<std::size_t> nearest(
@@ -108,6 +115,8 @@ private:
     // Reads the imports when the view needs them (the graph, or the imports over the city) and
     // stops a reading that nothing needs any more.
     void followImportsNeed();
+    // Shows the history's city once it is read, while the history view is on.
+    void followHistory();
     bool selectNearestCentre();
 
     // Background jobs run here; the state waits for them before it goes.
@@ -117,6 +126,7 @@ private:
     Filters* m_filters = nullptr;
     ScanController* m_scan = nullptr;
     DependencyController* m_imports = nullptr;
+    TimelineController* m_timeline = nullptr;
     Panels* m_panels = nullptr;
     Recents* m_recents = nullptr;
 
@@ -130,5 +140,6 @@ private:
     std::optional<QString> m_errorMessage;
     std::optional<QString> m_pendingSelection;
     VisualizationMode m_modeBeforeGraph = VisualizationMode::city;
+    VisualizationMode m_modeBeforeHistory = VisualizationMode::city;
     SceneHost* m_scene = nullptr;
 };

@@ -55,6 +55,7 @@ private:
     std::optional<bool> performNavigation(Action action);
     std::optional<bool> performCamera(Action action);
     std::optional<bool> performDisplay(Action action);
+    std::optional<bool> performHistory(Action action);
     std::optional<bool> performPanels(Action action);
     std::optional<bool> performFilters(Action action);
     std::optional<bool> performFolder(Action action);

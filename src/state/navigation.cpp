@@ -18,7 +18,9 @@ QPointF unit(MoveDirection direction)
     return {};
 }
 
-bool isUnder(const FileNode* node, const FileNode* folder)
+} // namespace
+
+bool AppState::isUnder(const FileNode* node, const FileNode* folder)
 {
     for (; node; node = node->parent) {
         if (node == folder)
@@ -26,8 +28,6 @@ bool isUnder(const FileNode* node, const FileNode* folder)
     }
     return false;
 }
-
-} // namespace
 
 std::optional<std::size_t> AppState::nearest(
     QPointF from, MoveDirection direction, const std::vector<QPointF>& candidates)
@@ -70,6 +70,8 @@ void AppState::select(const FileNode* node, bool follow, bool frame)
         m_selection = node;
         emit selectionChanged();
     }
+    if (m_display->mode() == VisualizationMode::history)
+        m_timeline->highlight(node);
     if (node && m_scene && (follow || frame))
         m_scene->focus(*node, follow, frame);
 }
@@ -181,7 +183,7 @@ bool AppState::escape()
         m_panels->setShowRemote(false);
         return true;
     }
-    if (stopReadingImports())
+    if (stopReadingImports() || stopReadingHistory())
         return true;
     if (m_imports->chosenCycle()) {
         m_imports->chooseCycle(std::nullopt);

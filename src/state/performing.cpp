@@ -45,21 +45,18 @@ bool KeyRouter::perform(Action action)
         refuse(action, *missing);
         return false;
     }
-    for (const auto group :
-        { &KeyRouter::performNavigation, &KeyRouter::performCamera, &KeyRouter::performDisplay,
-            &KeyRouter::performPanels, &KeyRouter::performFilters, &KeyRouter::performFolder }) {
+    for (const auto group : { &KeyRouter::performNavigation, &KeyRouter::performCamera,
+             &KeyRouter::performDisplay, &KeyRouter::performHistory, &KeyRouter::performPanels,
+             &KeyRouter::performFilters, &KeyRouter::performFolder }) {
         if (const std::optional<bool> done = (this->*group)(action))
             return *done;
     }
     return false;
 }
 
-void KeyRouter::refuse(Action action, MissingFeature feature)
+void KeyRouter::refuse(Action, MissingFeature feature)
 {
-    std::optional<QString> why;
-    if (action == Action::history)
-        why = m_state.display().refusal(VisualizationMode::history);
-    m_state.setErrorMessage(why.value_or(missingMessage(feature)));
+    m_state.setErrorMessage(missingMessage(feature));
 }
 
 std::optional<bool> KeyRouter::performNavigation(Action action)
@@ -113,19 +110,51 @@ std::optional<bool> KeyRouter::performDisplay(Action action)
     switch (action) {
     case Action::city:
     case Action::tree:
-    case Action::graph:
+    case Action::history:
+    case Action::graph: {
+        const auto mode = action == Action::city ? VisualizationMode::city
+            : action == Action::tree             ? VisualizationMode::tree
+            : action == Action::history          ? VisualizationMode::history
+                                                 : VisualizationMode::graph;
+        if (const std::optional<QString> why = display.refusal(mode)) {
+            m_state.setErrorMessage(*why);
+            return false;
+        }
         if (!m_state.root())
             return false;
-        display.setMode(action == Action::city ? VisualizationMode::city
-                : action == Action::tree       ? VisualizationMode::tree
-                                               : VisualizationMode::graph);
+        display.setMode(mode);
         return true;
+    }
     case Action::color: return display.cycleColor(1), true;
     case Action::colorBack: return display.cycleColor(-1), true;
     case Action::height: return display.cycleHeight(1), true;
     case Action::heightBack: return display.cycleHeight(-1), true;
     case Action::autoFrame: return display.setAutoFrame(!display.autoFrame()), true;
     case Action::theme: return display.setDark(!display.dark()), true;
+    default: return std::nullopt;
+    }
+}
+
+// Playback, in the history view once its history is read.
+std::optional<bool> KeyRouter::performHistory(Action action)
+{
+    TimelineController& timeline = m_state.timeline();
+    const bool ready = m_state.display().mode() == VisualizationMode::history && timeline.isReady();
+    const qint64 last = timeline.commitCount() - 1;
+    const auto moveTo = [&](qint64 target) {
+        timeline.stop();
+        timeline.move(target);
+        return true;
+    };
+    switch (action) {
+    case Action::play: return ready && (timeline.togglePlay(), true);
+    case Action::commitBack: return ready && moveTo(timeline.position() - 1);
+    case Action::commitOn: return ready && moveTo(timeline.position() + 1);
+    case Action::commitBack10: return ready && moveTo(timeline.position() - 10);
+    case Action::commitOn10: return ready && moveTo(timeline.position() + 10);
+    case Action::commitStart: return ready && moveTo(-1);
+    case Action::commitMid: return ready && moveTo(last / 2);
+    case Action::commitEnd: return ready && moveTo(last);
     default: return std::nullopt;
     }
 }

@@ -5,6 +5,7 @@
 #include "ui/panels.h"
 #include "ui/sceneview.h"
 #include "ui/style.h"
+#include "ui/timelinebar.h"
 #include "ui/welcomeview.h"
 
 #include <QApplication>
@@ -71,13 +72,21 @@ MainWindow::MainWindow(AppState& state, QWidget* parent)
     m_rail->header()->setStretchLastSection(false);
     m_rail->header()->setSectionResizeMode(0, QHeaderView::Stretch);
     m_rail->header()->setSectionResizeMode(1, QHeaderView::ResizeToContents);
-    m_scene = new SceneView(state, m_viewer);
+    // The scene, with the history's bar under it while the history is shown.
+    auto* centre = new QWidget(m_viewer);
+    m_scene = new SceneView(state, centre);
+    m_timeline = new TimelineBar(state, m_router, centre);
+    auto* column = new QVBoxLayout(centre);
+    column->setContentsMargins(0, 0, 0, 0);
+    column->setSpacing(0);
+    column->addWidget(m_scene, 1);
+    column->addWidget(m_timeline);
     m_drawer = new Drawer(state, m_viewer);
     auto* body = new QHBoxLayout(m_viewer);
     body->setContentsMargins(0, 0, 0, 0);
     body->setSpacing(0);
     body->addWidget(m_rail);
-    body->addWidget(m_scene, 1);
+    body->addWidget(centre, 1);
     body->addWidget(m_drawer);
 
     m_banner = new MessageBanner(state, m_stage);
@@ -162,8 +171,9 @@ QWidget* MainWindow::makeMasthead()
     };
     m_cityButton = button(QStringLiteral("City"), Action::city);
     m_treeButton = button(QStringLiteral("Tree"), Action::tree);
+    m_historyButton = button(QStringLiteral("History"), Action::history);
     m_graphButton = button(QStringLiteral("Graph"), Action::graph);
-    for (QPushButton* mode : { m_cityButton, m_treeButton, m_graphButton })
+    for (QPushButton* mode : { m_cityButton, m_treeButton, m_historyButton, m_graphButton })
         mode->setCheckable(true);
     m_colorButton = button({}, Action::color);
     m_heightButton = button({}, Action::height);
@@ -175,6 +185,7 @@ QWidget* MainWindow::makeMasthead()
     modes->setSpacing(6);
     modes->addWidget(m_cityButton);
     modes->addWidget(m_treeButton);
+    modes->addWidget(m_historyButton);
     modes->addWidget(m_graphButton);
     modes->addSpacing(12);
     modes->addWidget(m_colorButton);
@@ -208,13 +219,15 @@ void MainWindow::refreshMasthead()
     facts << Format::count(root->fileCount, u"file") << Format::count(root->lines, u"line");
     if (m_state.truncated())
         facts << QStringLiteral("first %1 files only").arg(Format::grouped(root->fileCount));
-    if (m_state.viewRoot() && m_state.viewRoot() != root)
+    if (m_state.viewRoot() && !m_state.viewRoot()->relativePath.isEmpty())
         facts << QStringLiteral("in ") + m_state.viewRoot()->relativePath;
     m_facts->setText(facts.join(QStringLiteral("  ·  ")));
     setWindowTitle(root->name + QStringLiteral(" — Korvane"));
     const DisplaySettings& display = m_state.display();
     m_cityButton->setChecked(display.mode() == VisualizationMode::city);
     m_treeButton->setChecked(display.mode() == VisualizationMode::tree);
+    m_historyButton->setChecked(display.mode() == VisualizationMode::history);
+    m_historyButton->setEnabled(m_state.isGit());
     m_graphButton->setChecked(display.mode() == VisualizationMode::graph);
     m_colorButton->setText(QStringLiteral("Colour: ") + modeName(display.colorMode()));
     m_heightButton->setText(QStringLiteral("Height: ") + modeName(display.heightMode()));
@@ -257,7 +270,8 @@ void MainWindow::placeOverlays()
     const QRect area = m_stage->rect();
     const int left = m_rail->isVisible() && m_state.root() ? m_rail->width() : 0;
     const int right = m_drawer->isVisible() && m_state.root() ? m_drawer->width() : 0;
-    const QRect scene = area.adjusted(left, 0, -right, 0);
+    const int bottom = m_timeline->isVisible() ? m_timeline->height() : 0;
+    const QRect scene = area.adjusted(left, 0, -right, -bottom);
     m_banner->setFixedWidth(std::min(560, scene.width() - 32));
     m_banner->adjustSize();
     m_banner->move(scene.center().x() - m_banner->width() / 2, 16);
@@ -287,7 +301,9 @@ void MainWindow::syncRail()
 
 bool MainWindow::eventFilter(QObject* watched, QEvent* event)
 {
-    if (watched == m_stage && event->type() == QEvent::Resize)
+    const bool moved
+        = event->type() == QEvent::Resize || event->type() == QEvent::Show || event->type() == QEvent::Hide;
+    if ((watched == m_stage && event->type() == QEvent::Resize) || (watched == m_timeline && moved))
         placeOverlays();
     if (event->type() != QEvent::KeyPress)
         return false;

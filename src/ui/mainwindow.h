@@ -16,6 +16,7 @@ class QPushButton;
 class QStackedWidget;
 class QTreeView;
 class SceneView;
+class TimelineBar;
 class WelcomeView;
 
 // The window: a masthead with the folder and the modes, the folder rail on the left, the scene in
@@ -55,6 +56,7 @@ private:
     QLabel* m_facts = nullptr;
     QPushButton* m_cityButton = nullptr;
     QPushButton* m_treeButton = nullptr;
+    QPushButton* m_historyButton = nullptr;
     QPushButton* m_graphButton = nullptr;
     QPushButton* m_colorButton = nullptr;
     QPushButton* m_heightButton = nullptr;
@@ -66,6 +68,7 @@ private:
     QTreeView* m_rail = nullptr;
     FileTreeModel* m_railModel = nullptr;
     SceneView* m_scene = nullptr;
+    TimelineBar* m_timeline = nullptr;
     Drawer* m_drawer = nullptr;
     MessageBanner* m_banner = nullptr;
     ProgressPanel* m_progress = nullptr;

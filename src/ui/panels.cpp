@@ -285,6 +285,62 @@ Drawer::Drawer(AppState& state, QWidget* parent)
     for (const auto signal : { &AppState::selectionChanged, &AppState::viewRootChanged })
         connect(&state, signal, this, &Drawer::refresh);
     connect(&state.display(), &DisplaySettings::darkChanged, this, &Drawer::refresh);
+    connect(&state.display(), &DisplaySettings::modeChanged, this, &Drawer::refresh);
+    connect(&state.timeline(), &TimelineController::moved, this, [this] {
+        if (m_state.display().mode() == VisualizationMode::history)
+            refresh();
+    });
+}
+
+void Drawer::fileRows(const FileNode& node, const Row& row) const
+{
+    if (node.isDirectory) {
+        row(QStringLiteral("Files"), Format::grouped(node.fileCount));
+        row(QStringLiteral("Lines"), Format::grouped(node.lines));
+        row(QStringLiteral("Size"), Format::bytes(node.size));
+    } else {
+        row(QStringLiteral("Language"), node.language ? node.language->name : QString());
+        row(QStringLiteral("Lines"), node.isBinary ? QStringLiteral("binary") : Format::grouped(node.lines));
+        row(QStringLiteral("Size"), Format::bytes(node.size));
+    }
+    if (node.modified)
+        row(QStringLiteral("Modified"), Format::date(*node.modified));
+    if (m_state.isGit()) {
+        row(QStringLiteral("Commits"), Format::grouped(node.commits));
+        if (node.lastCommit)
+            row(QStringLiteral("Last commit"), Format::date(*node.lastCommit));
+        if (!node.isDirectory)
+            row(QStringLiteral("Status"),
+                node.gitStatus ? gitFileStatusName(*node.gitStatus) : QStringLiteral("clean"));
+        else if (node.changedCount > 0)
+            row(QStringLiteral("Changed"), Format::count(node.changedCount, u"file"));
+    }
+}
+
+// A file or folder at the history's playhead.
+void Drawer::historyRows(const FileNode& node, const Row& row) const
+{
+    const TimelineController& timeline = m_state.timeline();
+    if (node.isDirectory) {
+        row(QStringLiteral("Files now"), Format::grouped(node.fileCount));
+        row(QStringLiteral("Lines now"), Format::grouped(node.lines));
+        return;
+    }
+    row(QStringLiteral("Language"), node.language ? node.language->name : QString());
+    const std::optional<qint64> lines = timeline.lines(node);
+    row(QStringLiteral("Lines now"),
+        lines ? Format::grouped(*lines) : QStringLiteral("not there at this commit"));
+    if (const auto commits = timeline.commits(node))
+        row(QStringLiteral("Commits"),
+            QStringLiteral("%1 so far of %2")
+                .arg(Format::grouped(commits->soFar), Format::grouped(commits->total)));
+    if (const Commit* last = timeline.lastChange(node)) {
+        row(QStringLiteral("Last change"),
+            last->shortHash() + QStringLiteral(" · ") + Format::date(last->date));
+        row(QString(),
+            fontMetrics().elidedText(
+                last->subject, Qt::ElideRight, int(m_state.panels().drawerWidth()) - 140));
+    }
 }
 
 void Drawer::refresh()
@@ -305,27 +361,11 @@ void Drawer::refresh()
                     .arg(cssColor(theme.ink3), label, value.toHtmlEscaped());
     };
     m_path->setText(node->relativePath.isEmpty() ? node->url : node->relativePath);
-    if (node->isDirectory) {
-        row(QStringLiteral("Files"), Format::grouped(node->fileCount));
-        row(QStringLiteral("Lines"), Format::grouped(node->lines));
-        row(QStringLiteral("Size"), Format::bytes(node->size));
+    const TimelineController& timeline = m_state.timeline();
+    if (m_state.display().mode() == VisualizationMode::history && AppState::isUnder(node, timeline.root())) {
+        historyRows(*node, row);
     } else {
-        row(QStringLiteral("Language"), node->language ? node->language->name : QString());
-        row(QStringLiteral("Lines"),
-            node->isBinary ? QStringLiteral("binary") : Format::grouped(node->lines));
-        row(QStringLiteral("Size"), Format::bytes(node->size));
-    }
-    if (node->modified)
-        row(QStringLiteral("Modified"), Format::date(*node->modified));
-    if (m_state.isGit()) {
-        row(QStringLiteral("Commits"), Format::grouped(node->commits));
-        if (node->lastCommit)
-            row(QStringLiteral("Last commit"), Format::date(*node->lastCommit));
-        if (!node->isDirectory)
-            row(QStringLiteral("Status"),
-                node->gitStatus ? gitFileStatusName(*node->gitStatus) : QStringLiteral("clean"));
-        else if (node->changedCount > 0)
-            row(QStringLiteral("Changed"), Format::count(node->changedCount, u"file"));
+        fileRows(*node, row);
     }
     m_title->setText(node->name);
     m_details->setText(QStringLiteral("<table>") + rows + QStringLiteral("</table>"));

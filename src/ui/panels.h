@@ -84,6 +84,10 @@ public:
     void refresh();
 
 private:
+    using Row = std::function<void(const QString& label, const QString& value)>;
+    void fileRows(const FileNode& node, const Row& row) const;
+    void historyRows(const FileNode& node, const Row& row) const;
+
     AppState& m_state;
     QLabel* m_title;
     QLabel* m_path;

@@ -39,6 +39,15 @@ private:
 };
 
 constexpr float dragTurn = 0.008f; // radians per pixel
+constexpr qint64 markFadeMs = 1000; // how long a file touched by a commit stays marked
+constexpr int shadowsSettleMs = 400; // shadows come back once the history stands this long
+
+// The history view leaves out the files that are not there at the playhead, and the folders with
+// none of them.
+bool absent(const FileNode& node)
+{
+    return node.fileCount == 0;
+}
 constexpr int dragThreshold = 4; // pixels before a press becomes a drag
 
 } // namespace
@@ -56,6 +65,7 @@ SceneView::SceneView(AppState& state, QWidget* parent)
     // The old tree is freed right after a new one arrives: nothing may point into it by then.
     connect(&state, &AppState::rootChanged, this, [this] {
         m_controller.clear();
+        m_markedAt.clear();
         m_builtRoot = nullptr;
         scheduleBuild(true);
     });
@@ -84,7 +94,15 @@ SceneView::SceneView(AppState& state, QWidget* parent)
         applyFilter();
         update();
     });
+    connect(&state.timeline(), &TimelineController::moved, this, &SceneView::followTimeline);
+    m_shadowsBack.setSingleShot(true);
+    m_shadowsBack.setInterval(shadowsSettleMs);
+    connect(&m_shadowsBack, &QTimer::timeout, this, [this] {
+        m_controller.setShadowsEnabled(true);
+        update();
+    });
     m_clock.start();
+    m_markClock.start();
 }
 
 SceneView::~SceneView()
@@ -128,15 +146,45 @@ void SceneView::build()
         return;
     }
     const DisplaySettings& display = m_state.display();
-    const SceneConfig config { display.mode(), display.colorMode(), display.heightMode(),
-        display.heightScale(), Theme::of(display.dark()) };
+    TimelineController& timeline = m_state.timeline();
+    const bool history = display.mode() == VisualizationMode::history;
+    // The history view draws the history's own city, once it is read.
+    if (history && (!timeline.isReady() || !AppState::isUnder(root, timeline.root())))
+        root = nullptr;
+    if (!root) {
+        m_controller.clear();
+        m_builtRoot = nullptr;
+        m_builtMode = display.mode();
+        update();
+        emit built();
+        return;
+    }
+    // Byte sizes at a past commit are not known: the history is measured in lines.
+    const HeightMode heightMode
+        = history && display.heightMode() == HeightMode::size ? HeightMode::lines : display.heightMode();
+    const SceneConfig config { display.mode(), display.colorMode(), heightMode, display.heightScale(),
+        Theme::of(display.dark()) };
     const bool reset = m_resetPending || root != m_builtRoot || display.mode() != m_builtMode;
     m_resetPending = false;
     QElapsedTimer clock;
     clock.start();
     m_controller.camera().setAspect(float(width()) / float(std::max(height(), 1)));
     m_controller.setImports(m_state.imports().dependencies());
+    if (!history && m_builtMode == VisualizationMode::history) {
+        m_markedAt.clear();
+        m_controller.setTouched(QHash<const FileNode*, float>());
+        m_controller.setHidden({});
+        m_controller.setShadowsEnabled(true);
+    }
+    // The history's city is laid out at its peak, so that heights keep one scale through the
+    // replay, then shown at the playhead.
+    if (history)
+        timeline.showPeaks(true);
     m_controller.build(*root, config, reset);
+    if (history) {
+        timeline.showPeaks(false);
+        m_controller.remeasure(absent);
+    }
     m_controller.setSelection(m_state.selection());
     applyFilter();
     applyLinkFocus();
@@ -195,6 +243,44 @@ void SceneView::applyLinkFocus()
     }
     m_controller.setLinkFocus(std::move(focus));
     update();
+}
+
+void SceneView::followTimeline()
+{
+    if (m_state.display().mode() != VisualizationMode::history || m_builtMode != VisualizationMode::history
+        || !m_builtRoot)
+        return;
+    m_controller.remeasure(absent);
+    const qint64 now = m_markClock.elapsed();
+    for (const FileNode* file : m_state.timeline().lastTouched()) {
+        // A file inside a folder drawn whole marks the folder's block.
+        const FileNode* drawn = file;
+        while (drawn && !m_controller.entityFor(drawn))
+            drawn = drawn->parent;
+        if (drawn)
+            m_markedAt.insert(drawn, now);
+    }
+    fadeMarks();
+    m_controller.setShadowsEnabled(false);
+    m_shadowsBack.start();
+    update();
+    emit built();
+}
+
+void SceneView::fadeMarks()
+{
+    const qint64 now = m_markClock.elapsed();
+    QHash<const FileNode*, float> strengths;
+    for (auto it = m_markedAt.begin(); it != m_markedAt.end();) {
+        const float strength = 1 - float(now - it.value()) / float(markFadeMs);
+        if (strength <= 0) {
+            it = m_markedAt.erase(it);
+            continue;
+        }
+        strengths.insert(it.key(), strength);
+        ++it;
+    }
+    m_controller.setTouched(strengths);
 }
 
 void SceneView::settleCamera()
@@ -283,11 +369,14 @@ void SceneView::paintGL()
 {
     const float dt = std::min(float(m_clock.restart()) / 1000.0f, 0.1f);
     const bool moving = m_controller.camera().step(dt);
+    const bool fading = !m_markedAt.isEmpty();
+    if (fading)
+        fadeMarks();
     if (!m_glReady)
         return;
     m_renderer.render(m_controller, size() * devicePixelRatio(), float(devicePixelRatio()));
     m_labels->update();
-    if (moving)
+    if (moving || fading)
         update();
 }
 

@@ -7,6 +7,7 @@
 #include <QElapsedTimer>
 #include <QOpenGLWidget>
 #include <QPoint>
+#include <QTimer>
 
 // The 3D view of the folder: draws the state's view root in the current mode, keeps the selection
 // and filters shown, eases the camera, and turns the mouse into orbiting, panning, zooming and
@@ -36,7 +37,8 @@ public:
     void openExternally(const QString& path) override;
 
 signals:
-    // A new scene stands: the legend and anything else read from it may be refreshed.
+    // A new scene stands, or the history's moved on: the legend and anything else read from it may
+    // be refreshed.
     void built();
 
 protected:
@@ -55,7 +57,10 @@ private:
     void applyFilter();
     // Lights the selection's imports and importers, or the chosen cycle, from the folder's imports.
     void applyLinkFocus();
-    void animate();
+    // The history's files have moved: heights, colours and presence follow, the files moved are
+    // marked and the marks fade; shadows wait until the movement settles.
+    void followTimeline();
+    void fadeMarks();
     QString describe(const FileNode& node) const;
 
     AppState& m_state;
@@ -67,6 +72,9 @@ private:
     const FileNode* m_builtRoot = nullptr;
     VisualizationMode m_builtMode = VisualizationMode::city;
     QElapsedTimer m_clock;
+    QElapsedTimer m_markClock;
+    QHash<const FileNode*, qint64> m_markedAt; // when each drawn file was last marked, on m_markClock
+    QTimer m_shadowsBack;
     qint64 m_buildMs = 0;
     QWidget* m_labels = nullptr;
     QPoint m_pressAt;

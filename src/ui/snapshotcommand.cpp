@@ -43,9 +43,13 @@ int snapshotCommand(const SnapshotArguments& arguments)
     if (!arguments.options.contains(QStringLiteral("--out")))
         return badOption(QStringLiteral("snapshot needs --out FILE.png"));
     script.snapshot = arguments.options.value(QStringLiteral("--out"));
-    if (!readMode(arguments, QStringLiteral("--mode"), script.mode)
-        || script.mode == VisualizationMode::history)
-        return badOption(QStringLiteral("--mode is city, tree or graph"));
+    if (!readMode(arguments, QStringLiteral("--mode"), script.mode))
+        return badOption(QStringLiteral("--mode is city, tree, history or graph"));
+    if (arguments.options.contains(QStringLiteral("--at"))) {
+        script.at = CommitChoice::parse(arguments.options.value(QStringLiteral("--at")));
+        if (!script.at || script.mode != VisualizationMode::history)
+            return badOption(QStringLiteral("--at N|start|middle|end|HASH goes with --mode history"));
+    }
     if (!readMode(arguments, QStringLiteral("--color"), script.color))
         return badOption(QStringLiteral("--color is language, age, churn or status"));
     if (!readMode(arguments, QStringLiteral("--height"), script.height))

@@ -56,6 +56,35 @@ std::optional<QSize> parseSize(const QString& text)
     return QSize(width, height);
 }
 
+std::optional<CommitChoice> CommitChoice::parse(const QString& text)
+{
+    bool number = false;
+    const qint64 value = text.toLongLong(&number);
+    if (text.isEmpty() || (number && value < 0))
+        return std::nullopt;
+    return CommitChoice { text };
+}
+
+std::optional<qint64> CommitChoice::resolve(const HistoryIndex& index) const
+{
+    const qint64 last = index.commitCount() - 1;
+    bool isNumber = false;
+    const qint64 number = text.toLongLong(&isNumber);
+    if (isNumber)
+        return std::min(number, last);
+    if (text == u"start")
+        return -1;
+    if (text == u"middle")
+        return last / 2;
+    if (text == u"end")
+        return last;
+    for (qint64 i = 0; i <= last; ++i) {
+        if (index.commits[size_t(i)].hash.startsWith(text, Qt::CaseInsensitive))
+            return i;
+    }
+    return std::nullopt;
+}
+
 StartupScript StartupScript::fromEnvironment(QString* error)
 {
     StartupScript script;
@@ -113,6 +142,23 @@ void addImports(QJsonObject& object, const AppState& state)
     object.insert(u"showImports"_s, imports.showImports());
 }
 
+QJsonValue timelineJson(const TimelineController& timeline)
+{
+    static constexpr std::array phases { "idle", "indexing", "ready", "failed" };
+    const Commit* commit = timeline.commit();
+    QJsonObject object { { u"phase"_s, QString::fromLatin1(phases[size_t(timeline.phase())]) },
+        { u"position"_s, timeline.position() }, { u"commitCount"_s, timeline.commitCount() },
+        { u"playing"_s, timeline.isPlaying() }, { u"speed"_s, timeline.speed() },
+        { u"fileCount"_s, timeline.fileCount() }, { u"totalLines"_s, timeline.totalLines() },
+        { u"commit"_s,
+            commit ? QJsonObject { { u"hash"_s, commit->hash }, { u"subject"_s, commit->subject },
+                { u"author"_s, commit->author }, { u"time"_s, commit->date } }
+                   : QJsonValue() } };
+    if (timeline.phase() == TimelineController::Phase::failed)
+        object.insert(u"error"_s, timeline.error());
+    return object;
+}
+
 } // namespace
 
 QByteArray stateJson(const AppState& state, const SceneController& scene)
@@ -138,6 +184,7 @@ QByteArray stateJson(const AppState& state, const SceneController& scene)
         { QStringLiteral("root"), state.root() ? QJsonValue(state.root()->url) : QJsonValue() },
     };
     addImports(object, state);
+    object.insert(u"timeline"_s, timelineJson(state.timeline()));
     // What the view draws: buildings, the layout's links, and what it says when it has nothing to show.
     const LayoutResult& layout = scene.layout();
     const qint64 buildings = std::count_if(layout.placements.begin(), layout.placements.end(),
@@ -196,10 +243,23 @@ void StartupRunner::run()
     const auto settle = [&] {
         QCoreApplication::processEvents();
         waitForImports();
+        waitForHistory();
         scene.flush();
         scene.settleCamera();
     };
     settle();
+    if (m_script.at && display.mode() == VisualizationMode::history && m_state.timeline().isReady()) {
+        TimelineController& timeline = m_state.timeline();
+        const std::optional<qint64> position = m_script.at->resolve(*timeline.index());
+        if (!position) {
+            std::fprintf(stderr, "korvane: no commit \"%s\" in the history of %s\n",
+                qPrintable(m_script.at->text), qPrintable(m_state.root()->url));
+            emit finished(1);
+            return;
+        }
+        timeline.move(*position);
+        settle();
+    }
     for (const KeyPress& key : m_script.keys) {
         m_window.router().handle(key);
         settle();
@@ -228,14 +288,34 @@ void StartupRunner::waitForImports()
     QCoreApplication::processEvents();
 }
 
+// The history view's keys act on the history once it is read.
+void StartupRunner::waitForHistory()
+{
+    const TimelineController& timeline = m_state.timeline();
+    if (m_state.display().mode() != VisualizationMode::history
+        || timeline.phase() != TimelineController::Phase::indexing)
+        return;
+    QElapsedTimer clock;
+    clock.start();
+    QEventLoop loop;
+    connect(&timeline, &TimelineController::phaseChanged, &loop, [&] {
+        if (timeline.phase() != TimelineController::Phase::indexing)
+            loop.quit();
+    });
+    loop.exec();
+    m_historyMs += clock.elapsed();
+    QCoreApplication::processEvents();
+}
+
 void StartupRunner::printTimings(qint64 frameMs) const
 {
     const SceneView& scene = m_window.sceneView();
     const qint64 layoutMs = scene.controller().layoutMilliseconds();
     std::fprintf(stderr,
-        "scan %lld ms, imports %lld ms, layout %lld ms, scene build %lld ms, first frame %lld ms\n",
+        "scan %lld ms, imports %lld ms, history %lld ms, layout %lld ms, scene build %lld ms, first frame "
+        "%lld ms\n",
         static_cast<long long>(m_scanMs), static_cast<long long>(m_importsMs),
-        static_cast<long long>(layoutMs),
+        static_cast<long long>(m_historyMs), static_cast<long long>(layoutMs),
         static_cast<long long>(std::max<qint64>(scene.lastBuildMilliseconds() - layoutMs, 0)),
         static_cast<long long>(frameMs));
 }

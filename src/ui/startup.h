@@ -15,6 +15,18 @@ class MainWindow;
 // display, play keys once the folder is drawn, then save the window as an image and write the
 // state as JSON. The window reads it from KORVANE_OPEN, KORVANE_KEYS, KORVANE_SNAPSHOT,
 // KORVANE_STATE and KORVANE_SIZE; `korvane snapshot` from its options.
+// A commit of a history named on the command line: a number from 0, "start" (before the first),
+// "middle", "end", or the start of a hash.
+struct CommitChoice {
+    QString text;
+
+    // None for a text that can name nothing (empty, a negative number).
+    static std::optional<CommitChoice> parse(const QString& text);
+    // The playhead position it names in a history (-1 before the first commit, a number past the
+    // end is the last); none for a hash the history does not hold.
+    std::optional<qint64> resolve(const HistoryIndex& index) const;
+};
+
 struct StartupScript {
     std::optional<QString> open;
     QList<KeyPress> keys;
@@ -26,6 +38,7 @@ struct StartupScript {
     std::optional<HeightMode> height;
     std::optional<bool> dark;
     bool showImports = false; // the selected file's imports over the city and the tree
+    std::optional<CommitChoice> at; // where the history view's playhead stands
     bool timings = false; // how long each stage took, on standard error
 
     bool quitsWhenDone() const { return snapshot || stateFile; }
@@ -58,6 +71,7 @@ signals:
 private:
     void run();
     void waitForImports();
+    void waitForHistory();
     int finish();
     void printTimings(qint64 frameMs) const;
 
@@ -67,6 +81,7 @@ private:
     bool m_ran = false;
     qint64 m_scanMs = 0;
     qint64 m_importsMs = 0; // waiting for the imports to be read, read and settled
+    qint64 m_historyMs = 0; // waiting for the history to be read
     QElapsedTimer m_clock;
 };
 

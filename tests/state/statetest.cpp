@@ -433,10 +433,6 @@ TEST_P(Missing, SaysWhatIsNotThereAndChangesNothingElse)
 
 INSTANTIATE_TEST_SUITE_P(Features, Missing,
     ::testing::Values(MissingCase { "history", false, "History needs a git repository." },
-        MissingCase { "history", true, "History playback is not available yet." },
-        MissingCase { "play", true, "History playback is not available yet." },
-        MissingCase { "commitStart", true, "History playback is not available yet." },
-        MissingCase { "commitOn10", false, "History playback is not available yet." },
         MissingCase { "search", false, "Search is not available yet." },
         MissingCase { "searchAccept", false, "Search is not available yet." },
         MissingCase { "picker", false, "The folder picker is not available yet." },
