@@ -343,9 +343,9 @@ INSTANTIATE_TEST_SUITE_P(Snapshot, Refused,
         Refusal { "NoOut", { u"snapshot"_s, u"."_s }, true, 2, "needs --out" },
         Refusal { "BadKey", { u"snapshot"_s, u"."_s, u"--out"_s, u"/tmp/x.png"_s, u"--keys"_s, u"Nope"_s },
             true, 2, "unknown key \"Nope\"" },
-        Refusal { "HistoryIsNotDrawnYet",
-            { u"snapshot"_s, u"."_s, u"--out"_s, u"/tmp/x.png"_s, u"--mode"_s, u"history"_s }, true, 2,
-            "--mode is city, tree or graph" }),
+        Refusal { "AtWithoutHistory",
+            { u"snapshot"_s, u"."_s, u"--out"_s, u"/tmp/x.png"_s, u"--at"_s, u"end"_s }, true, 2,
+            "--at N|start|middle|end|HASH goes with --mode history" }),
     [](const auto& info) { return std::string(info.param.name); });
 
 } // namespace
