@@ -164,6 +164,8 @@ INSTANTIATE_TEST_SUITE_P(Keys, Script,
         ScriptCase { "RailCyclesAndDrawerWidens", "[ [ }",
             { { u"railMode"_s, u"hidden"_s }, { u"drawerWidth"_s, 620 } } },
         ScriptCase { "EscapeClearsTheSelection", "Right Escape", { { u"selection"_s, QJsonValue() } } },
+        ScriptCase { "ThreeOnAPlainFolderSaysWhyAndStaysInTheCity", "3",
+            { { u"errorMessage"_s, u"History needs a git repository."_s }, { u"mode"_s, u"city"_s } } },
         ScriptCase { "SearchSaysItIsNotThereYet", "/",
             { { u"errorMessage"_s, u"Search is not available yet."_s }, { u"mode"_s, u"city"_s } } }),
     [](const auto& info) { return std::string(info.param.name); });
@@ -216,6 +218,107 @@ TEST(Window, TheSnapshotsFormatFollowsItsSuffixAndIsPngOtherwise)
         ASSERT_EQ(run.exitCode, 0) << run.err.toStdString();
         EXPECT_TRUE(readFile(file).startsWith(row.magic)) << row.name;
     }
+}
+
+// Fourteen commits: a file grows by ten lines a commit, another is added at the fifth and renamed at
+// the ninth, and a third is deleted at the twelfth.
+class Growing : public GitRepo {
+public:
+    Growing()
+    {
+        for (int i = 0; i < 14; ++i) {
+            write(u"src/grow.c"_s, QByteArray("int x;\n").repeated(10 * (i + 1)));
+            if (i == 4)
+                write(u"src/old.c"_s, QByteArray("int y;\n").repeated(30));
+            if (i == 8)
+                git({ u"mv"_s, u"src/old.c"_s, u"src/new.c"_s });
+            if (i == 0)
+                write(u"docs/gone.md"_s, QByteArray("text\n").repeated(12));
+            if (i == 11)
+                git({ u"rm"_s, u"-q"_s, u"docs/gone.md"_s });
+            commitAll(u"commit %1"_s.arg(i), 1700000000 + i * 86400);
+        }
+    }
+    // The files and lines after commit k, as git counts them.
+    std::pair<qint64, qint64> filesAndLines(int k) const
+    {
+        const QString hash
+            = QString::fromUtf8(git({ u"rev-list"_s, u"--reverse"_s, u"HEAD"_s }).split('\n')[k]);
+        qint64 files = 0, lines = 0;
+        for (const QByteArray& path : git({ u"ls-tree"_s, u"-r"_s, u"--name-only"_s, hash }).split('\n')) {
+            if (path.isEmpty())
+                continue;
+            ++files;
+            lines += git({ u"show"_s, hash + u':' + QString::fromUtf8(path) }).count('\n');
+        }
+        return { files, lines };
+    }
+};
+
+TEST(Window, ThreeShowsTheHistoryAndTheCommaAndPeriodKeysStepThroughIt)
+{
+    Growing repo;
+    QImage picture;
+    const QJsonObject state = playKeys(repo.path(), u"3 , , Shift+, ."_s, &picture);
+    EXPECT_EQ(state[u"mode"_s].toString(), u"history"_s);
+    EXPECT_TRUE(state[u"errorMessage"_s].isNull());
+    const QJsonObject timeline = state[u"timeline"_s].toObject();
+    EXPECT_EQ(timeline[u"phase"_s].toString(), u"ready"_s);
+    EXPECT_EQ(timeline[u"commitCount"_s].toInteger(), 14);
+    EXPECT_EQ(timeline[u"position"_s].toInteger(), 13 - 2 - 10 + 1);
+    EXPECT_EQ(timeline[u"commit"_s].toObject()[u"subject"_s].toString(), u"commit 2"_s);
+    const auto [files, lines] = repo.filesAndLines(2);
+    EXPECT_EQ(timeline[u"fileCount"_s].toInteger(), files);
+    EXPECT_EQ(timeline[u"totalLines"_s].toInteger(), lines);
+    // Every path the history held has its place, present or not.
+    EXPECT_EQ(state[u"drawn"_s].toObject()[u"buildings"_s].toInteger(), 4);
+    EXPECT_GT(distinctColours(picture), 40);
+}
+
+struct MomentCase {
+    const char* name;
+    const char* at;
+    const char* keys;
+    qint64 position;
+};
+
+class Moment : public ::testing::TestWithParam<MomentCase> { };
+
+TEST_P(Moment, TheSnapshotDrawsTheHistoryWhereItIsToldWithWhatWasThereThen)
+{
+    static Growing repo;
+    const MomentCase& c = GetParam();
+    TempFolder out;
+    QStringList arguments { u"snapshot"_s, repo.path(), u"--out"_s, out.path(u"h.png"_s), u"--mode"_s,
+        u"history"_s, u"--at"_s, QString::fromUtf8(c.at), u"--print-state"_s, u"--size"_s, u"900x600"_s };
+    if (*c.keys)
+        arguments << u"--keys"_s << QString::fromUtf8(c.keys);
+    const Outcome run = korvane(arguments, {});
+    ASSERT_EQ(run.exitCode, 0) << run.err.toStdString();
+    const QJsonObject timeline = parse(run.out)[u"timeline"_s].toObject();
+    EXPECT_EQ(timeline[u"position"_s].toInteger(), c.position);
+    const auto [files, lines]
+        = c.position < 0 ? std::pair<qint64, qint64>() : repo.filesAndLines(int(c.position));
+    EXPECT_EQ(timeline[u"fileCount"_s].toInteger(), files);
+    EXPECT_EQ(timeline[u"totalLines"_s].toInteger(), lines);
+    EXPECT_EQ(timeline[u"commit"_s].isNull(), c.position < 0);
+}
+
+INSTANTIATE_TEST_SUITE_P(History, Moment,
+    ::testing::Values(MomentCase { "StartIsTheEmptyCity", "start", "", -1 },
+        MomentCase { "StepsFromTheStart", "start", ". . Shift+. ,", 10 },
+        MomentCase { "AcrossTheRenameBackwards", "9", ", ,", 7 }, MomentCase { "Middle", "middle", "", 6 },
+        MomentCase { "End", "end", "", 13 }, MomentCase { "PastTheEndIsTheEnd", "99", "", 13 }),
+    rowName);
+
+TEST(Window, ASnapshotAtACommitTheHistoryDoesNotHoldSaysSo)
+{
+    Growing repo;
+    TempFolder out;
+    const Outcome run = korvane({ u"snapshot"_s, repo.path(), u"--out"_s, out.path(u"h.png"_s), u"--mode"_s,
+        u"history"_s, u"--at"_s, u"deadbeef"_s });
+    EXPECT_EQ(run.exitCode, 1);
+    EXPECT_TRUE(run.err.contains("no commit \"deadbeef\" in the history")) << run.err.toStdString();
 }
 
 TEST(Window, AFolderThatIsNotThereIsShownInPlace)
