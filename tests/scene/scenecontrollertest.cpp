@@ -1,4 +1,5 @@
 #include "scene/scenecontroller.h"
+#include "layout/citylayout.h"
 #include "layout/graphlayout.h"
 #include "scan/scanner.h"
 #include "scene/labels.h"
@@ -525,4 +526,49 @@ TEST(SceneController, WithoutAGraphicsContextTheRendererSaysWhy)
     QString error;
     EXPECT_TRUE(renderImage(scene, QSize(64, 64), 1, &error).isNull());
     EXPECT_EQ(error, u"Rendering needs a QGuiApplication.");
+}
+
+// The history view moves its buildings without laying the city out again: heights follow the
+// nodes' lines on the scale of the build, absent files go, a fresh mark tints and outlines.
+TEST(SceneController, RemeasuringMovesHeightsOnTheBuildsScaleAndHidesWhatIsAbsent)
+{
+    auto root = town();
+    SceneController scene;
+    scene.build(*root, config(VisualizationMode::history), true);
+    FileNode& main = const_cast<FileNode&>(*root->find(u"src/main.c"_s));
+    FileNode& guide = const_cast<FileNode&>(*root->find(u"docs/guide.md"_s));
+    const float peak = scene.entityFor(&main)->height;
+    const float guideBefore = scene.entityFor(&guide)->height;
+    const qsizetype boxes = qsizetype(scene.boxInstances().size());
+
+    main.lines = 225; // a quarter: the height falls as the layout's power of the share
+    guide.fileCount = 0; // not there at this moment
+    const auto absent = [](const FileNode& node) { return node.fileCount == 0; };
+    scene.remeasure(absent);
+    EXPECT_NEAR(scene.entityFor(&main)->height, CityLayout::buildingHeight(225, scene.layout()), 1e-4);
+    EXPECT_LT(scene.entityFor(&main)->height, peak * 0.5f);
+    EXPECT_TRUE(scene.entityFor(&guide)->hidden);
+    EXPECT_LT(qsizetype(scene.boxInstances().size()), boxes);
+    EXPECT_FALSE(scene.screenPoint(&guide, view));
+    // The legend counts what is drawn.
+    qint64 counted = 0;
+    for (const LegendEntry& entry : scene.legend())
+        counted += entry.count;
+    EXPECT_EQ(counted, 8);
+
+    // Back as it was: the same height as the build gave.
+    guide.fileCount = 1;
+    scene.remeasure(absent);
+    EXPECT_FALSE(scene.entityFor(&guide)->hidden);
+    EXPECT_FLOAT_EQ(scene.entityFor(&guide)->height, guideBefore);
+
+    // A mark at half strength tints the building halfway toward the mark colour and rings it.
+    const QColor plain = scene.entityFor(&guide)->parts.front().color;
+    const size_t lines = scene.lineVertices().size();
+    scene.setTouched(QHash<const FileNode*, float> { { &guide, 0.5f } });
+    EXPECT_TRUE(near(scene.entityFor(&guide)->parts.front().color, mix(plain, config().theme.mark, 0.25)));
+    EXPECT_GT(scene.lineVertices().size(), lines);
+    scene.setTouched(QHash<const FileNode*, float>());
+    EXPECT_TRUE(near(scene.entityFor(&guide)->parts.front().color, plain));
+    EXPECT_EQ(scene.lineVertices().size(), lines);
 }
