@@ -320,8 +320,13 @@ double SceneController::measureOf(const Placement& placement) const
 void SceneController::remeasure(const NodePredicate& isHidden)
 {
     m_hidden = isHidden;
-    if (m_root && (m_config.color == ColorMode::age || m_config.color == ColorMode::churn))
-        m_colors = ColorContext(m_config.color, m_config.theme.dark, m_root->allFiles());
+    // Ages and changes are ranked among the files that are there.
+    if (m_root && (m_config.color == ColorMode::age || m_config.color == ColorMode::churn)) {
+        QList<const FileNode*> shown = m_root->allFiles();
+        if (m_hidden)
+            shown.removeIf([&](const FileNode* file) { return m_hidden(*file); });
+        m_colors = ColorContext(m_config.color, m_config.theme.dark, shown);
+    }
     for (EntityNode& entity : m_entities) {
         entity.hidden = m_hidden && m_hidden(*entity.file);
         if (entity.kind() != PlacementKind::building) {

@@ -269,7 +269,7 @@ void TimelineBar::refreshCommit()
         const QString date = Format::date(commit->date);
         const QFontMetrics metrics = m_commit->fontMetrics();
         const int used = metrics.horizontalAdvance(commit->shortHash() + date + commit->author)
-            + metrics.horizontalAdvance(QStringLiteral("      ")) + 40;
+            + metrics.horizontalAdvance(QStringLiteral("      ")) + 64;
         const QString subject
             = metrics.elidedText(commit->subject, Qt::ElideRight, std::max(40, m_commit->width() - used));
         m_commit->setText(QStringLiteral(
