@@ -16,18 +16,6 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-// Processes events until the condition holds or the time is up.
-bool waitFor(const std::function<bool()>& done, int milliseconds = 10000)
-{
-    QElapsedTimer clock;
-    clock.start();
-    while (!done() && clock.elapsed() < milliseconds) {
-        QCoreApplication::processEvents(QEventLoop::AllEvents, 20);
-        QThread::msleep(2);
-    }
-    return done();
-}
-
 // Long enough for any reading of the small folders here to have ended and posted its result.
 void letLateResultsArrive()
 {

@@ -13,18 +13,6 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-// Processes events until the condition holds or ten seconds pass.
-bool waitFor(const std::function<bool()>& done)
-{
-    QElapsedTimer clock;
-    clock.start();
-    while (!done() && clock.elapsed() < 10000) {
-        QCoreApplication::processEvents(QEventLoop::AllEvents, 20);
-        QThread::msleep(2);
-    }
-    return done();
-}
-
 // Opens a folder and waits until its scan is in the state.
 void openAndWait(AppState& state, const QString& path)
 {

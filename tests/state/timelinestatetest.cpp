@@ -19,17 +19,6 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-bool waitFor(const std::function<bool()>& done, int milliseconds = 15000)
-{
-    QElapsedTimer clock;
-    clock.start();
-    while (!done() && clock.elapsed() < milliseconds) {
-        QCoreApplication::processEvents(QEventLoop::AllEvents, 20);
-        QThread::msleep(2);
-    }
-    return done();
-}
-
 QByteArray lines(int count, const char* text = "line\n")
 {
     return QByteArray(text).repeated(count);

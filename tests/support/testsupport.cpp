@@ -4,6 +4,10 @@
 
 #include <gtest/gtest.h>
 
+#include <QCoreApplication>
+#include <QElapsedTimer>
+#include <QThread>
+
 #include <QDir>
 #include <QDirIterator>
 #include <QFile>
@@ -75,6 +79,17 @@ void GitRepo::commitAll(const QString& message, qint64 time) const
     git({ QStringLiteral("commit"), QStringLiteral("-q"), QStringLiteral("--allow-empty"),
             QStringLiteral("-m"), message },
         false, time);
+}
+
+bool waitFor(const std::function<bool()>& done, int milliseconds)
+{
+    QElapsedTimer clock;
+    clock.start();
+    while (!done() && clock.elapsed() < milliseconds) {
+        QCoreApplication::processEvents(QEventLoop::AllEvents, 20);
+        QThread::msleep(2);
+    }
+    return done();
 }
 
 QByteArray readFile(const QString& path)

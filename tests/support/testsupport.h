@@ -6,6 +6,7 @@
 #include <QStringList>
 #include <QTemporaryDir>
 
+#include <functional>
 #include <memory>
 #include <ostream>
 #include <string>
@@ -39,6 +40,9 @@ public:
 };
 
 QByteArray readFile(const QString& path);
+
+// Processes events until the condition holds or the time is up; whether it holds.
+bool waitFor(const std::function<bool()>& done, int milliseconds = 15000);
 
 // What a program gave when it ran to its end: the exit code (-1 when it crashed), and its output.
 struct Outcome {
