@@ -1,8 +1,11 @@
 #include "state/timelinecontroller.h"
 
+#include "git/git.h"
 #include "history/historycache.h"
 #include "model/filenode.h"
+#include "model/format.h"
 
+#include <QFile>
 #include <QFileInfo>
 #include <QSet>
 
@@ -335,6 +338,43 @@ QList<const FileNode*> TimelineController::changedFiles() const
     for (const qint32 path : m_cursor->touched())
         files.append(m_city->files[size_t(path)]);
     return files;
+}
+
+std::variant<QByteArray, QString> TimelineController::revision(const FileNode& node, qint64 maxBytes) const
+{
+    const Commit* commit = this->commit();
+    if (!commit)
+        return QStringLiteral("Before the first commit, there is nothing to show.");
+    if (!lines(node))
+        return node.relativePath + QStringLiteral(" is not there at commit ") + commit->shortHash() + u'.';
+    const Git git(m_city->index->root);
+    const QString object = commit->hash + u':' + node.relativePath;
+    const qint64 size = git.string({ QStringLiteral("cat-file"), QStringLiteral("-s"), object })
+                            .value_or(QString())
+                            .toLongLong();
+    if (size > maxBytes)
+        return node.relativePath + QStringLiteral(" is too large to show at this commit (")
+            + Format::bytes(size) + QStringLiteral(").");
+    const std::optional<QByteArray> text
+        = git.run({ QStringLiteral("cat-file"), QStringLiteral("blob"), object });
+    if (!text)
+        return QStringLiteral("git could not give ") + node.relativePath + QStringLiteral(" at commit ")
+            + commit->shortHash() + u'.';
+    // A Git LFS pointer stands for a file whose content lives in the LFS store, if it was fetched.
+    if (text->startsWith("version https://git-lfs.github.com/spec/v1")) {
+        const qsizetype at = text->indexOf("oid sha256:");
+        const QByteArray oid = at < 0 ? QByteArray() : text->mid(at + 11, 64);
+        const QString gitDir
+            = git.string({ QStringLiteral("rev-parse"), QStringLiteral("--absolute-git-dir") })
+                  .value_or(QString());
+        QFile stored(gitDir + QStringLiteral("/lfs/objects/") + QString::fromLatin1(oid.left(2)) + u'/'
+            + QString::fromLatin1(oid.mid(2, 2)) + u'/' + QString::fromLatin1(oid));
+        if (oid.size() == 64 && !gitDir.isEmpty() && stored.size() <= maxBytes
+            && stored.open(QIODevice::ReadOnly))
+            return stored.readAll();
+        return node.relativePath + QStringLiteral(" is stored with Git LFS, and its content is not here.");
+    }
+    return *text;
 }
 
 QString TimelineController::highlightedName() const

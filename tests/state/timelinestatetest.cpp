@@ -330,3 +330,43 @@ TEST(TimelineSpeed, IsKeptBetweenHalfACommitAndAHundredAndTwentyCommitsASecond)
 }
 
 } // namespace
+
+namespace {
+
+TEST_F(TimelineState, AFilesTextIsReadAtThePlayheadsCommit)
+{
+    Story repo;
+    openAndRead(repo.path());
+    TimelineController& timeline = state.timeline();
+    const FileNode& readme = *timeline.root()->find(u"README.md"_s);
+    const FileNode& main = *timeline.root()->find(u"src/main.c"_s);
+    const auto text = [&](const FileNode& file) { return timeline.revision(file); };
+    timeline.move(0);
+    EXPECT_EQ(std::get<QByteArray>(text(readme)), lines(5));
+    timeline.move(8);
+    EXPECT_EQ(std::get<QByteArray>(text(readme)), lines(2));
+    timeline.move(3);
+    EXPECT_EQ(std::get<QByteArray>(text(main)), lines(55)); // renamed later, still read here
+    timeline.move(13);
+    EXPECT_EQ(std::get<QString>(text(main)),
+        u"src/main.c is not there at commit "_s + timeline.commit()->shortHash() + u'.');
+    EXPECT_TRUE(std::get<QString>(timeline.revision(readme, 4)).contains(u"too large"_s));
+    timeline.move(-1);
+    EXPECT_TRUE(std::holds_alternative<QString>(text(readme)));
+}
+
+TEST_F(TimelineState, AGitLfsPointerGivesTheStoredFileOrSaysItIsNotHere)
+{
+    GitRepo repo;
+    const QByteArray oid = QByteArray("ab12").leftJustified(64, 'c');
+    repo.write(u"big.bin"_s, "version https://git-lfs.github.com/spec/v1\noid sha256:" + oid + "\nsize 11\n");
+    repo.commitAll(u"pointer"_s);
+    openAndRead(repo.path());
+    const FileNode& big = *state.timeline().root()->find(u"big.bin"_s);
+    EXPECT_EQ(std::get<QString>(state.timeline().revision(big)),
+        u"big.bin is stored with Git LFS, and its content is not here."_s);
+    repo.write(u".git/lfs/objects/ab/12/"_s + QString::fromLatin1(oid), "the content");
+    EXPECT_EQ(std::get<QByteArray>(state.timeline().revision(big)), QByteArray("the content"));
+}
+
+} // namespace
