@@ -263,23 +263,27 @@ void TimelineBar::refreshCommit()
             .arg(Format::grouped(timeline.position() + 1), Format::grouped(timeline.commitCount())));
     const QString present = Format::count(timeline.fileCount(), u"file") + QStringLiteral(" present, ")
         + Format::count(timeline.totalLines(), u"line");
-    m_counts->setText(present);
-    if (const Commit* commit = timeline.commit()) {
+    const Commit* commit = timeline.commit();
+    m_counts->setText(!commit
+            ? present
+            : QStringLiteral("%1 changed, +%2 −%3  ·  ")
+                    .arg(Format::count(commit->changedFiles, u"file"), Format::grouped(commit->insertions),
+                        Format::grouped(commit->deletions))
+                + present);
+    if (commit) {
         // The subject takes what room the hash, the date and the author leave.
         const QString date = Format::date(commit->date);
         const QFontMetrics metrics = m_commit->fontMetrics();
+        // The line's width less the counts beside it, which are set first and never shrink.
+        const int room = m_scrubber->width() - m_counts->sizeHint().width() - 12;
         const int used = metrics.horizontalAdvance(commit->shortHash() + date + commit->author)
-            + metrics.horizontalAdvance(QStringLiteral("      ")) + 64;
+            + metrics.horizontalAdvance(QStringLiteral("      ")) + 28;
         const QString subject
-            = metrics.elidedText(commit->subject, Qt::ElideRight, std::max(40, m_commit->width() - used));
+            = metrics.elidedText(commit->subject, Qt::ElideRight, std::max(40, room - used));
         m_commit->setText(QStringLiteral(
             "<b>%1</b>&nbsp;&nbsp;<span style='color:%2'>%3</span>&nbsp;&nbsp;%4&nbsp;&nbsp;%5")
                               .arg(commit->shortHash(), cssColor(theme.ink3), date,
                                   commit->author.toHtmlEscaped(), subject.toHtmlEscaped()));
-        m_counts->setText(QStringLiteral("%1 changed, +%2 −%3  ·  ")
-                              .arg(Format::count(commit->changedFiles, u"file"),
-                                  Format::grouped(commit->insertions), Format::grouped(commit->deletions))
-            + present);
     } else {
         m_commit->setText(QStringLiteral("Before the first commit"));
     }
