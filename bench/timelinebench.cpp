@@ -4,6 +4,7 @@
 // new heights and marks, and the frame drawn offscreen, beside a frame with nothing changed. Needs a
 // display; bench/timeline.sh runs it under xvfb-run.
 #include "benchtiming.h"
+#include "scene/historyscene.h"
 #include "scene/offscreenview.h"
 #include "scene/renderer.h"
 #include "scene/scenecontroller.h"
@@ -70,10 +71,7 @@ int main(int argc, char* argv[])
     SceneController scene;
     SceneConfig config;
     config.mode = VisualizationMode::history;
-    timeline.showPeaks(true);
-    scene.build(*timeline.root(), config, true);
-    timeline.showPeaks(false);
-    const auto absent = [](const FileNode& node) { return node.fileCount == 0; };
+    buildHistoryScene(scene, timeline, config, true);
     scene.camera().setAspect(float(size.width()) / float(size.height()));
     scene.camera().settle();
     OffscreenView view;
@@ -86,7 +84,7 @@ int main(int argc, char* argv[])
     // fading, shadows off as in the window while it plays.
     const qint64 from = std::max<qint64>(-1, last / 2 - frames / 2);
     timeline.move(from);
-    scene.remeasure(absent);
+    remeasureHistory(scene);
     scene.setShadowsEnabled(false);
     view.draw(scene);
     view.finish();
@@ -94,19 +92,13 @@ int main(int argc, char* argv[])
         view.draw(scene);
         view.finish();
     });
-    QHash<const FileNode*, float> marks;
-    const Timing playing = milliseconds(frames, [&](int) {
+    FadingMarks marks;
+    const Timing playing = milliseconds(frames, [&](int frame) {
         timeline.move(timeline.position() + 1);
-        scene.remeasure(absent);
-        for (auto it = marks.begin(); it != marks.end();)
-            it = (it.value() -= 1.0f / 30) <= 0 ? marks.erase(it) : std::next(it);
-        for (const FileNode* file : timeline.lastTouched()) {
-            while (file && !scene.entityFor(file))
-                file = file->parent;
-            if (file)
-                marks.insert(file, 1);
-        }
-        scene.setTouched(marks);
+        remeasureHistory(scene);
+        const qint64 now = frame * 1000 / 30;
+        marks.mark(timeline.lastTouched(), scene, now);
+        marks.apply(scene, now);
         view.draw(scene);
         view.finish();
     });

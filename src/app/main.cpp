@@ -1,4 +1,5 @@
 #include "cli/commandline.h"
+#include "ui/replaycommand.h"
 #include "ui/snapshotcommand.h"
 #include "ui/startup.h"
 
@@ -23,13 +24,14 @@ bool hasDisplay()
 
 } // namespace
 
-// Commands run headless; the window, and snapshots drawn by it, need a display.
+// Commands run headless; the window, and the snapshots and replays drawn by it, need a display.
 int main(int argc, char* argv[])
 {
     const QString first = argc > 1 ? QString::fromLocal8Bit(argv[1]) : QString();
     const bool window = argc == 1 || (argc == 2 && !first.startsWith(u'-') && !Cli::isCommand(first));
-    const bool snapshot = first == u"snapshot" && argc > 2;
-    if (!window && !snapshot) {
+    // Without a folder, the command line says what these commands need.
+    const bool drawn = (first == u"snapshot" || first == u"replay") && argc > 2;
+    if (!window && !drawn) {
         QCoreApplication app(argc, argv);
         name(app);
         QStringList arguments = QCoreApplication::arguments();
@@ -37,10 +39,13 @@ int main(int argc, char* argv[])
         return Cli::run(arguments);
     }
     if (!hasDisplay()) {
-        std::fputs(snapshot ? "korvane snapshot needs a display: run it under xvfb-run, or set DISPLAY.\n"
-                            : "Korvane's window needs a display (DISPLAY is not set). Commands such as "
-                              "\"korvane scan PATH\" run without one.\n",
-            stderr);
+        if (drawn)
+            std::fprintf(
+                stderr, "korvane %s needs a display: run it under xvfb-run, or set DISPLAY.\n", argv[1]);
+        else
+            std::fputs("Korvane's window needs a display (DISPLAY is not set). Commands such as "
+                       "\"korvane scan PATH\" run without one.\n",
+                stderr);
         return 1;
     }
     useWindowFormat();
@@ -48,9 +53,10 @@ int main(int argc, char* argv[])
     name(app);
     QStringList arguments = QCoreApplication::arguments();
     arguments.removeFirst();
-    if (snapshot) {
-        return Cli::run(arguments, [](const QString&, const Cli::Arguments& parsed) {
-            return snapshotCommand({ parsed.positional.first(), parsed.flags, parsed.options });
+    if (drawn) {
+        return Cli::run(arguments, [](const QString& command, const Cli::Arguments& parsed) {
+            const SnapshotArguments given { parsed.positional.first(), parsed.flags, parsed.options };
+            return command == u"replay" ? replayCommand(given) : snapshotCommand(given);
         });
     }
     return runWindow(arguments.isEmpty() ? std::nullopt : std::optional(arguments.first()));

@@ -1,6 +1,6 @@
 #include "cli/commandline.h"
 
-#include "cli/terminal.h"
+#include "model/terminal.h"
 
 namespace Cli {
 
@@ -46,6 +46,20 @@ const QList<Command>& commands()
             { QStringLiteral("--out"), QStringLiteral("--mode"), QStringLiteral("--at"),
                 QStringLiteral("--color"), QStringLiteral("--height"), QStringLiteral("--theme"),
                 QStringLiteral("--size"), QStringLiteral("--keys") },
+            {} },
+        { QStringLiteral("replay"),
+            QStringLiteral(
+                "replay PATH --out FOLDER|FILE.mp4|FILE.webm [--speed N] [--fps N] [--size WxH] "
+                "[--from N|start|middle|end|HASH] [--to N|start|middle|end|HASH] [--theme dark|light] "
+                "[--color language|age|churn|status]"),
+            QStringLiteral(
+                "Play a repository's history offscreen into numbered PNG frames, or through ffmpeg "
+                "into a video (needs a display or xvfb-run); --speed is commits a second (6), --fps "
+                "frames a second (30)"),
+            1, {},
+            { QStringLiteral("--out"), QStringLiteral("--speed"), QStringLiteral("--fps"),
+                QStringLiteral("--size"), QStringLiteral("--from"), QStringLiteral("--to"),
+                QStringLiteral("--theme"), QStringLiteral("--color") },
             {} },
         { QStringLiteral("outline"), QStringLiteral("outline FILE [--filter QUERY] [--tiles WxH] [--json]"),
             QStringLiteral("Read one page, stylesheet, script, C-family or Rust file into its parts and the "

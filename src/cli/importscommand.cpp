@@ -1,6 +1,6 @@
 #include "cli/commandline.h"
 #include "cli/jsonwriter.h"
-#include "cli/terminal.h"
+#include "model/terminal.h"
 #include "imports/dependencyreader.h"
 
 #include <numeric>

@@ -16,6 +16,7 @@ struct Commit {
     qint32 changedFiles = 0;
 
     QString shortHash() const { return hash.left(7); }
+    bool operator==(const Commit&) const = default;
 };
 
 struct FileChange {

@@ -8,6 +8,7 @@
 #include <QElapsedTimer>
 #include <QFileInfo>
 
+#include <atomic>
 #include <charconv>
 
 namespace {
@@ -49,39 +50,58 @@ qint64 commitCount(const Git& git)
         .toLongLong();
 }
 
-// Streams the newest maxCommits commits of the log, oldest first, into the builder line by line,
-// reporting at most every 100 ms. What follows the last newline is left in carry.
-void streamLog(const Git& log, qint64 maxCommits, HistoryBuilder& builder, QByteArray& carry,
-    QByteArray& errors, const HistoryReader::ProgressCallback& progress)
+// The log of `count` first-parent commits up to and with `last`, oldest first, with each commit's
+// changed files: their status and paths, then their lines added and removed.
+QStringList logArguments(const QString& last, qint64 count)
 {
-    const QStringList arguments { QStringLiteral("log"), QStringLiteral("--first-parent"),
-        QStringLiteral("--reverse"), QStringLiteral("-M"), QStringLiteral("--raw"),
-        QStringLiteral("--numstat"), QStringLiteral("--no-color"), QStringLiteral("--no-abbrev"),
-        QStringLiteral("--no-textconv"), QStringLiteral("--no-ext-diff"),
-        QStringLiteral("--format=%x01%H%x1f%ct%x1f%an%x1f%s"), QStringLiteral("-n"),
-        QString::number(maxCommits) };
+    return { QStringLiteral("log"), QStringLiteral("--first-parent"), QStringLiteral("--reverse"),
+        QStringLiteral("-M"), QStringLiteral("--raw"), QStringLiteral("--numstat"),
+        QStringLiteral("--no-color"), QStringLiteral("--no-abbrev"), QStringLiteral("--no-textconv"),
+        QStringLiteral("--no-ext-diff"), QStringLiteral("--format=%x01%H%x1f%ct%x1f%an%x1f%s"),
+        QStringLiteral("-n"), QString::number(count), last, QStringLiteral("--") };
+}
+
+// Feeds every whole line of text to the builder and drops it, leaving what follows the last newline.
+void feedLines(QByteArray& text, HistoryBuilder& builder)
+{
+    const qsizetype last = text.lastIndexOf('\n');
+    if (last < 0)
+        return;
+    for (qsizetype start = 0; start <= last;) {
+        const qsizetype end = text.indexOf('\n', start);
+        builder.feed(QByteArrayView(text).sliced(start, end - start));
+        start = end + 1;
+    }
+    text.remove(0, last + 1);
+}
+
+// Streams a log into the builder line by line, telling how many commits it holds so far (with
+// `alongside` more read elsewhere) at most every 100 ms. What follows the last newline is left in
+// carry.
+void streamLog(const Git& log, const QStringList& arguments, HistoryBuilder& builder, QByteArray& carry,
+    QByteArray& errors, const HistoryReader::ProgressCallback& progress, const std::atomic<qint64>& alongside)
+{
     QElapsedTimer sinceReport;
     sinceReport.start();
     log.stream(
         arguments,
         [&](const QByteArray& chunk) {
             carry += chunk;
-            const qsizetype last = carry.lastIndexOf('\n');
-            if (last < 0)
-                return;
-            for (qsizetype start = 0; start <= last;) {
-                const qsizetype end = carry.indexOf('\n', start);
-                builder.feed(QByteArrayView(carry).sliced(start, end - start));
-                start = end + 1;
-            }
-            carry.remove(0, last + 1);
+            feedLines(carry, builder);
             if (progress && sinceReport.elapsed() > 100) {
                 sinceReport.restart();
-                progress({ QStringLiteral("Reading history"), builder.commitCount() });
+                progress({ QStringLiteral("Reading history"), builder.commitCount() + alongside.load() });
             }
         },
         &errors);
 }
+
+// A log read whole on a thread of its own, for the builder to take once what comes before it is in.
+struct HeldLog {
+    bool read = false;
+    QByteArray text;
+    QByteArray errors;
+};
 
 } // namespace
 
@@ -217,11 +237,13 @@ HistoryIndex HistoryBuilder::take()
     return std::move(m_index);
 }
 
-HistoryReader::HistoryReader(const QString& root, CancelFlagPtr cancel, qint64 maxCommits, qint32 maxPaths)
+HistoryReader::HistoryReader(
+    const QString& root, CancelFlagPtr cancel, qint64 maxCommits, qint32 maxPaths, qint64 splitFrom)
     : m_root(QDir::cleanPath(QFileInfo(root).absoluteFilePath()))
     , m_cancel(std::move(cancel))
     , m_maxCommits(maxCommits)
     , m_maxPaths(maxPaths)
+    , m_splitFrom(splitFrom)
 {
 }
 
@@ -249,14 +271,46 @@ std::variant<std::shared_ptr<const HistoryIndex>, HistoryError> HistoryReader::r
     if (progress)
         progress({ QStringLiteral("Reading history"), 0 });
 
-    // The log always carries the limit, which changes nothing on a shorter history, so that
-    // counting the commits (a walk of its own) runs beside it instead of before it.
-    SideJob<qint64> count([git] { return commitCount(git); });
+    // A count that fails leaves the log to find its own end.
+    const qint64 total = commitCount(git);
+    const qint64 count = total > 0 ? std::min(total, m_maxCommits) : m_maxCommits;
     HistoryBuilder builder(m_maxPaths);
     QByteArray carry;
     QByteArray errors;
-    streamLog(git.withStop(stopped), m_maxCommits, builder, carry, errors, progress);
-    const bool truncated = count.take() > m_maxCommits;
+    std::atomic<qint64> newerRead = 0;
+    if (count >= m_splitFrom) {
+        // Two git processes at once: the newer half of the line is read whole beside the older,
+        // which streams into the builder, and is fed to it after; the index comes out the same.
+        const qint64 newer = count / 2;
+        const QString cut = git.string({ QStringLiteral("rev-parse"), head + u'~' + QString::number(newer) })
+                                .value_or(QString());
+        SideJob<HeldLog> newerHalf([log = git.withStop(stopped), head, newer, &newerRead] {
+            HeldLog held;
+            held.read = log.stream(
+                logArguments(head, newer),
+                [&](const QByteArray& chunk) {
+                    held.text += chunk;
+                    newerRead += chunk.count('\x01');
+                },
+                &held.errors);
+            return held;
+        });
+        if (!cut.isEmpty())
+            streamLog(git.withStop(stopped), logArguments(cut, count - newer), builder, carry, errors,
+                progress, newerRead);
+        HeldLog held = newerHalf.take();
+        builder.feed(carry);
+        carry = std::move(held.text);
+        errors += held.errors;
+        if (cut.isEmpty() || !held.read)
+            builder = HistoryBuilder(m_maxPaths); // half a history is none
+        else
+            feedLines(carry, builder);
+    } else {
+        streamLog(
+            git.withStop(stopped), logArguments(head, count), builder, carry, errors, progress, newerRead);
+    }
+    const bool truncated = total > m_maxCommits;
     if (stopped())
         return HistoryError { Kind::cancelled, m_root };
     builder.feed(carry);

@@ -49,12 +49,13 @@ private:
 
 // Reads the first-parent history of a work tree's branch, oldest first, with lines added and removed
 // per file, streaming git's log. Limits: the newest maxCommits commits, the first maxPaths paths.
+// A history of splitFrom commits or more is read by two git processes at once, each half of it.
 class HistoryReader {
 public:
     using ProgressCallback = std::function<void(const HistoryProgress&)>;
 
-    HistoryReader(
-        const QString& root, CancelFlagPtr cancel, qint64 maxCommits = 20000, qint32 maxPaths = 80000);
+    HistoryReader(const QString& root, CancelFlagPtr cancel, qint64 maxCommits = 20000,
+        qint32 maxPaths = 80000, qint64 splitFrom = 1000);
 
     // cache, when given, answers for a head it has seen and keeps what is read.
     std::variant<std::shared_ptr<const HistoryIndex>, HistoryError> read(
@@ -65,4 +66,5 @@ private:
     CancelFlagPtr m_cancel;
     qint64 m_maxCommits;
     qint32 m_maxPaths;
+    qint64 m_splitFrom;
 };

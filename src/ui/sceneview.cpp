@@ -39,15 +39,8 @@ private:
 };
 
 constexpr float dragTurn = 0.008f; // radians per pixel
-constexpr qint64 markFadeMs = 1000; // how long a file touched by a commit stays marked
 constexpr int shadowsSettleMs = 400; // shadows come back once the history stands this long
 
-// The history view leaves out the files that are not there at the playhead, and the folders with
-// none of them.
-bool absent(const FileNode& node)
-{
-    return node.fileCount == 0;
-}
 constexpr int dragThreshold = 4; // pixels before a press becomes a drag
 
 } // namespace
@@ -65,7 +58,7 @@ SceneView::SceneView(AppState& state, QWidget* parent)
     // The old tree is freed right after a new one arrives: nothing may point into it by then.
     connect(&state, &AppState::rootChanged, this, [this] {
         m_controller.clear();
-        m_markedAt.clear();
+        m_marks.clear();
         m_builtRoot = nullptr;
         scheduleBuild(true);
     });
@@ -171,20 +164,15 @@ void SceneView::build()
     m_controller.camera().setAspect(float(width()) / float(std::max(height(), 1)));
     m_controller.setImports(m_state.imports().dependencies());
     if (!history && m_builtMode == VisualizationMode::history) {
-        m_markedAt.clear();
+        m_marks.clear();
         m_controller.setTouched(QHash<const FileNode*, float>());
         m_controller.setHidden({});
         m_controller.setShadowsEnabled(true);
     }
-    // The history's city is laid out at its peak, so that heights keep one scale through the
-    // replay, then shown at the playhead.
     if (history)
-        timeline.showPeaks(true);
-    m_controller.build(*root, config, reset);
-    if (history) {
-        timeline.showPeaks(false);
-        m_controller.remeasure(absent);
-    }
+        buildHistoryScene(m_controller, timeline, config, reset);
+    else
+        m_controller.build(*root, config, reset);
     m_controller.setSelection(m_state.selection());
     applyFilter();
     applyLinkFocus();
@@ -250,37 +238,14 @@ void SceneView::followTimeline()
     if (m_state.display().mode() != VisualizationMode::history || m_builtMode != VisualizationMode::history
         || !m_builtRoot)
         return;
-    m_controller.remeasure(absent);
+    remeasureHistory(m_controller);
     const qint64 now = m_markClock.elapsed();
-    for (const FileNode* file : m_state.timeline().lastTouched()) {
-        // A file inside a folder drawn whole marks the folder's block.
-        const FileNode* drawn = file;
-        while (drawn && !m_controller.entityFor(drawn))
-            drawn = drawn->parent;
-        if (drawn)
-            m_markedAt.insert(drawn, now);
-    }
-    fadeMarks();
+    m_marks.mark(m_state.timeline().lastTouched(), m_controller, now);
+    m_marks.apply(m_controller, now);
     m_controller.setShadowsEnabled(false);
     m_shadowsBack.start();
     update();
     emit built();
-}
-
-void SceneView::fadeMarks()
-{
-    const qint64 now = m_markClock.elapsed();
-    QHash<const FileNode*, float> strengths;
-    for (auto it = m_markedAt.begin(); it != m_markedAt.end();) {
-        const float strength = 1 - float(now - it.value()) / float(markFadeMs);
-        if (strength <= 0) {
-            it = m_markedAt.erase(it);
-            continue;
-        }
-        strengths.insert(it.key(), strength);
-        ++it;
-    }
-    m_controller.setTouched(strengths);
 }
 
 void SceneView::settleCamera()
@@ -369,9 +334,7 @@ void SceneView::paintGL()
 {
     const float dt = std::min(float(m_clock.restart()) / 1000.0f, 0.1f);
     const bool moving = m_controller.camera().step(dt);
-    const bool fading = !m_markedAt.isEmpty();
-    if (fading)
-        fadeMarks();
+    const bool fading = !m_marks.isEmpty() && m_marks.apply(m_controller, m_markClock.elapsed());
     if (!m_glReady)
         return;
     m_renderer.render(m_controller, size() * devicePixelRatio(), float(devicePixelRatio()));

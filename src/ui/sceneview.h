@@ -1,5 +1,6 @@
 #pragma once
 
+#include "scene/historyscene.h"
 #include "scene/renderer.h"
 #include "scene/scenecontroller.h"
 #include "state/appstate.h"
@@ -60,7 +61,6 @@ private:
     // The history's files have moved: heights, colours and presence follow, the files moved are
     // marked and the marks fade; shadows wait until the movement settles.
     void followTimeline();
-    void fadeMarks();
     QString describe(const FileNode& node) const;
 
     AppState& m_state;
@@ -73,7 +73,7 @@ private:
     VisualizationMode m_builtMode = VisualizationMode::city;
     QElapsedTimer m_clock;
     QElapsedTimer m_markClock;
-    QHash<const FileNode*, qint64> m_markedAt; // when each drawn file was last marked, on m_markClock
+    FadingMarks m_marks; // on m_markClock
     QTimer m_shadowsBack;
     qint64 m_buildMs = 0;
     QWidget* m_labels = nullptr;

@@ -13,15 +13,20 @@
 #include <QThreadPool>
 #include <QtConcurrent/QtConcurrentRun>
 
+#include <limits>
+
 using namespace Qt::StringLiterals;
 
 namespace {
 
+constexpr qint64 neverSplit = std::numeric_limits<qint64>::max();
+
 std::shared_ptr<const HistoryIndex> readOk(const QString& root, qint64 maxCommits = 20000,
-    qint32 maxPaths = 80000, HistoryCache* cache = nullptr, bool* hit = nullptr)
+    qint32 maxPaths = 80000, HistoryCache* cache = nullptr, bool* hit = nullptr,
+    qint64 splitFrom = neverSplit)
 {
-    auto outcome
-        = HistoryReader(root, std::make_shared<CancelFlag>(), maxCommits, maxPaths).read({}, cache, hit);
+    auto outcome = HistoryReader(root, std::make_shared<CancelFlag>(), maxCommits, maxPaths, splitFrom)
+                       .read({}, cache, hit);
     if (const auto* error = std::get_if<HistoryError>(&outcome)) {
         ADD_FAILURE() << error->description().toStdString();
         return std::make_shared<HistoryIndex>();
@@ -199,9 +204,9 @@ TEST(HistoryReader, KeepsTheNewestCommitsAndTheFirstPaths)
     EXPECT_EQ(readOk(repo.path())->branch, u"HEAD");
 }
 
-// The reader is run on a shared pool; counting its commits beside the log must not wait for a
-// thread of that pool when every other one is taken.
-TEST(HistoryReader, CountsItsCommitsFromTheLastFreeThreadOfAPool)
+// The reader is run on a shared pool; reading half of the history beside the other must not wait
+// for a thread of that pool when every other one is taken.
+TEST(HistoryReader, ReadsInTwoHalvesFromTheLastFreeThreadOfAPool)
 {
     GitRepo repo;
     for (int i = 0; i < 3; ++i) {
@@ -218,12 +223,92 @@ TEST(HistoryReader, CountsItsCommitsFromTheLastFreeThreadOfAPool)
         });
     }
     held.acquire(others);
-    const QFuture<bool> truncated
-        = QtConcurrent::run(shared, [&] { return readOk(repo.path(), 2)->truncated; });
+    const QFuture<bool> truncated = QtConcurrent::run(
+        shared, [&] { return readOk(repo.path(), 2, 80000, nullptr, nullptr, 2)->truncated; });
     EXPECT_TRUE(truncated.result());
     release.release(others);
     shared->waitForDone();
 }
+
+// Fifteen commits on the first-parent line with a merge among them: files added, edited, deleted
+// and brought back, and renames on either side of any cut, one with edits, one into a new folder.
+class Eventful : public GitRepo {
+public:
+    Eventful()
+    {
+        for (int i = 0; i < 15; ++i) {
+            write(u"grow.txt"_s, numbered(5 * (i + 1)));
+            if (i == 1)
+                write(u"old/name.txt"_s, numbered(30));
+            if (i == 6) {
+                makeFolder(u"new/place"_s);
+                git({ u"mv"_s, u"old/name.txt"_s, u"new/place/name.txt"_s });
+            }
+            if (i == 7)
+                write(u"new/place/name.txt"_s, numbered(28) + "edited\n");
+            if (i == 7)
+                write(u"b.txt"_s, numbered(40));
+            if (i == 8)
+                git({ u"mv"_s, u"b.txt"_s, u"c.txt"_s });
+            if (i == 3)
+                write(u"gone.txt"_s, numbered(3));
+            if (i == 9)
+                QFile::remove(path(u"gone.txt"_s));
+            if (i == 12)
+                write(u"gone.txt"_s, numbered(7));
+            if (i == 10) {
+                git({ u"checkout"_s, u"-q"_s, u"-b"_s, u"side"_s });
+                write(u"side.txt"_s, numbered(9));
+                commitAll(u"side"_s, 5000 + i);
+                git({ u"checkout"_s, u"-q"_s, u"main"_s });
+                git({ u"merge"_s, u"-q"_s, u"--no-ff"_s, u"-m"_s, u"merge side"_s, u"side"_s }, false,
+                    5000 + i);
+                continue;
+            }
+            commitAll(u"c%1"_s.arg(i), 5000 + i);
+        }
+    }
+};
+
+struct SplitCase {
+    const char* name;
+    qint64 maxCommits;
+    qint32 maxPaths;
+    qint64 splitFrom;
+};
+
+class Split : public ::testing::TestWithParam<SplitCase> { };
+
+// Reading the history in two halves, newer and older at once, gives what one log gives.
+TEST_P(Split, TwoHalvesGiveWhatOneLogGives)
+{
+    static const Eventful repo;
+    const SplitCase& c = GetParam();
+    const auto whole = readOk(repo.path(), c.maxCommits, c.maxPaths);
+    const auto halves = readOk(repo.path(), c.maxCommits, c.maxPaths, nullptr, nullptr, c.splitFrom);
+    ASSERT_EQ(whole->commitCount(), std::min<qint64>(c.maxCommits, 15));
+    EXPECT_EQ(halves->commits, whole->commits);
+    EXPECT_EQ(halves->paths, whole->paths);
+    EXPECT_EQ(halves->changes, whole->changes);
+    EXPECT_EQ(halves->maxLines, whole->maxLines);
+    EXPECT_EQ(halves->truncated, whole->truncated);
+    EXPECT_EQ(halves->truncated, c.maxCommits < 15);
+    // The renames across the middle are renames still.
+    const auto renames
+        = std::count_if(halves->changes.begin(), halves->changes.end(), [](const auto& changes) {
+              return std::any_of(changes.begin(), changes.end(),
+                  [](const FileChange& change) { return change.kind == FileChange::Kind::renamed; });
+          });
+    if (c.maxPaths > 10) {
+        EXPECT_EQ(renames, c.maxCommits >= 9 ? 2 : c.maxCommits >= 7 ? 1 : 0);
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(HistoryReader, Split,
+    ::testing::Values(SplitCase { "Whole", 20000, 80000, 2 }, SplitCase { "OddCount", 13, 80000, 2 },
+        SplitCase { "AtTheThreshold", 15, 80000, 15 }, SplitCase { "Newest", 7, 80000, 2 },
+        SplitCase { "TwoCommits", 2, 80000, 2 }, SplitCase { "FewPaths", 20000, 3, 2 }),
+    rowName);
 
 TEST(HistoryReader, SaysWhyItCannotRead)
 {

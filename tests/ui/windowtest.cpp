@@ -1,7 +1,7 @@
 // The real window, run as a user's script would run it: korvane under a virtual display, driven by
 // its start-up variables or the snapshot command, with the image and the state it leaves checked.
 
-#include "support/testsupport.h"
+#include "display.h"
 
 #include <gtest/gtest.h>
 
@@ -17,26 +17,10 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-// Runs korvane under xvfb-run (a display of its own), with settings kept in a folder of the test's.
 Outcome korvane(
     const QStringList& arguments, const QHash<QString, QString>& variables = {}, bool display = true)
 {
-    static TempFolder home;
-    QHash<QString, QString> all = variables;
-    all.insert(u"XDG_CONFIG_HOME"_s, home.path(u"config"_s));
-    all.insert(u"XDG_CACHE_HOME"_s, home.path(u"cache"_s));
-    // Leaks inside the GL driver are not ours; the unit tests check the program's own.
-    all.insert(u"ASAN_OPTIONS"_s, u"detect_leaks=0"_s);
-    const QString program = QStringLiteral(KORVANE_BINARY);
-    if (!display)
-        return runHeadless(program, arguments, all);
-    // The display's key in the test's folder: xvfb-run then makes no folder of its own in /tmp,
-    // whose removal, racing with another run's, could fail and turn the exit status into its own.
-    return runHeadless(u"xvfb-run"_s,
-        QStringList {
-            u"-a"_s, u"-f"_s, home.path(u"Xauthority"_s), u"-s"_s, u"-screen 0 1600x1000x24"_s, program }
-            + arguments,
-        all);
+    return korvaneOnDisplay(arguments, variables, display);
 }
 
 QJsonObject parse(const QByteArray& json)

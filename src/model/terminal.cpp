@@ -1,4 +1,4 @@
-#include "cli/terminal.h"
+#include "model/terminal.h"
 
 #include <cstdio>
 
