@@ -15,9 +15,11 @@
 #include <QLocale>
 #include <QPainter>
 #include <QProcess>
+#include <QSemaphore>
 #include <QStandardPaths>
 #include <QThreadPool>
 
+#include <atomic>
 #include <cmath>
 #include <memory>
 
@@ -70,24 +72,47 @@ protected:
     QString m_error;
 };
 
+// PNG files are written on a thread of their own while the next frame is drawn, a few frames at most
+// waiting; a little compression keeps them quick to write and still small.
 class PngFolder : public FrameSink {
 public:
     explicit PngFolder(QString folder)
         : m_folder(std::move(folder))
+        , m_room(waiting)
     {
+        m_pool.setMaxThreadCount(1);
     }
+    ~PngFolder() override { m_pool.waitForDone(); }
+
     bool write(const QImage& frame, qint64 number) override
     {
+        m_room.acquire();
+        if (m_failed.load())
+            return finish();
         const QString file
             = QDir(m_folder).filePath(QStringLiteral("frame-%1.png").arg(number, 5, 10, QChar(u'0')));
-        if (frame.save(file, "PNG"))
-            return true;
-        m_error = QStringLiteral("could not write ") + file;
-        return false;
+        m_pool.start([this, frame, file] {
+            if (!frame.save(file, "PNG", pngQuality) && !m_failed.exchange(true))
+                m_error = QStringLiteral("could not write ") + file;
+            m_room.release();
+        });
+        return true;
+    }
+
+    bool finish() override
+    {
+        m_pool.waitForDone();
+        return !m_failed.load();
     }
 
 private:
+    static constexpr int waiting = 3;
+    static constexpr int pngQuality = 80; // Qt's scale: 0 is the smallest file, 100 the quickest
+
     QString m_folder;
+    QThreadPool m_pool;
+    QSemaphore m_room;
+    std::atomic<bool> m_failed = false;
 };
 
 class FfmpegPipe : public FrameSink {
@@ -147,9 +172,22 @@ public:
         return failed();
     }
 
+    ~FfmpegPipe() override
+    {
+        if (m_process.state() != QProcess::NotRunning) {
+            m_process.kill();
+            m_process.waitForFinished();
+        }
+    }
+
 private:
+    // Says why, in ffmpeg's own last words when it has any.
     bool failed()
     {
+        if (m_process.state() != QProcess::NotRunning) {
+            m_process.closeWriteChannel();
+            m_process.waitForFinished(5000);
+        }
         const QStringList lines
             = QString::fromLocal8Bit(m_process.readAllStandardError()).trimmed().split(u'\n');
         m_error = QStringLiteral("ffmpeg failed: ")
@@ -394,11 +432,17 @@ int replayCommand(const SnapshotArguments& arguments)
     scene.camera().setAspect(float(size.width()) / float(size.height()));
     buildHistoryScene(
         scene, timeline, { VisualizationMode::history, color, HeightMode::lines, 1, theme }, true);
+    // Smooth edges rather than shadows: shadows of moving buildings cost a frame of their own on a
+    // software renderer, and the window leaves them out while it plays too.
+    scene.setShadowsEnabled(false);
     scene.camera().settle();
     OffscreenView view;
     if (!view.create(size))
         return fail(view.error());
 
+    const QString folderOut = isVideo(target) ? QFileInfo(absoluteTarget).absolutePath() : absoluteTarget;
+    if (!QDir().mkpath(folderOut))
+        return fail(QStringLiteral("could not make the folder ") + folderOut);
     std::unique_ptr<FrameSink> sink;
     if (isVideo(target)) {
         auto pipe = std::make_unique<FfmpegPipe>();
@@ -406,8 +450,6 @@ int replayCommand(const SnapshotArguments& arguments)
             return fail(pipe->error());
         sink = std::move(pipe);
     } else {
-        if (!QDir().mkpath(absoluteTarget))
-            return fail(QStringLiteral("could not make the folder ") + target);
         sink = std::make_unique<PngFolder>(absoluteTarget);
     }
 
