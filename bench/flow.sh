@@ -4,7 +4,7 @@
 # `korvane flow FILE` (read and arranged) beside `korvane outline FILE` (read alone), so that the
 # difference is the arrangement.
 set -euo pipefail
-source "$(dirname "$0")/common.sh"
+source "$(dirname "$0")/common.sh" time # (with no words of its own, it would be handed this script's)
 functions=${1:-1500}
 file="$work/calls.js"
 perl -e '

@@ -5,7 +5,7 @@
 # synthetic graphs and on those packages. Prints Markdown tables for BENCHMARKS.md: mean times, the
 # ratio, and both tools' edge counts with the edges they share.
 set -euo pipefail
-source "$(dirname "$0")/common.sh"
+source "$(dirname "$0")/common.sh" time # (with no words of its own, it would be handed this script's)
 command -v npm >/dev/null || "$here/scripts/setup.sh" nodejs npm >&2
 "$here/scripts/build.sh" release graph_bench >&2
 runs=${RUNS:-3}

@@ -3,7 +3,7 @@
 # `korvane sexpr FILE --summary` on a Release build: the whole command, start to exit, against the
 # cost of reading the file once (cat), with peak memory against the file's size.
 set -euo pipefail
-source "$(dirname "$0")/common.sh"
+source "$(dirname "$0")/common.sh" time # (with no words of its own, it would be handed this script's)
 board="$work/board.kicad_pcb"
 "$here/bench/make-board.sh" "$board" "${1:-10}"
 bytes=$(stat -c %s "$board")

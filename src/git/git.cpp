@@ -113,6 +113,11 @@ bool Git::start(
         environment.insert(QStringLiteral("GIT_CONFIG_COUNT"), QString::number(given + settings.size()));
     // Into a pipe git flushes after every record (every commit of a log), waking us each time.
     environment.insert(QStringLiteral("GIT_FLUSH"), QStringLiteral("0"));
+    // A log with line counts allocates and frees heavily; with the C library's default the heap is
+    // handed back to the kernel and faulted in again all the time, which costs a third of a long
+    // log's time. Growing and keeping it in 64 MiB steps gives the same output in two thirds of it.
+    if (!environment.contains(QStringLiteral("MALLOC_TOP_PAD_")))
+        environment.insert(QStringLiteral("MALLOC_TOP_PAD_"), QString::number(64 << 20));
     process.setProcessEnvironment(environment);
     process.setStandardInputFile(QProcess::nullDevice());
     if (!errors)

@@ -50,16 +50,21 @@ qint64 commitCount(const Git& git)
         .toLongLong();
 }
 
-// The log of `count` first-parent commits up to and with `last`, oldest first, with each commit's
-// changed files: their status and paths, then their lines added and removed.
-QStringList logArguments(const QString& last, qint64 count)
+} // namespace
+
+QStringList HistoryReader::logArguments(const QString& last, qint64 count, bool oldestFirst)
 {
-    return { QStringLiteral("log"), QStringLiteral("--first-parent"), QStringLiteral("--reverse"),
-        QStringLiteral("-M"), QStringLiteral("--raw"), QStringLiteral("--numstat"),
-        QStringLiteral("--no-color"), QStringLiteral("--no-abbrev"), QStringLiteral("--no-textconv"),
-        QStringLiteral("--no-ext-diff"), QStringLiteral("--format=%x01%H%x1f%ct%x1f%an%x1f%s"),
-        QStringLiteral("-n"), QString::number(count), last, QStringLiteral("--") };
+    QStringList arguments { QStringLiteral("log"), QStringLiteral("--first-parent"), QStringLiteral("-M"),
+        QStringLiteral("--raw"), QStringLiteral("--numstat"), QStringLiteral("--no-color"),
+        QStringLiteral("--no-abbrev"), QStringLiteral("--no-textconv"), QStringLiteral("--no-ext-diff"),
+        QStringLiteral("--format=%x01%H%x1f%ct%x1f%an%x1f%s"), QStringLiteral("-n"), QString::number(count),
+        last, QStringLiteral("--") };
+    if (oldestFirst)
+        arguments.insert(2, QStringLiteral("--reverse"));
+    return arguments;
 }
+
+namespace {
 
 // Feeds every whole line of text to the builder and drops it, leaving what follows the last newline.
 void feedLines(QByteArray& text, HistoryBuilder& builder)
@@ -75,11 +80,10 @@ void feedLines(QByteArray& text, HistoryBuilder& builder)
     text.remove(0, last + 1);
 }
 
-// Streams a log into the builder line by line, telling how many commits it holds so far (with
-// `alongside` more read elsewhere) at most every 100 ms. What follows the last newline is left in
-// carry.
+// Streams a log into the builder line by line, telling how many commits it holds so far at most
+// every 100 ms. What follows the last newline is left in carry.
 void streamLog(const Git& log, const QStringList& arguments, HistoryBuilder& builder, QByteArray& carry,
-    QByteArray& errors, const HistoryReader::ProgressCallback& progress, const std::atomic<qint64>& alongside)
+    QByteArray& errors, const HistoryReader::ProgressCallback& progress)
 {
     QElapsedTimer sinceReport;
     sinceReport.start();
@@ -90,18 +94,70 @@ void streamLog(const Git& log, const QStringList& arguments, HistoryBuilder& bui
             feedLines(carry, builder);
             if (progress && sinceReport.elapsed() > 100) {
                 sinceReport.restart();
-                progress({ QStringLiteral("Reading history"), builder.commitCount() + alongside.load() });
+                progress({ QStringLiteral("Reading history"), builder.commitCount() });
             }
         },
         &errors);
 }
 
-// A log read whole on a thread of its own, for the builder to take once what comes before it is in.
-struct HeldLog {
-    bool read = false;
-    QByteArray text;
-    QByteArray errors;
-};
+// Reads `count` first-parent commits up to `head` with two git processes at once: one from the
+// oldest commit up, streaming into the builder, the other from the newest down, held aside. They
+// stop where they meet, wherever the heavier commits lie, and the newer commits are fed after the
+// older ones in their order, so that the index is the one a single log gives. False when they did
+// not meet.
+bool readFromBothEnds(const Git& git, const std::function<bool()>& stopped, const QString& head, qint64 count,
+    HistoryBuilder& builder, QByteArray& errors, const HistoryReader::ProgressCallback& progress)
+{
+    std::atomic<qint64> olderDone = 0; // whole commits each side has given
+    std::atomic<qint64> newerDone = 0;
+    const auto met = [&] { return olderDone.load() + newerDone.load() >= count; };
+    const Git log = git.withStop([&] { return stopped() || met(); });
+    struct Held {
+        bool ended = false;
+        QByteArray text;
+        QByteArray errors;
+    };
+    SideJob<Held> newer([&] {
+        Held held;
+        qint64 headers = 0;
+        held.ended = log.stream(
+            HistoryReader::logArguments(head, count, false),
+            [&](const QByteArray& chunk) {
+                const qsizetype from = held.text.size();
+                held.text += chunk;
+                for (qsizetype at = held.text.indexOf('\x01', from); at >= 0;
+                     at = held.text.indexOf('\x01', at + 1))
+                    headers += at == 0 || held.text[at - 1] == '\n';
+                newerDone = std::max<qint64>(headers - 1, 0);
+            },
+            &held.errors);
+        return held;
+    });
+    QByteArray carry;
+    QElapsedTimer sinceReport;
+    sinceReport.start();
+    const bool olderEnded = log.stream(
+        HistoryReader::logArguments(head, count, true),
+        [&](const QByteArray& chunk) {
+            carry += chunk;
+            feedLines(carry, builder);
+            olderDone = builder.commitCount();
+            if (progress && sinceReport.elapsed() > 100) {
+                sinceReport.restart();
+                progress({ QStringLiteral("Reading history"), olderDone.load() + newerDone.load() });
+            }
+        },
+        &errors);
+    Held held = newer.take();
+    errors += held.errors;
+    if (olderEnded) {
+        builder.feed(carry);
+        builder.flush();
+    } else {
+        builder.dropOpen(); // cut short where the two met
+    }
+    return builder.feedNewestFirst(held.text, held.ended, count - builder.commitCount());
+}
 
 } // namespace
 
@@ -182,6 +238,42 @@ void HistoryBuilder::bump(qint32 path, qint32 delta)
     qint32& lines = m_lines[size_t(path)];
     lines = std::max(0, lines + delta);
     m_index.maxLines[size_t(path)] = std::max(m_index.maxLines[size_t(path)], lines);
+}
+
+bool HistoryBuilder::feedNewestFirst(const QByteArray& log, bool ended, qint64 commits)
+{
+    // Each commit runs from its header line to the next; the last is cut short unless the log ended.
+    std::vector<QByteArrayView> whole;
+    qsizetype start = log.startsWith('\x01') ? 0 : -1;
+    for (qsizetype at = log.indexOf("\n\x01"); at >= 0 && qint64(whole.size()) < commits;
+         at = log.indexOf("\n\x01", at + 1)) {
+        if (start >= 0)
+            whole.push_back(QByteArrayView(log).sliced(start, at + 1 - start));
+        start = at + 1;
+    }
+    if (ended && start >= 0 && qint64(whole.size()) < commits)
+        whole.push_back(QByteArrayView(log).sliced(start));
+    if (qint64(whole.size()) < commits)
+        return false;
+    flush();
+    for (auto commit = whole.rbegin(); commit != whole.rend(); ++commit) {
+        for (qsizetype from = 0; from < commit->size();) {
+            qsizetype end = commit->indexOf('\n', from);
+            if (end < 0)
+                end = commit->size();
+            feed(commit->sliced(from, end - from));
+            from = end + 1;
+        }
+        flush();
+    }
+    return true;
+}
+
+void HistoryBuilder::dropOpen()
+{
+    m_commit.reset();
+    m_counts.clear();
+    m_status.clear();
 }
 
 void HistoryBuilder::flush()
@@ -275,45 +367,19 @@ std::variant<std::shared_ptr<const HistoryIndex>, HistoryError> HistoryReader::r
     const qint64 total = commitCount(git);
     const qint64 count = total > 0 ? std::min(total, m_maxCommits) : m_maxCommits;
     HistoryBuilder builder(m_maxPaths);
-    QByteArray carry;
     QByteArray errors;
-    std::atomic<qint64> newerRead = 0;
-    if (count >= m_splitFrom) {
-        // Two git processes at once: the newer half of the line is read whole beside the older,
-        // which streams into the builder, and is fed to it after; the index comes out the same.
-        const qint64 newer = count / 2;
-        const QString cut = git.string({ QStringLiteral("rev-parse"), head + u'~' + QString::number(newer) })
-                                .value_or(QString());
-        SideJob<HeldLog> newerHalf([log = git.withStop(stopped), head, newer, &newerRead] {
-            HeldLog held;
-            held.read = log.stream(
-                logArguments(head, newer),
-                [&](const QByteArray& chunk) {
-                    held.text += chunk;
-                    newerRead += chunk.count('\x01');
-                },
-                &held.errors);
-            return held;
-        });
-        if (!cut.isEmpty())
-            streamLog(git.withStop(stopped), logArguments(cut, count - newer), builder, carry, errors,
-                progress, newerRead);
-        HeldLog held = newerHalf.take();
-        builder.feed(carry);
-        carry = std::move(held.text);
-        errors += held.errors;
-        if (cut.isEmpty() || !held.read)
-            builder = HistoryBuilder(m_maxPaths); // half a history is none
-        else
-            feedLines(carry, builder);
+    if (total > 0 && count >= m_splitFrom) {
+        if (!readFromBothEnds(git, stopped, head, count, builder, errors, progress))
+            builder = HistoryBuilder(m_maxPaths); // part of a history is none
     } else {
-        streamLog(
-            git.withStop(stopped), logArguments(head, count), builder, carry, errors, progress, newerRead);
+        QByteArray carry;
+        streamLog(git.withStop(stopped), HistoryReader::logArguments(head, count), builder, carry, errors,
+            progress);
+        builder.feed(carry);
     }
     const bool truncated = total > m_maxCommits;
     if (stopped())
         return HistoryError { Kind::cancelled, m_root };
-    builder.feed(carry);
     auto index = std::make_shared<HistoryIndex>(builder.take());
     if (index->commits.empty()) {
         const QString message = QString::fromUtf8(errors).trimmed();

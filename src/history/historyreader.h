@@ -5,6 +5,7 @@
 
 #include <QByteArray>
 #include <QHash>
+#include <QStringList>
 
 #include <functional>
 #include <memory>
@@ -20,6 +21,10 @@ public:
 
     void feed(QByteArrayView line);
     void flush(); // closes the commit in hand
+    void dropOpen(); // forgets the commit in hand, cut short
+    // Feeds the oldest `commits` of a log given newest first, oldest first, after what came before;
+    // false, feeding nothing, when it holds fewer whole ones (the last is whole only if it `ended`).
+    bool feedNewestFirst(const QByteArray& log, bool ended, qint64 commits);
     qint64 commitCount() const { return qint64(m_index.commits.size()); }
     HistoryIndex take();
 
@@ -49,13 +54,17 @@ private:
 
 // Reads the first-parent history of a work tree's branch, oldest first, with lines added and removed
 // per file, streaming git's log. Limits: the newest maxCommits commits, the first maxPaths paths.
-// A history of splitFrom commits or more is read by two git processes at once, each half of it.
+// A history of splitFrom commits or more is read by two git processes at once, from either end.
 class HistoryReader {
 public:
     using ProgressCallback = std::function<void(const HistoryProgress&)>;
 
     HistoryReader(const QString& root, CancelFlagPtr cancel, qint64 maxCommits = 20000,
         qint32 maxPaths = 80000, qint64 splitFrom = 1000);
+
+    // git's log of `count` first-parent commits up to and with `last`, oldest first or newest first,
+    // with each commit's changed files: their status and paths, then their lines added and removed.
+    static QStringList logArguments(const QString& last, qint64 count, bool oldestFirst = true);
 
     // cache, when given, answers for a head it has seen and keeps what is read.
     std::variant<std::shared_ptr<const HistoryIndex>, HistoryError> read(

@@ -310,6 +310,52 @@ INSTANTIATE_TEST_SUITE_P(HistoryReader, Split,
         SplitCase { "TwoCommits", 2, 80000, 2 }, SplitCase { "FewPaths", 20000, 3, 2 }),
     rowName);
 
+// The two ends of a read meet anywhere, even inside a commit: whatever the older end gave whole
+// (its cut-short commit dropped), and the rest from the newer end, newest first, give one index.
+TEST(HistoryBuilder, JoinsAnOlderLogAndANewerOneWhereverTheyMeet)
+{
+    static const Eventful repo;
+    const QString head = QString::fromUtf8(repo.git({ u"rev-parse"_s, u"HEAD"_s }).trimmed());
+    const QByteArray oldest = repo.git(HistoryReader::logArguments(head, 15, true));
+    const QByteArray newest = repo.git(HistoryReader::logArguments(head, 15, false));
+    HistoryBuilder one;
+    for (const QByteArray& line : oldest.split('\n'))
+        one.feed(line);
+    const HistoryIndex expected = one.take();
+    ASSERT_EQ(expected.commitCount(), 15);
+
+    for (qsizetype cut = 0; cut <= oldest.size(); cut += std::max<qsizetype>(1, oldest.size() / 97)) {
+        HistoryBuilder older;
+        const QByteArray given = oldest.first(cut);
+        const qsizetype lastLine = given.lastIndexOf('\n');
+        for (const QByteArray& line : given.first(lastLine + 1).split('\n'))
+            older.feed(line);
+        older.dropOpen();
+        const qint64 wanted = 15 - older.commitCount();
+        // The newer end holds just what is wanted and a piece of the next commit, or all of it.
+        const qsizetype after = newest.indexOf("\n\x01", [&] {
+            qsizetype at = 0;
+            for (qint64 i = 0; i < wanted && at >= 0; ++i)
+                at = newest.indexOf("\n\x01", at + 1);
+            return at;
+        }());
+        const QByteArray held = after < 0 ? newest : newest.first(after + 5);
+        HistoryBuilder joined = older;
+        ASSERT_TRUE(joined.feedNewestFirst(held, after < 0, wanted)) << cut;
+        const HistoryIndex index = joined.take();
+        EXPECT_EQ(index.commits, expected.commits) << cut;
+        EXPECT_EQ(index.paths, expected.paths) << cut;
+        EXPECT_EQ(index.changes, expected.changes) << cut;
+        EXPECT_EQ(index.maxLines, expected.maxLines) << cut;
+        // A newer end that holds one commit too few is refused, and feeds nothing.
+        if (wanted > 0) {
+            HistoryBuilder shortOf = older;
+            EXPECT_FALSE(shortOf.feedNewestFirst(newest.first(newest.indexOf("\n\x01") + 1), false, wanted));
+            EXPECT_EQ(shortOf.commitCount(), older.commitCount());
+        }
+    }
+}
+
 TEST(HistoryReader, SaysWhyItCannotRead)
 {
     TempFolder plain;
