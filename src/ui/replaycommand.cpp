@@ -216,23 +216,41 @@ bool readHistory(TimelineController& timeline, const QString& folder)
     return timeline.isReady();
 }
 
-// The repository's name above, the colour key at the right, and along the bottom the commit the
-// frame stands at, with a line for how far the replay has come.
-void paintCaption(QPainter& painter, QSize size, const QString& name, const TimelineController& timeline,
-    const SceneController& scene, const Theme& theme)
+// What is written on a frame: the repository's name above, the colour key at the right, and in a
+// band along the bottom, below the city, the commit the frame stands at, with a line for how far
+// the replay has come. Sizes follow the frame's height.
+struct Caption {
+    explicit Caption(QSize frame)
+        : size(frame)
+        , unit(std::max<qreal>(frame.height() / 720.0, 0.6))
+        , margin(20 * unit)
+    {
+        title.setPixelSize(int(std::lround(22 * unit)));
+        title.setWeight(QFont::DemiBold);
+        body.setPixelSize(int(std::lround(15 * unit)));
+        small.setPixelSize(int(std::lround(12 * unit)));
+        band = int(std::ceil(QFontMetricsF(body).height() * 2 + QFontMetricsF(small).height() + 22 * unit));
+    }
+    // The part of the frame the city is drawn in.
+    QSize scene() const { return { size.width(), size.height() - band }; }
+
+    void paint(QPainter& painter, const QString& name, const TimelineController& timeline,
+        const SceneController& scene, const Theme& theme) const;
+
+    QSize size;
+    qreal unit;
+    qreal margin;
+    QFont title;
+    QFont body;
+    QFont small;
+    int band = 0;
+};
+
+void Caption::paint(QPainter& painter, const QString& name, const TimelineController& timeline,
+    const SceneController& scene, const Theme& theme) const
 {
     painter.setRenderHint(QPainter::Antialiasing);
     painter.setRenderHint(QPainter::TextAntialiasing);
-    const qreal unit = std::max<qreal>(size.height() / 720.0, 0.6);
-    const qreal margin = 20 * unit;
-    QFont title = painter.font();
-    title.setPixelSize(int(std::lround(22 * unit)));
-    title.setWeight(QFont::DemiBold);
-    QFont body = title;
-    body.setPixelSize(int(std::lround(15 * unit)));
-    body.setWeight(QFont::Normal);
-    QFont small = body;
-    small.setPixelSize(int(std::lround(12 * unit)));
     const QFontMetricsF titleMetrics(title), bodyMetrics(body), smallMetrics(small);
 
     painter.setFont(title);
@@ -259,11 +277,8 @@ void paintCaption(QPainter& painter, QSize size, const QString& name, const Time
         y += smallMetrics.height() + 4 * unit;
     }
 
-    const qreal band = bodyMetrics.height() * 2 + smallMetrics.height() + 22 * unit;
     const QRectF strip(0, size.height() - band, size.width(), band);
-    QColor wash = theme.paper;
-    wash.setAlphaF(0.86f);
-    painter.fillRect(strip, wash);
+    painter.fillRect(strip, theme.paper);
     painter.setPen(theme.rule);
     painter.drawLine(strip.topLeft(), strip.topRight());
 
@@ -428,8 +443,9 @@ int replayCommand(const SnapshotArguments& arguments)
         return badOption(QStringLiteral("--from must not come after --to"));
 
     const Theme& theme = Theme::of(dark);
+    const Caption caption(size);
     SceneController scene;
-    scene.camera().setAspect(float(size.width()) / float(size.height()));
+    scene.camera().setAspect(float(caption.scene().width()) / float(caption.scene().height()));
     buildHistoryScene(
         scene, timeline, { VisualizationMode::history, color, HeightMode::lines, 1, theme }, true);
     // Smooth edges rather than shadows: shadows of moving buildings cost a frame of their own on a
@@ -437,7 +453,7 @@ int replayCommand(const SnapshotArguments& arguments)
     scene.setShadowsEnabled(false);
     scene.camera().settle();
     OffscreenView view;
-    if (!view.create(size))
+    if (!view.create(caption.scene()))
         return fail(view.error());
 
     const QString folderOut = isVideo(target) ? QFileInfo(absoluteTarget).absolutePath() : absoluteTarget;
@@ -469,9 +485,10 @@ int replayCommand(const SnapshotArguments& arguments)
         }
         marks.apply(scene, now);
         view.draw(scene);
-        QImage image = view.image(scene);
+        QImage image(size, QImage::Format_RGB32);
         QPainter painter(&image);
-        paintCaption(painter, size, name, timeline, scene, theme);
+        painter.drawImage(0, 0, view.image(scene));
+        caption.paint(painter, name, timeline, scene, theme);
         painter.end();
         if (!sink->write(image, frame)) {
             progress.finish();
