@@ -13,9 +13,14 @@ namespace Terminal {
 // "Label      value", one line of a summary, the label padded to the width.
 QString row(const QString& label, const QString& value, qsizetype width = 12);
 
-void out(const QString& text);
+// Text as it may be shown on a terminal: control characters other than newline and tab (which a
+// repository's names and messages could use to retitle, clear or paste into the user's terminal)
+// written as \x1b and the like.
+QString printable(const QString& text);
+
+void out(const QString& text); // printable
 void out(const QByteArray& bytes); // as they are, such as a JSON document
-void err(const QString& text);
+void err(const QString& text); // printable
 
 class Progress {
 public:

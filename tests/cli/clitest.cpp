@@ -207,6 +207,53 @@ TEST(ScanCommand, JsonOfAHostileRepositoryIsRightAndRunsNothingItNames)
     EXPECT_TRUE(QFile::exists(marker)) << "plain git status does run them";
 }
 
+struct EscapeCase {
+    const char* name;
+    QStringList arguments; // REPO stands for the repository
+    const char* shown; // how the escape must appear in the output
+};
+
+void PrintTo(const EscapeCase& row, std::ostream* out)
+{
+    *out << row.name;
+}
+
+class TerminalEscapes : public testing::TestWithParam<EscapeCase> { };
+
+// A repository's names, messages and atoms can carry escape sequences that retitle, clear or paste
+// into the user's terminal; printed, they show as text.
+TEST_P(TerminalEscapes, ArePrintedAsTextNeverAsTheBytes)
+{
+    static const GitRepo repo = [] {
+        GitRepo made;
+        made.write(u"evil\x1b]0;pwned\x07.txt"_s, "needle\n");
+        made.write(u"board.kicad_pcb"_s,
+            "(kicad_pcb (net \"\x1b[2J\xc2\x9b"
+            "31m\"))\n");
+        made.commitAll(u"set the title \x1b]52;c;cGF3bmVk\x07 here"_s, 1700000000);
+        return made;
+    }();
+    QStringList arguments;
+    for (const QString& word : GetParam().arguments)
+        arguments << QString(word).replace(u"REPO"_s, repo.path());
+    const Outcome run = korvane(arguments);
+    ASSERT_EQ(run.exitCode, 0) << run.err.toStdString();
+    EXPECT_FALSE(run.out.contains('\x1b')) << run.out.toStdString();
+    EXPECT_FALSE(run.out.contains('\x07')) << run.out.toStdString();
+    EXPECT_FALSE(run.out.contains("\xc2\x9b")) << run.out.toStdString();
+    EXPECT_TRUE(run.out.contains(GetParam().shown)) << run.out.toStdString();
+}
+
+INSTANTIATE_TEST_SUITE_P(Table, TerminalEscapes,
+    testing::Values(
+        EscapeCase { "HistorySubject", { u"history"_s, u"REPO"_s, u"--no-cache"_s }, "\\x1b]52;c;" },
+        EscapeCase {
+            "HistoryJson", { u"history"_s, u"REPO"_s, u"--json"_s, u"--no-cache"_s }, "\\u001b]52;c;" },
+        EscapeCase {
+            "SearchFileName", { u"search"_s, u"REPO"_s, u"needle"_s }, "evil\\x1b]0;pwned\\x07.txt" },
+        EscapeCase { "SexprAtom", { u"sexpr"_s, u"REPO/board.kicad_pcb"_s }, "\\x1b[2J\\x9b31m" }),
+    rowName);
+
 TEST(OutlineCommand, AFilterKeepsThePartsWhoseNamesMatchLoosely)
 {
     const Outcome run = korvane({ u"outline"_s, dataPath(u"structure/menu.js"_s), u"--filter"_s, u"tgl"_s });
