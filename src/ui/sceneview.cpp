@@ -6,6 +6,7 @@
 #include <QApplication>
 #include <QDesktopServices>
 #include <QMouseEvent>
+#include <QOpenGLContext>
 #include <QPainter>
 #include <QTimer>
 #include <QToolTip>
@@ -322,6 +323,16 @@ void SceneView::initializeGL()
     m_glReady = m_renderer.initialize();
     if (!m_glReady)
         m_state.setErrorMessage(QStringLiteral("The city cannot be drawn: ") + m_renderer.error());
+}
+
+QString SceneView::drawingError() const
+{
+    if (m_glReady || !isVisible())
+        return {};
+    if (!context() || !context()->isValid())
+        return QStringLiteral("no OpenGL context can be made on the platform \"%1\"")
+            .arg(QGuiApplication::platformName());
+    return m_renderer.error();
 }
 
 void SceneView::resizeGL(int width, int height)

@@ -27,6 +27,9 @@ public:
     // Puts the camera at its goal at once (scripted keys and snapshots do not wait for easing).
     void settleCamera();
     qint64 lastBuildMilliseconds() const { return m_buildMs; }
+    // Why the view has drawn nothing once shown (no OpenGL context, or a renderer that would not
+    // start), or an empty string when it draws.
+    QString drawingError() const;
 
     // SceneHost
     QSizeF viewSize() const override { return size(); }

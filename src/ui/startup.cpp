@@ -331,10 +331,16 @@ int StartupRunner::finish()
         m_window.sceneView().grabFramebuffer();
         const QPixmap image = m_window.grab();
         const qint64 frameMs = frame.elapsed();
+        // An image without its scene would pass for a folder with nothing in it.
+        if (const QString error = m_window.sceneView().drawingError(); !error.isEmpty()) {
+            std::fprintf(stderr, "korvane: could not draw the scene: %s.\n", qPrintable(error));
+            m_script.snapshot.reset();
+            status = 1;
+        }
         // The name's suffix picks any format Qt writes (png, jpg, bmp …); any other name gets a PNG.
         const QByteArray suffix = QFileInfo(*m_script.snapshot).suffix().toLower().toLatin1();
         const char* format = QImageWriter::supportedImageFormats().contains(suffix) ? nullptr : "PNG";
-        if (image.isNull() || !image.save(*m_script.snapshot, format)) {
+        if (m_script.snapshot && (image.isNull() || !image.save(*m_script.snapshot, format))) {
             std::fprintf(stderr, "Could not write the image %s.\n", qPrintable(*m_script.snapshot));
             status = 1;
         }

@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 
 #include <QColor>
+#include <QFile>
 #include <QImage>
 #include <QJsonArray>
 #include <QJsonDocument>
@@ -93,6 +94,23 @@ TEST(Window, SnapshotDrawsTheCityAndShowsTheSelectionInTheAccentColour)
     EXPECT_EQ(picture.size(), QSize(1200, 800));
     EXPECT_GT(distinctColours(picture), 40);
     EXPECT_GT(countNear(picture, darkAccent, 24), 20);
+}
+
+// Without OpenGL the scene cannot be drawn; an image of the window without it would pass for a
+// folder with nothing in it.
+TEST(Window, ASnapshotThatCannotDrawTheSceneSaysSoAndWritesNoImage)
+{
+    Project project;
+    TempFolder out;
+    const QString image = out.path(u"city.png"_s);
+    const Outcome run = korvane({ u"snapshot"_s, project.path(), u"--out"_s, image },
+        { { u"QT_QPA_PLATFORM"_s, u"offscreen"_s } }, false);
+    EXPECT_EQ(run.exitCode, 1);
+    EXPECT_TRUE(
+        run.err.contains("korvane: could not draw the scene: no OpenGL context can be made on the platform "
+                         "\"offscreen\".\n"))
+        << run.err.toStdString();
+    EXPECT_FALSE(QFile::exists(image));
 }
 
 struct ScriptCase {
