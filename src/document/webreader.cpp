@@ -127,6 +127,14 @@ void readRust(Builder& builder, QByteArrayView utf8)
         QStringLiteral("use"), false);
 }
 
+// The program a document is written in, by the name the languages go by and a file name of it.
+void named(WebDocument& document, const QString& program, const QString& file)
+{
+    document.program = program;
+    document.programTitle = program;
+    document.programFile = file;
+}
+
 } // namespace
 
 bool readsExtension(QStringView pathExtension)
@@ -140,10 +148,14 @@ std::optional<WebDocument> read(QByteArrayView utf8, QStringView pathExtension)
     const std::optional<Source> source = sourceOf(extension);
     if (!source)
         return std::nullopt;
-    // Every reader sees "\n" line ends, so that lines counted anywhere agree with `lines`.
+    // A byte-order mark is no part of the first line's text.
+    if (utf8.startsWith("\xEF\xBB\xBF"))
+        utf8 = utf8.sliced(3);
+    // Every reader sees "\n" line ends, so that lines counted anywhere agree with `lines`; a lone
+    // "\r" (old Mac files) ends a line too.
     QByteArray normalised;
-    if (utf8.contains("\r\n")) {
-        normalised = utf8.toByteArray().replace("\r\n", "\n");
+    if (utf8.contains('\r')) {
+        normalised = utf8.toByteArray().replace("\r\n", "\n").replace('\r', '\n');
         utf8 = normalised;
     }
     Builder builder;
@@ -156,8 +168,12 @@ std::optional<WebDocument> read(QByteArrayView utf8, QStringView pathExtension)
     switch (*source) {
     case Source::native: readNative(builder, utf8, extension); break;
     case Source::rust: readRust(builder, utf8); break;
-    case Source::page: readPage(builder, utf8); break;
+    case Source::page:
+        named(document, QStringLiteral("HTML"), QStringLiteral("x.html"));
+        readPage(builder, utf8);
+        break;
     case Source::stylesheet:
+        named(document, QStringLiteral("CSS"), QStringLiteral("x.css"));
         builder.readStylesheet(utf8, QStringLiteral("Stylesheet"), 0, std::nullopt);
         break;
     case Source::script: builder.readScript(utf8, 0); break;

@@ -56,7 +56,7 @@ TEST(OutlineCommand, JsonIsTheWholeDocument)
         EXPECT_LT(link[u"to"].toInteger(), nodes.size());
         EXPECT_FALSE(link[u"kind"].toString().isEmpty());
     }
-    EXPECT_EQ(json[u"program"].toString(), u"JavaScript");
+    EXPECT_EQ(json[u"program"].toString(), u"HTML");
     EXPECT_EQ(json[u"stats"][u"scripts"].toInt(), 1);
     EXPECT_FALSE(json[u"truncated"].toBool());
 }

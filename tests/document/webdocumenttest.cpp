@@ -1,4 +1,5 @@
 #include "document/webreader.h"
+#include "support/testsupport.h"
 
 #include <gtest/gtest.h>
 
@@ -69,13 +70,67 @@ INSTANTIATE_TEST_SUITE_P(Table, WebDispatch,
         DispatchRow { "h", "C", "C source" }, DispatchRow { "hpp", "C++", "C++ source" },
         DispatchRow { "ino", "C++", "C++ source" }, DispatchRow { "c++", "C++", "C++ source" },
         DispatchRow { "inl", "C++", "C++ source" }, DispatchRow { "rs", "Rust", "Rust source" },
-        DispatchRow { "HTML", "JavaScript", "" }, DispatchRow { "less", "JavaScript", "Stylesheet" },
-        DispatchRow { "tsx", "JavaScript", "Script" }, DispatchRow { "cts", "JavaScript", "Script" },
-        DispatchRow { "txt", "", "" }, DispatchRow { "", "", "" }, DispatchRow { "json", "", "" }),
+        DispatchRow { "HTML", "HTML", "" }, DispatchRow { "less", "CSS", "Stylesheet" },
+        DispatchRow { "css", "CSS", "Stylesheet" }, DispatchRow { "tsx", "JavaScript", "Script" },
+        DispatchRow { "cts", "JavaScript", "Script" }, DispatchRow { "txt", "", "" },
+        DispatchRow { "", "", "" }, DispatchRow { "json", "", "" }),
     [](const auto& info) {
         const std::string name = info.param.extension;
         return name.empty() ? std::string("none") : name == "c++" ? std::string("cplusplus") : name;
     });
+
+struct TextFormRow {
+    const char* name;
+    const char* extension;
+    QByteArray text;
+    QList<std::pair<const char*, qint64>> declarations; // name, 0-based line
+    qint64 lines;
+};
+
+void PrintTo(const TextFormRow& row, std::ostream* out)
+{
+    *out << row.name;
+}
+
+class TextForms : public testing::TestWithParam<TextFormRow> { };
+
+// A byte-order mark, Windows line ends and old Mac ones hide no declaration and shift no line.
+TEST_P(TextForms, HideNoDeclarationAndShiftNoLine)
+{
+    const TextFormRow& row = GetParam();
+    const WebDocument document = read(row.text, QString::fromLatin1(row.extension));
+    for (const auto& [name, line] : row.declarations) {
+        const qsizetype id = idOf(document, QString::fromLatin1(name));
+        if (id >= 0) {
+            EXPECT_EQ(document.nodes[size_t(id)].line, line) << name;
+        }
+    }
+    EXPECT_EQ(document.stats.lines, row.lines);
+    EXPECT_EQ(document.lines.size(), row.lines);
+    for (const QString& line : document.lines)
+        EXPECT_FALSE(line.contains(u'\r') || line.contains(QChar(0xFEFF))) << line.toStdString();
+}
+
+INSTANTIATE_TEST_SUITE_P(Table, TextForms,
+    testing::Values(TextFormRow { "MarkedScript", "js",
+                        "\xEF\xBB\xBF"
+                        "function first() {}\nfunction second() { first(); }\n",
+                        { { "first", 0 }, { "second", 1 } }, 3 },
+        TextFormRow { "MarkedRust", "rs",
+            "\xEF\xBB\xBF"
+            "fn first() {}\nfn second() { first(); }\n",
+            { { "first", 0 }, { "second", 1 } }, 3 },
+        TextFormRow { "OldMacC", "c",
+            "#include <a.h>\r// note\rint main() { return 0; }\rint other() { return main(); }\r",
+            { { "main", 2 }, { "other", 3 } }, 5 },
+        TextFormRow { "WindowsC", "c",
+            "#include <a.h>\r\n// note\r\nint main() { return 0; }\r\nint other() { return main(); }\r\n",
+            { { "main", 2 }, { "other", 3 } }, 5 },
+        TextFormRow { "MarkedStylesheet", "css",
+            "\xEF\xBB\xBF"
+            "a { color: red; }\r.b { margin: 0 }\r",
+            { { "a", 0 }, { ".b", 1 } }, 3 }),
+    rowName);
 
 TEST(WebDocument, AHeaderIsCppWhenItSaysSo)
 {
