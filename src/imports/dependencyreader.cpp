@@ -136,9 +136,9 @@ std::vector<Candidate> candidatesOf(const DependencyGraph& graph)
     return candidates;
 }
 
-void readImports(const FileNode& file, const ImportLanguage& language, FileRead& out)
+void readImports(const Beneath& folder, const FileNode& file, const ImportLanguage& language, FileRead& out)
 {
-    const std::optional<QByteArray> text = read(file);
+    const std::optional<QByteArray> text = read(folder, file);
     if (!text)
         return;
     out.read = true;
@@ -156,11 +156,15 @@ std::optional<std::vector<FileRead>> readAll(const DependencyGraph& graph,
     const auto count = int(candidates.size());
     std::vector<FileRead> reads(candidates.size());
     PhaseProgress reading(progress, QStringLiteral("Reading imports"), count);
+    const FileNode* top = graph.root;
+    while (top && top->parent)
+        top = top->parent;
+    const Beneath folder(top ? top->url : QString());
     parallelFor(count, workerCount(), [&](int c) {
         if (isCancelled(cancel))
             return;
         const Candidate& candidate = candidates[size_t(c)];
-        readImports(*graph.files[size_t(candidate.index)], *candidate.language, reads[size_t(c)]);
+        readImports(folder, *graph.files[size_t(candidate.index)], *candidate.language, reads[size_t(c)]);
         reading.step();
     });
     if (isCancelled(cancel))
@@ -385,38 +389,16 @@ std::optional<qint32> resolve(
     return only(lookup.byStem, last);
 }
 
-std::optional<QByteArray> read(const FileNode& file)
+std::optional<QByteArray> read(const Beneath& folder, const FileNode& file)
 {
     if (file.isDirectory || file.isBinary || file.size >= maxFileBytes)
         return std::nullopt;
-    // Never through a link, and never blocking on a pipe or a device that stands in the folder.
-    const int fd
-        = open(QFile::encodeName(file.url).constData(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK);
-    if (fd < 0)
+    bool whole = false;
+    std::optional<QByteArray> text = folder.read(file.relativePath.toUtf8(), maxFileBytes, &whole);
+    if (!text || !whole)
         return std::nullopt;
-    struct stat info;
-    if (fstat(fd, &info) != 0 || !S_ISREG(info.st_mode)) {
-        close(fd);
-        return std::nullopt;
-    }
-    QByteArray text(qsizetype(std::clamp<qint64>(info.st_size, 0, maxFileBytes)), Qt::Uninitialized);
-    qsizetype filled = 0;
-    while (filled < text.size()) {
-        const ssize_t n = ::read(fd, text.data() + filled, size_t(text.size() - filled));
-        if (n < 0 && errno == EINTR)
-            continue;
-        if (n < 0) {
-            close(fd);
-            return std::nullopt;
-        }
-        if (n == 0)
-            break;
-        filled += n;
-    }
-    close(fd);
-    text.truncate(filled);
-    if (!QByteArrayView(text).isValidUtf8())
-        text = QString::fromUtf8(text).toUtf8(); // invalid sequences become U+FFFD
+    if (!QByteArrayView(*text).isValidUtf8())
+        *text = QString::fromUtf8(*text).toUtf8(); // invalid sequences become U+FFFD
     return text;
 }
 

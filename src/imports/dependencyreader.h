@@ -1,6 +1,7 @@
 #pragma once
 
 #include "imports/dependencygraph.h"
+#include "scan/beneath.h"
 #include "scan/cancelflag.h"
 
 #include <QByteArray>
@@ -86,9 +87,9 @@ struct Lookup {
 std::optional<qint32> resolve(
     const Reference& reference, std::string_view from, const ImportLanguage& language, const Lookup& lookup);
 
-// The text of a file, at most maxFileBytes of it, as valid UTF-8; nothing for a binary, oversized
-// or unreadable file, or anything but a regular file.
-std::optional<QByteArray> read(const FileNode& file);
+// The text of a file of the folder, as valid UTF-8; nothing for a binary, oversized or unreadable
+// file, anything but a regular file, or a path that leaves the folder or runs through a link.
+std::optional<QByteArray> read(const Beneath& folder, const FileNode& file);
 
 using ProgressCallback = std::function<void(const DependencyProgress&)>;
 

@@ -1,6 +1,7 @@
 #include "scan/scanner.h"
 
 #include "git/git.h"
+#include "scan/beneath.h"
 #include "scan/parallel.h"
 
 #include <QDir>
@@ -113,13 +114,9 @@ QList<QByteArray> Scanner::walk() const
     return files;
 }
 
-LineCount Scanner::countLines(const QByteArray& path, qint64 size)
+LineCount Scanner::countLines(int fd, qint64 size)
 {
-    if (size <= 0)
-        return {};
-    // Non-blocking, in case a pipe took the place of the file since it was looked at.
-    const int fd = open(path.constData(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK);
-    if (fd < 0)
+    if (size <= 0 || fd < 0)
         return {};
     constexpr qint64 chunk = qint64(64) * 1024;
     thread_local std::unique_ptr<char[]> buffer(new char[chunk]);
@@ -132,15 +129,12 @@ LineCount Scanner::countLines(const QByteArray& path, qint64 size)
             continue;
         if (n <= 0)
             break;
-        if (read == 0 && std::memchr(buffer.get(), 0, std::min<qint64>(n, binaryProbeBytes))) {
-            close(fd);
+        if (read == 0 && std::memchr(buffer.get(), 0, std::min<qint64>(n, binaryProbeBytes)))
             return { 0, true };
-        }
         lines += std::count(buffer.get(), buffer.get() + n, '\n');
         last = buffer[n - 1];
         read += n;
     }
-    close(fd);
     if (last != '\n')
         ++lines;
     if (read > 0 && read < size)
@@ -150,18 +144,26 @@ LineCount Scanner::countLines(const QByteArray& path, qint64 size)
 
 std::vector<FileNode*> Scanner::buildTree(FileNode& root, const QList<QByteArray>& paths) const
 {
-    // Folders are made as the paths name them, keyed by their relative path.
+    // Folders are made as the paths name them, keyed by their relative path: from the nearest one
+    // already made down to the one asked for, without recursing once a level.
     const QString urlPrefix = m_rootPath.endsWith(u'/') ? m_rootPath : m_rootPath + u'/';
     QHash<QByteArray, FileNode*> folders { { QByteArray(), &root } };
-    const std::function<FileNode*(const QByteArray&)> folderFor = [&](const QByteArray& path) -> FileNode* {
-        if (FileNode* known = folders.value(path))
-            return known;
-        const qsizetype slash = path.lastIndexOf('/');
-        FileNode* parent = folderFor(slash < 0 ? QByteArray() : path.left(slash));
-        const QString relative = QString::fromUtf8(path);
-        auto node = std::make_unique<FileNode>(
-            urlPrefix + relative, QString::fromUtf8(path.mid(slash + 1)), relative, true, parent);
-        return folders[path] = parent->addChild(std::move(node));
+    std::vector<qsizetype> missing;
+    const auto folderFor = [&](const QByteArray& path) -> FileNode* {
+        FileNode* parent = nullptr;
+        missing.clear();
+        for (qsizetype end = path.size(); !(parent = folders.value(path.left(end)));) {
+            missing.push_back(end);
+            end = std::max<qsizetype>(0, path.lastIndexOf('/', end - 1));
+        }
+        for (auto end = missing.rbegin(); end != missing.rend(); ++end) {
+            const QByteArray folder = path.left(*end);
+            const QString relative = QString::fromUtf8(folder);
+            auto node = std::make_unique<FileNode>(urlPrefix + relative,
+                QString::fromUtf8(folder.mid(folder.lastIndexOf('/') + 1)), relative, true, parent);
+            parent = folders[folder] = parent->addChild(std::move(node));
+        }
+        return parent;
     };
     std::vector<FileNode*> files;
     files.reserve(paths.size());
@@ -180,7 +182,7 @@ std::vector<FileNode*> Scanner::buildTree(FileNode& root, const QList<QByteArray
 void Scanner::measure(const std::vector<FileNode*>& files, const QList<QByteArray>& paths, int workers,
     const std::function<void(qint64, qint64)>& report) const
 {
-    const QByteArray root = QFile::encodeName(m_rootPath);
+    const Beneath folder(m_rootPath);
     const qint64 count = qint64(files.size());
     const int chunkCount = std::max(1, 6 * QThread::idealThreadCount());
     const qint64 chunkSize = std::max<qint64>(1, (count + chunkCount - 1) / chunkCount);
@@ -193,7 +195,7 @@ void Scanner::measure(const std::vector<FileNode*>& files, const QList<QByteArra
         for (qint64 index = chunk * chunkSize; index < end; ++index) {
             if (cancelled())
                 return;
-            measureFile(*files[size_t(index)], joinPath(root, paths[index]));
+            measureFile(*files[size_t(index)], folder, paths[index]);
             if (index % 64 != 0)
                 continue;
             qint64 reached = -1;
@@ -211,18 +213,22 @@ void Scanner::measure(const std::vector<FileNode*>& files, const QList<QByteArra
     });
 }
 
-void Scanner::measureFile(FileNode& file, const QByteArray& path)
+void Scanner::measureFile(FileNode& file, const Beneath& folder, const QByteArray& path)
 {
-    struct stat info;
-    if (lstat(path.constData(), &info) != 0 || S_ISDIR(info.st_mode)) {
+    // Whatever cannot be reached from inside the folder, such as a path through a link, is left out.
+    const std::optional<struct stat> info = folder.status(path);
+    if (!info || S_ISDIR(info->st_mode)) {
         file.excluded = true;
         return;
     }
-    file.size = info.st_size;
-    file.modified = qint64(info.st_mtim.tv_sec);
-    if (!S_ISREG(info.st_mode) || file.language->isBinary)
+    file.size = info->st_size;
+    file.modified = qint64(info->st_mtim.tv_sec);
+    if (!S_ISREG(info->st_mode) || file.language->isBinary)
         return; // a link, a device or a picture is never read
-    const LineCount measured = countLines(path, file.size);
+    const int fd = folder.openFile(path);
+    const LineCount measured = countLines(fd, file.size);
+    if (fd >= 0)
+        close(fd);
     file.lines = measured.lines;
     file.isBinary = measured.isBinary;
     if (file.isBinary && *file.language == Languages::other())
@@ -255,6 +261,12 @@ std::variant<ScanResult, ScanError> Scanner::scan(const ProgressCallback& progre
         paths = git.listFiles().value_or(QList<QByteArray>());
     if (paths.isEmpty())
         paths = walk();
+    // A path that would leave the folder, or is deeper than any real project, is never taken in.
+    const qsizetype listed = paths.size();
+    paths.removeIf([](const QByteArray& path) {
+        return !Beneath::isPlain(path) || Beneath::depth(path) > Beneath::maxDepth;
+    });
+    result.truncated = paths.size() < listed;
     if (paths.size() > m_maxFiles) {
         paths.resize(m_maxFiles);
         result.truncated = true;

@@ -12,6 +12,8 @@
 #include <variant>
 #include <vector>
 
+class Beneath;
+
 struct ScanProgress {
     QString phase;
     qint64 done = 0;
@@ -66,16 +68,17 @@ public:
     static const QList<QByteArray>& skippedDirectories();
     static const QList<QByteArray>& hiddenAllowed();
 
-    // Lines of a file of the given size: counts newlines in at most readCap bytes (extrapolating
-    // past it); a zero byte in the first 8000 bytes makes the file binary with no lines.
-    static LineCount countLines(const QByteArray& path, qint64 size);
+    // Lines of an open file of the given size: counts newlines in at most readCap bytes
+    // (extrapolating past it); a zero byte in the first 8000 bytes makes the file binary with no
+    // lines. A descriptor of -1 has none.
+    static LineCount countLines(int fd, qint64 size);
 
 private:
     QList<QByteArray> walk() const;
     std::vector<FileNode*> buildTree(FileNode& root, const QList<QByteArray>& paths) const;
     void measure(const std::vector<FileNode*>& files, const QList<QByteArray>& paths, int workers,
         const std::function<void(qint64 done, qint64 total)>& report) const;
-    static void measureFile(FileNode& file, const QByteArray& path);
+    static void measureFile(FileNode& file, const Beneath& folder, const QByteArray& path);
     bool cancelled() const { return m_cancel && m_cancel->isCancelled(); }
 
     QString m_rootPath;

@@ -1,6 +1,7 @@
 #include "search/foldersearch.h"
 
 #include "model/naturalorder.h"
+#include "scan/beneath.h"
 #include "scan/parallel.h"
 
 #include <QFile>
@@ -28,15 +29,13 @@ QByteArray& readBuffer()
 
 // The file's whole contents, or none when it cannot be read, is no regular file, or has reached
 // the size limit.
-std::optional<QByteArrayView> readWhole(const QString& path)
+std::optional<QByteArrayView> readWhole(const Beneath& folder, const QByteArray& path)
 {
-    // Never blocks: a pipe among the files opens at once and is then turned away as no regular file.
-    const int fd
-        = ::open(QFile::encodeName(path).constData(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK);
+    struct stat info;
+    const int fd = folder.openFile(path, &info);
     if (fd < 0)
         return std::nullopt;
-    struct stat info;
-    if (fstat(fd, &info) != 0 || !S_ISREG(info.st_mode) || info.st_size >= FolderSearch::sizeLimit) {
+    if (info.st_size >= FolderSearch::sizeLimit) {
         ::close(fd);
         return std::nullopt;
     }
@@ -85,6 +84,10 @@ std::optional<TextSearchResult> search(
             files.push_back(&node);
     });
     const auto cancelled = [&] { return cancel && cancel->isCancelled(); };
+    const FileNode* top = &root;
+    while (top->parent)
+        top = top->parent;
+    const Beneath folder(top->url);
 
     // Files are handed out in chunks: small enough to keep both cores busy to the end, large enough
     // that taking the next one costs nothing next to reading it.
@@ -99,7 +102,7 @@ std::optional<TextSearchResult> search(
         const int end = std::min(count, (chunk + 1) * chunkSize);
         for (int i = chunk * chunkSize; i < end; ++i) {
             const FileNode* node = files[size_t(i)];
-            const std::optional<QByteArrayView> text = readWhole(node->url);
+            const std::optional<QByteArrayView> text = readWhole(folder, node->relativePath.toUtf8());
             if (!text
                 || std::memchr(text->data(), 0, size_t(std::min<qint64>(text->size(), binaryProbeBytes))))
                 continue;

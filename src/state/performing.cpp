@@ -3,6 +3,7 @@
 
 #include "state/keyrouter.h"
 
+#include "scan/beneath.h"
 #include "state/appstate.h"
 
 #include <algorithm>
@@ -23,6 +24,25 @@ QString mergedKeys(const QStringList& keys)
         parts.append(key.mid(prefix.size()));
     }
     return prefix + parts.join(u' ');
+}
+
+// Why a node may not be handed to the desktop, if it may not: only what is there and is reached
+// from the scanned folder without a link is opened or shown, so a link in a downloaded repository
+// never opens something elsewhere on the disk.
+std::optional<QString> handOverRefusal(const FileNode& node)
+{
+    const FileNode* root = &node;
+    while (root->parent)
+        root = root->parent;
+    if (&node == root)
+        return std::nullopt;
+    const std::optional<struct stat> status = Beneath(root->url).status(node.relativePath.toUtf8());
+    if (!status)
+        return node.relativePath + QStringLiteral(" is not in the folder now, or is reached through a link.");
+    if (S_ISLNK(status->st_mode))
+        return node.relativePath
+            + QStringLiteral(" is a link; Korvane opens only what is inside the folder.");
+    return std::nullopt;
 }
 
 } // namespace
@@ -202,13 +222,22 @@ std::optional<bool> KeyRouter::performFolder(Action action)
     case Action::open:
         if (!s.scene() || !selection || selection->isDirectory)
             return false;
+        if (const std::optional<QString> why = handOverRefusal(*selection)) {
+            s.setErrorMessage(*why);
+            return false;
+        }
         s.scene()->openExternally(selection->url);
         return true;
     case Action::reveal: {
         const FileNode* node = selection ? selection : s.viewRoot();
         if (!s.scene() || !node)
             return false;
-        s.scene()->openExternally(node->isDirectory || !node->parent ? node->url : node->parent->url);
+        const FileNode& folder = node->isDirectory || !node->parent ? *node : *node->parent;
+        if (const std::optional<QString> why = handOverRefusal(folder)) {
+            s.setErrorMessage(*why);
+            return false;
+        }
+        s.scene()->openExternally(folder.url);
         return true;
     }
     case Action::cancelScan: return s.scan().cancel(), true;

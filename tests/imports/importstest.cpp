@@ -396,8 +396,9 @@ TEST(DependencyReader, ReadsValidUtf8AndNeverThroughALinkOrAPipe)
         = buildFolder({ { u"target.py"_s, "" }, { u"bad.py"_s, "# \xff\xfe\nimport target\n" } });
     EXPECT_EQ(edgeList(built.graph), QStringList { u"bad.py -> target.py"_s });
 
+    const Beneath folder(built.folder->path());
     const FileNode* bad = built.root->find(u"bad.py");
-    const std::optional<QByteArray> text = DependencyReader::read(*bad);
+    const std::optional<QByteArray> text = DependencyReader::read(folder, *bad);
     ASSERT_TRUE(text);
     EXPECT_TRUE(QByteArrayView(*text).isValidUtf8());
     EXPECT_TRUE(text->contains("\xef\xbf\xbd")) << "invalid bytes read as U+FFFD";
@@ -405,10 +406,10 @@ TEST(DependencyReader, ReadsValidUtf8AndNeverThroughALinkOrAPipe)
     FileNode link(built.folder->path(u"link.py"_s), u"link.py"_s, u"link.py"_s, false, nullptr);
     ASSERT_TRUE(QFile::link(outside.path(u"secret.py"_s), link.url));
     link.size = 14;
-    EXPECT_FALSE(DependencyReader::read(link));
+    EXPECT_FALSE(DependencyReader::read(folder, link));
     FileNode pipe(built.folder->path(u"pipe.py"_s), u"pipe.py"_s, u"pipe.py"_s, false, nullptr);
     ASSERT_EQ(mkfifo(QFile::encodeName(pipe.url).constData(), 0600), 0);
-    EXPECT_FALSE(DependencyReader::read(pipe)) << "a pipe with no writer must not hang the reader";
+    EXPECT_FALSE(DependencyReader::read(folder, pipe)) << "a pipe with no writer must not hang the reader";
 }
 
 TEST(DependencyReader, TheSameFolderGivesTheSameGraphInFileOrder)

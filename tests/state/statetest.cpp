@@ -545,6 +545,59 @@ TEST_F(StateTest, WelcomeListMovesWithinItsEntriesAndOpensOne)
     EXPECT_EQ(state.root()->url, b.path());
 }
 
+// --- handing files to the desktop ------------------------------------------------------------
+
+struct HandOverCase {
+    const char* name;
+    const char* selected; // empty: nothing selected
+    const char* action;
+    const char* opened; // relative to the project; empty: nothing opened, and a message shown
+};
+
+void PrintTo(const HandOverCase& row, std::ostream* out)
+{
+    *out << row.name;
+}
+
+class HandOver : public StateTest, public testing::WithParamInterface<HandOverCase> { };
+
+TEST_P(HandOver, OpensOrShowsOnlyWhatIsInsideTheFolder)
+{
+    const HandOverCase& row = GetParam();
+    TempFolder outside;
+    outside.write(u"secret.c"_s, "int secret;\n");
+    Project project;
+    ASSERT_TRUE(QFile::link(outside.path(u"secret.c"_s), project.path(u"src/link.c"_s)));
+    ASSERT_TRUE(QFile::link(outside.path(), project.path(u"elsewhere"_s)));
+    project.write(u"src/gone.c"_s, "int gone;\n");
+    AppState state;
+    PointScene scene;
+    state.setScene(&scene);
+    openAndWait(state, project.path());
+    if (*row.selected)
+        state.select(&node(state, QString::fromUtf8(row.selected)));
+    if (QString::fromUtf8(row.selected) == u"src/gone.c"_s)
+        QFile::remove(project.path(u"src/gone.c"_s));
+    KeyRouter router(state);
+    const bool done = router.perform(QString::fromUtf8(row.action));
+    if (*row.opened) {
+        EXPECT_TRUE(done);
+        EXPECT_EQ(scene.opened, QStringList { project.path(QString::fromUtf8(row.opened)) });
+    } else {
+        EXPECT_FALSE(done);
+        EXPECT_TRUE(scene.opened.isEmpty());
+        EXPECT_TRUE(state.errorMessage().has_value());
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(Table, HandOver,
+    testing::Values(HandOverCase { "openAFile", "src/main.c", "open", "src/main.c" },
+        HandOverCase { "openALink", "src/link.c", "open", "" },
+        HandOverCase { "openALinkToAFolder", "elsewhere", "open", "" },
+        HandOverCase { "revealALinksFolder", "src/link.c", "reveal", "src" },
+        HandOverCase { "openAFileGoneSinceTheScan", "src/gone.c", "open", "" }),
+    rowName);
+
 } // namespace
 
 int main(int argc, char** argv)

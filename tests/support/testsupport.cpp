@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include <QCoreApplication>
+#include <QCryptographicHash>
 #include <QElapsedTimer>
 #include <QThread>
 
@@ -79,6 +80,40 @@ void GitRepo::commitAll(const QString& message, qint64 time) const
     git({ QStringLiteral("commit"), QStringLiteral("-q"), QStringLiteral("--allow-empty"),
             QStringLiteral("-m"), message },
         false, time);
+}
+
+void GitRepo::writeIndex(QList<QByteArray> paths, const QByteArray& content) const
+{
+    const QString blobFile = write(QStringLiteral(".git/blob"), content);
+    const QByteArray blob = QByteArray::fromHex(
+        git({ QStringLiteral("hash-object"), QStringLiteral("-w"), blobFile }).trimmed());
+    QFile::remove(blobFile);
+    std::sort(paths.begin(), paths.end());
+    const auto number = [](QByteArray& out, quint32 value, int bytes) {
+        for (int shift = 8 * (bytes - 1); shift >= 0; shift -= 8)
+            out += char((value >> shift) & 0xff);
+    };
+    QByteArray index("DIRC");
+    number(index, 2, 4);
+    number(index, quint32(paths.size()), 4);
+    for (const QByteArray& path : std::as_const(paths)) {
+        const qsizetype start = index.size();
+        for (int field = 0; field < 6; ++field)
+            number(index, 0, 4); // times, device and inode
+        number(index, 0100644, 4);
+        number(index, 0, 4); // user
+        number(index, 0, 4); // group
+        number(index, quint32(content.size()), 4);
+        index += blob;
+        number(index, quint32(std::min<qsizetype>(path.size(), 0xfff)), 2);
+        index += path;
+        // One to eight zero bytes end the name and pad the entry to a multiple of eight.
+        index += QByteArray(8 - (index.size() - start) % 8, '\0');
+    }
+    index += QCryptographicHash::hash(index, QCryptographicHash::Sha1);
+    QFile file(path(QStringLiteral(".git/index")));
+    ASSERT_TRUE(file.open(QIODevice::WriteOnly | QIODevice::Truncate));
+    file.write(index);
 }
 
 bool waitFor(const std::function<bool()>& done, int milliseconds)

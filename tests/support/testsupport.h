@@ -37,6 +37,10 @@ public:
     QByteArray git(const QStringList& arguments, bool allowFailure = false, qint64 time = 1700000000) const;
     // Stages everything and commits at the given time.
     void commitAll(const QString& message, qint64 time = 1700000000) const;
+    // Writes the index byte by byte, as a hand-made one would be: every path names one blob holding
+    // `content`, and no path is checked, so it may run through a link, climb out with "..", or be
+    // tens of thousands of levels deep.
+    void writeIndex(QList<QByteArray> paths, const QByteArray& content = "text\n") const;
 };
 
 QByteArray readFile(const QString& path);
