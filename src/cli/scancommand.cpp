@@ -98,6 +98,8 @@ std::optional<ScanResult> scanFolder(const QString& path, Scanner::Scope scope)
         Terminal::err(error->description() + u'\n');
         return std::nullopt;
     }
+    if (const std::optional<QString>& warning = std::get<ScanResult>(outcome).warning)
+        Terminal::err(*warning + u'\n');
     return std::get<ScanResult>(std::move(outcome));
 }
 

@@ -1,5 +1,6 @@
 #include "git/git.h"
 
+#include <QElapsedTimer>
 #include <QFileInfo>
 #include <QProcess>
 #include <QProcessEnvironment>
@@ -26,6 +27,26 @@ QString decode(QByteArrayView bytes)
     return QString::fromUtf8(bytes);
 }
 
+// What a git command was reading, in words, for the message of one that stopped answering.
+QString subject(const QStringList& arguments)
+{
+    qsizetype at = 0;
+    while (at + 1 < arguments.size() && arguments[at] == u"-c")
+        at += 2;
+    const QString command = arguments.value(at);
+    if (command == u"ls-files")
+        return QStringLiteral("the list of files");
+    if (command == u"status")
+        return QStringLiteral("the status of the files");
+    if (command == u"log")
+        return QStringLiteral("the history");
+    if (command == u"config")
+        return QStringLiteral("the configuration");
+    if (command == u"cat-file")
+        return QStringLiteral("a file");
+    return QStringLiteral("the repository");
+}
+
 } // namespace
 
 // The settings that take back, for this folder, every program-naming value set by the
@@ -37,6 +58,10 @@ struct Git::Guard {
     std::once_flag once;
     bool ok = false;
     Settings settings;
+    // Why the last call that git left unanswered was given up, for the caller to pass on.
+    std::mutex stallLock;
+    QString stall;
+    int stalls = 0;
 };
 
 Git::Git(QString folder, std::function<bool()> stopRequested)
@@ -92,7 +117,8 @@ const Git::Guard& Git::guard() const
 bool Git::start(
     const QStringList& arguments, const Settings& settings, const Sink& sink, QByteArray* errors) const
 {
-    if (!QFileInfo(executable()).isExecutable() || stopped())
+    // What made git stall once (a named pipe where it reads a file) would make it stall again.
+    if (!QFileInfo(executable()).isExecutable() || stopped() || stalls() > 0)
         return false;
     QProcess process;
     process.setProgram(executable());
@@ -125,15 +151,31 @@ bool Git::start(
     process.start(QIODevice::ReadOnly);
     if (!process.waitForStarted(-1))
         return false;
-    // Output is handed on as it comes, and a stop is looked for at least every 100 ms.
+    // Output is handed on as it comes, and a stop is looked for at least every 100 ms. git that
+    // says nothing for too long is waiting on something that may never come (a named pipe where
+    // it reads a file, a disk that stalled) and is given up.
+    QElapsedTimer silence;
+    silence.start();
+    const qint64 patience = patienceMilliseconds();
     while (process.state() != QProcess::NotRunning) {
         if (!process.waitForReadyRead(50))
             process.waitForFinished(50);
-        if (const QByteArray chunk = process.readAllStandardOutput(); !chunk.isEmpty())
+        if (const QByteArray chunk = process.readAllStandardOutput(); !chunk.isEmpty()) {
             sink(chunk);
-        if (stopped()) {
+            silence.restart();
+        }
+        const bool stalled = silence.elapsed() > patience;
+        if (stopped() || stalled) {
             process.kill();
             process.waitForFinished(-1);
+            if (stalled) {
+                std::lock_guard lock(m_guard->stallLock);
+                ++m_guard->stalls;
+                m_guard->stall = QStringLiteral("git stopped answering while reading %1 in %2, and was "
+                                                "stopped after %3 s without output.")
+                                     .arg(subject(arguments), m_folder)
+                                     .arg(double(patience) / 1000.0);
+            }
             return false;
         }
     }
@@ -145,6 +187,25 @@ bool Git::start(
     return !stopped() && process.exitStatus() == QProcess::NormalExit && process.exitCode() == 0;
 }
 
+qint64 Git::patienceMilliseconds()
+{
+    bool ok = false;
+    const double seconds = qEnvironmentVariable("KORVANE_GIT_PATIENCE").toDouble(&ok);
+    return ok && seconds > 0 ? qint64(seconds * 1000) : defaultPatience;
+}
+
+std::optional<QString> Git::stall() const
+{
+    std::lock_guard lock(m_guard->stallLock);
+    return m_guard->stall.isEmpty() ? std::nullopt : std::optional(m_guard->stall);
+}
+
+int Git::stalls() const
+{
+    std::lock_guard lock(m_guard->stallLock);
+    return m_guard->stalls;
+}
+
 bool Git::stopped() const
 {
     return m_stopRequested && m_stopRequested();
@@ -154,7 +215,11 @@ bool Git::stream(const QStringList& arguments, const Sink& sink, QByteArray* err
 {
     const Guard& g = guard();
     return g.ok
-        && start(QStringList { QStringLiteral("-c"), QStringLiteral("core.quotePath=false") } + arguments,
+        && start(
+            QStringList { QStringLiteral("-c"), QStringLiteral("core.quotePath=false"), QStringLiteral("-c"),
+                // The mail map is a file of the work tree, read for nothing here.
+                QStringLiteral("log.mailmap=false") }
+                + arguments,
             g.settings, sink, errors);
 }
 

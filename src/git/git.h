@@ -12,7 +12,8 @@
 #include <optional>
 
 // Asks the git program about one folder. Every call blocks until git exits and never reports an
-// error: a failure yields no answer. All git processes of the program start here, as /usr/bin/git
+// error: a failure yields no answer. git that prints nothing for `patienceMilliseconds()` is
+// stopped, and `stall()` then says so. All git processes of the program start here, as /usr/bin/git
 // with fixed leading arguments and environment, so that nothing a scanned repository's own
 // configuration names is ever run.
 class Git {
@@ -33,6 +34,14 @@ public:
     explicit Git(QString folder, std::function<bool()> stopRequested = {});
 
     static QString executable();
+
+    // How long git may stay silent: 15 s, or the seconds KORVANE_GIT_PATIENCE gives.
+    static constexpr qint64 defaultPatience = 15000;
+    static qint64 patienceMilliseconds();
+    // Why git was last given up for its silence, in any copy of this Git; none when it never was.
+    std::optional<QString> stall() const;
+    // How many calls were given up so far, to tell whether one call was.
+    int stalls() const;
 
     // The same folder, sharing the configuration already read, with another stop predicate.
     Git withStop(std::function<bool()> stopRequested) const

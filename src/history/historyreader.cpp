@@ -29,13 +29,20 @@ struct CheckedOut {
 std::variant<CheckedOut, HistoryError> headOf(const QString& root, const Git& git)
 {
     using Kind = HistoryError::Kind;
-    if (!QFileInfo(root).isDir() || !git.isInsideWorkTree())
+    if (!QFileInfo(root).isDir())
+        return HistoryError { Kind::notARepository, root };
+    const bool inside = git.isInsideWorkTree();
+    if (const std::optional<QString> stall = git.stall())
+        return HistoryError { Kind::failed, *stall };
+    if (!inside)
         return HistoryError { Kind::notARepository, root };
     const QString branch
         = git.string({ QStringLiteral("rev-parse"), QStringLiteral("--abbrev-ref"), QStringLiteral("HEAD") })
               .value_or(QStringLiteral("HEAD"));
     const QString head
         = git.string({ QStringLiteral("rev-parse"), QStringLiteral("HEAD") }).value_or(QString());
+    if (const std::optional<QString> stall = git.stall())
+        return HistoryError { Kind::failed, *stall };
     if (head.isEmpty())
         return HistoryError { Kind::empty, root };
     return CheckedOut { branch, head };
@@ -348,8 +355,10 @@ std::variant<std::shared_ptr<const HistoryIndex>, HistoryError> HistoryReader::r
     if (!QFileInfo(Git::executable()).isExecutable())
         return HistoryError { Kind::failed, QStringLiteral("git is not installed.") };
     const auto stopped = [cancel = m_cancel] { return cancel && cancel->isCancelled(); };
-    const Git git(m_root); // the probes are short; a stop is looked for while the log streams
+    const Git git(m_root, stopped);
     const auto checkedOut = headOf(m_root, git);
+    if (stopped())
+        return HistoryError { Kind::cancelled, m_root };
     if (const auto* error = std::get_if<HistoryError>(&checkedOut))
         return *error;
     const auto& [branch, head] = std::get<CheckedOut>(checkedOut);
@@ -368,18 +377,20 @@ std::variant<std::shared_ptr<const HistoryIndex>, HistoryError> HistoryReader::r
     const qint64 count = total > 0 ? std::min(total, m_maxCommits) : m_maxCommits;
     HistoryBuilder builder(m_maxPaths);
     QByteArray errors;
+    const int stallsBefore = git.stalls();
     if (total > 0 && count >= m_splitFrom) {
         if (!readFromBothEnds(git, stopped, head, count, builder, errors, progress))
             builder = HistoryBuilder(m_maxPaths); // part of a history is none
     } else {
         QByteArray carry;
-        streamLog(git.withStop(stopped), HistoryReader::logArguments(head, count), builder, carry, errors,
-            progress);
+        streamLog(git, HistoryReader::logArguments(head, count), builder, carry, errors, progress);
         builder.feed(carry);
     }
     const bool truncated = total > m_maxCommits;
     if (stopped())
         return HistoryError { Kind::cancelled, m_root };
+    if (git.stalls() > stallsBefore)
+        return HistoryError { Kind::failed, git.stall().value_or(QString()) }; // part of a history is none
     auto index = std::make_shared<HistoryIndex>(builder.take());
     if (index->commits.empty()) {
         const QString message = QString::fromUtf8(errors).trimmed();

@@ -316,5 +316,6 @@ std::variant<ScanResult, ScanError> Scanner::scan(const ProgressCallback& progre
         if (cancelled())
             return ScanError { ScanError::Kind::cancelled, m_rootPath };
     }
+    result.warning = git.stall();
     return result;
 }

@@ -26,6 +26,8 @@ struct ScanResult {
     std::optional<QString> branch;
     bool truncated = false;
     qint64 peakCommits = 0;
+    // What went wrong along the way without spoiling the tree, such as git giving up.
+    std::optional<QString> warning;
 };
 
 struct ScanError {

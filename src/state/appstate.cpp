@@ -45,6 +45,7 @@ void AppState::apply(ScanResult result)
     // Views let go of the old tree before it is freed, at the end of this function.
     const std::shared_ptr<FileNode> previous = std::move(m_root);
     const std::shared_ptr<const HistoryCity> previousHistory = m_timeline->city();
+    const std::optional<QString> warning = result.warning;
     installRoot(std::move(result));
     for (StateController* controller : std::as_const(m_controllers))
         controller->folderChanged({ m_root, m_isGit });
@@ -61,6 +62,8 @@ void AppState::apply(ScanResult result)
             select(node, true, false);
     }
     m_pendingSelection.reset();
+    if (warning)
+        setErrorMessage(warning);
 }
 
 void AppState::installRoot(ScanResult result)
