@@ -1,5 +1,6 @@
 #pragma once
 
+#include "document/webdocument.h"
 #include "imports/dependencygraph.h"
 #include "scan/scanner.h"
 
@@ -34,6 +35,8 @@ bool isCommand(const QString& word);
 
 // Scans with a progress bar on a terminal; on failure says why on standard error.
 std::optional<ScanResult> scanFolder(const QString& path, Scanner::Scope scope = Scanner::Scope::everything);
+// The document of one file, as much of it as the readers use; on failure says why on standard error.
+std::optional<WebDocument> readDocument(const QString& path);
 // Reads the imports of a scanned tree, with a progress bar on a terminal.
 DependencyGraph readImports(const FileNode& root);
 

@@ -1,8 +1,8 @@
 #include "cli/commandline.h"
 #include "cli/jsonwriter.h"
-#include "model/terminal.h"
 #include "document/webreader.h"
 #include "layout/flowgraph.h"
+#include "model/terminal.h"
 
 #include <QFile>
 #include <QFileInfo>
@@ -10,29 +10,6 @@
 namespace Cli {
 
 namespace {
-
-// A document to draw the flow of, or the reason why not on standard error.
-std::optional<WebDocument> readDocument(const QString& path)
-{
-    const QFileInfo info(path);
-    if (!info.isFile()) {
-        Terminal::err(path + QStringLiteral(" is not a file.\n"));
-        return std::nullopt;
-    }
-    const QString extension = info.suffix();
-    if (!WebReader::readsExtension(extension)) {
-        Terminal::err(extension.isEmpty()
-                ? QStringLiteral("No structure reader for files without an extension.\n")
-                : QStringLiteral("No structure reader for .") + extension + QStringLiteral(" files.\n"));
-        return std::nullopt;
-    }
-    QFile file(path);
-    if (!file.open(QIODevice::ReadOnly)) {
-        Terminal::err(path + QStringLiteral(" can't be read.\n"));
-        return std::nullopt;
-    }
-    return WebReader::read(file.readAll(), extension);
-}
 
 // The function a name stands for: its first callable definition.
 std::optional<qsizetype> functionNamed(const WebDocument& document, const QString& name)

@@ -1,9 +1,9 @@
 #include "cli/commandline.h"
 #include "cli/jsonwriter.h"
-#include "model/terminal.h"
 #include "history/historycache.h"
 #include "history/historycursor.h"
 #include "history/historyreader.h"
+#include "model/terminal.h"
 #include "text/nametable.h"
 
 #include <QDateTime>
@@ -28,7 +28,7 @@ QString describe(const Commit& commit)
         + QDateTime::fromSecsSinceEpoch(commit.date, Qt::UTC).toString(Qt::ISODate) + u' ' + commit.subject;
 }
 
-QString summary(const HistoryIndex& index, bool cacheHit)
+QString summary(const HistoryIndex& index, const QString& cache)
 {
     QString text = Terminal::row(QStringLiteral("Branch"), index.branch)
         + Terminal::row(QStringLiteral("Commits"),
@@ -38,7 +38,7 @@ QString summary(const HistoryIndex& index, bool cacheHit)
         + Terminal::row(QStringLiteral("Paths"), Format::grouped(index.paths.size()))
         + Terminal::row(QStringLiteral("First"), describe(index.commits.front()))
         + Terminal::row(QStringLiteral("Last"), describe(index.commits.back()))
-        + Terminal::row(QStringLiteral("Cache"), cacheHit ? QStringLiteral("hit") : QStringLiteral("miss"));
+        + Terminal::row(QStringLiteral("Cache"), cache);
     const std::vector<qint32> touches = index.totalTouches();
     std::vector<qint32> order(touches.size());
     std::iota(order.begin(), order.end(), 0);
@@ -112,11 +112,13 @@ int history(const Arguments& arguments)
     }
     Terminal::Progress progress;
     HistoryCache cache;
+    const bool cached = !arguments.flags.contains(QStringLiteral("--no-cache"));
+    if (cached && cache.unavailable())
+        Terminal::err(*cache.unavailable() + u'\n');
     bool cacheHit = false;
-    const auto outcome
-        = HistoryReader(arguments.positional.first(), std::make_shared<CancelFlag>())
-              .read([&](const HistoryProgress& p) { progress.update(p.phase, p.commits, 0); },
-                  arguments.flags.contains(QStringLiteral("--no-cache")) ? nullptr : &cache, &cacheHit);
+    const auto outcome = HistoryReader(arguments.positional.first(), std::make_shared<CancelFlag>())
+                             .read([&](const HistoryProgress& p) { progress.update(p.phase, p.commits, 0); },
+                                 cached ? &cache : nullptr, &cacheHit);
     progress.finish();
     if (const auto* error = std::get_if<HistoryError>(&outcome)) {
         Terminal::err(error->description() + u'\n');
@@ -129,7 +131,10 @@ int history(const Arguments& arguments)
             const QByteArray out = json(*index);
             Terminal::out(out);
         } else {
-            Terminal::out(summary(*index, cacheHit));
+            Terminal::out(summary(*index,
+                !cached || cache.unavailable() ? QStringLiteral("off")
+                    : cacheHit                 ? QStringLiteral("hit")
+                                               : QStringLiteral("miss")));
         }
         return 0;
     }

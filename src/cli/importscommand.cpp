@@ -1,7 +1,7 @@
 #include "cli/commandline.h"
 #include "cli/jsonwriter.h"
-#include "model/terminal.h"
 #include "imports/dependencyreader.h"
+#include "model/terminal.h"
 
 #include <numeric>
 

@@ -1,9 +1,9 @@
 #include "cli/commandline.h"
 #include "cli/jsonwriter.h"
-#include "model/terminal.h"
 #include "layout/citylayout.h"
 #include "layout/graphlayout.h"
 #include "layout/treelayout.h"
+#include "model/terminal.h"
 
 #include <cstdio>
 

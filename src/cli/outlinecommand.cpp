@@ -1,8 +1,9 @@
 #include "cli/commandline.h"
 #include "cli/jsonwriter.h"
-#include "model/terminal.h"
 #include "document/webreader.h"
 #include "layout/codetreemap.h"
+#include "model/terminal.h"
+#include "scan/beneath.h"
 #include "text/fuzzy.h"
 
 #include <QFile>
@@ -231,27 +232,40 @@ QByteArray json(const WebDocument& document, const std::optional<QSet<qsizetype>
 
 } // namespace
 
-int outline(const Arguments& arguments)
+std::optional<WebDocument> readDocument(const QString& path)
 {
-    const QString path = arguments.positional.first();
     const QFileInfo info(path);
     if (!info.isFile()) {
         Terminal::err(path + QStringLiteral(" is not a file.\n"));
-        return 1;
+        return std::nullopt;
     }
     const QString extension = info.suffix();
     if (!WebReader::readsExtension(extension)) {
         Terminal::err(extension.isEmpty()
                 ? QStringLiteral("No structure reader for files without an extension.\n")
                 : QStringLiteral("No structure reader for .") + extension + QStringLiteral(" files.\n"));
-        return 1;
+        return std::nullopt;
     }
-    QFile file(path);
-    if (!file.open(QIODevice::ReadOnly)) {
+    // No reader looks past its first megabytes: a file of gigabytes is never read whole.
+    bool whole = false;
+    const std::optional<QByteArray> bytes = Beneath::readFile(path, WebReader::byteLimit, &whole);
+    if (!bytes) {
         Terminal::err(path + QStringLiteral(" can't be read.\n"));
-        return 1;
+        return std::nullopt;
     }
-    const std::optional<WebDocument> document = WebReader::read(file.readAll(), extension);
+    std::optional<WebDocument> document = WebReader::read(*bytes, extension);
+    if (document && !whole)
+        document->truncated = true;
+    return document;
+}
+
+int outline(const Arguments& arguments)
+{
+    const QString path = arguments.positional.first();
+    const QFileInfo info(path);
+    const std::optional<WebDocument> document = readDocument(path);
+    if (!document)
+        return 1;
     const QString query = arguments.options.value(QStringLiteral("--filter"));
     const std::optional<QSet<qsizetype>> only = matching(*document, query);
     if (arguments.options.contains(QStringLiteral("--tiles"))) {

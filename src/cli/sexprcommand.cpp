@@ -1,7 +1,8 @@
 #include "cli/commandline.h"
 #include "cli/jsonwriter.h"
-#include "model/terminal.h"
 #include "engineering/sexpr.h"
+#include "model/terminal.h"
+#include "scan/beneath.h"
 
 #include <QFile>
 #include <QFileInfo>
@@ -140,6 +141,9 @@ QString summary(const SExpr& root)
     return out;
 }
 
+// Boards and schematics run to tens of megabytes; a larger file is read this far.
+constexpr qint64 largestFile = qint64(256) * 1024 * 1024;
+
 } // namespace
 
 int sexpr(const Arguments& arguments)
@@ -151,18 +155,24 @@ int sexpr(const Arguments& arguments)
         Terminal::err(QStringLiteral("korvane: --json and --summary go one at a time\n"));
         return 2;
     }
-    QFile file(path);
     if (!QFileInfo(path).isFile()) {
         Terminal::err(path + QStringLiteral(" is not a file.\n"));
         return 1;
     }
-    if (!file.open(QIODevice::ReadOnly)) {
+    bool whole = false;
+    const std::optional<QByteArray> bytes = Beneath::readFile(path, largestFile, &whole);
+    if (!bytes) {
         Terminal::err(path + QStringLiteral(" can't be read.\n"));
         return 1;
     }
-    const QByteArray bytes = file.readAll();
-    const std::optional<SExpr> root = SExpr::parse(bytes);
-    if (!root) {
+    if (!whole) {
+        Terminal::err(QStringLiteral("korvane: only the first %1 MiB of %2 were read.\n")
+                          .arg(largestFile >> 20)
+                          .arg(path));
+    }
+    // A file of S-expressions is a list; a bare atom (a binary blob reads as one) is not printed.
+    const std::optional<SExpr> root = SExpr::parse(*bytes);
+    if (!root || !root->isList()) {
         Terminal::err(path + QStringLiteral(" holds no S-expression.\n"));
         return 1;
     }

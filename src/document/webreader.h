@@ -16,6 +16,9 @@ struct StyleRule;
 // parts through a Builder, then links, indexes and lays out the result.
 namespace WebReader {
 
+// The most bytes of a file any reader looks at: readers stop at their own limits within it.
+inline constexpr qsizetype byteLimit = qsizetype(16) * 1024 * 1024;
+
 // The document of a UTF-8 text, or none when no reader takes files with this extension.
 std::optional<WebDocument> read(QByteArrayView utf8, QStringView pathExtension);
 // Whether some reader takes files with this extension.

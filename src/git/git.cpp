@@ -7,6 +7,7 @@
 #include <QRegularExpression>
 #include <QSet>
 
+#include <limits>
 #include <mutex>
 
 namespace {
@@ -331,6 +332,14 @@ namespace {
 // time, every other line is a path the commit touched, counted on a view into the kept output.
 class LogParser {
 public:
+    explicit LogParser(qsizetype maxPaths = std::numeric_limits<qsizetype>::max())
+        : m_maxPaths(maxPaths)
+    {
+    }
+
+    // Whether as many paths as allowed were met: the log can stop.
+    bool full() const { return m_history.paths.size() >= m_maxPaths; }
+
     void feed(const QByteArray& chunk)
     {
         qsizetype start = 0;
@@ -380,12 +389,15 @@ private:
                 : std::nullopt;
             return;
         }
+        if (full() && !m_history.paths.contains(text))
+            return;
         Git::History::Touches& path = m_history.paths[text];
         ++path.commits;
         if (m_date && (!path.last || *path.last < *m_date))
             path.last = m_date;
     }
 
+    qsizetype m_maxPaths;
     Git::History m_history;
     QByteArray m_pending;
     std::optional<qint64> m_date;
@@ -393,15 +405,18 @@ private:
 
 } // namespace
 
-Git::History Git::history(int maxCommits) const
+Git::History Git::history(int maxCommits, qsizetype maxPaths) const
 {
-    LogParser parser;
-    const bool ok
-        = stream({ QStringLiteral("log"), QStringLiteral("--relative"), QStringLiteral("--no-renames"),
-                     QStringLiteral("--format=%x01%ct"), QStringLiteral("--name-only"), QStringLiteral("-n"),
-                     QString::number(maxCommits), QStringLiteral("--"), QStringLiteral(".") },
-            [&](const QByteArray& chunk) { parser.feed(chunk); });
-    return ok ? parser.finish() : History {};
+    // A commit can name millions of paths from a few shared trees: once the paths kept reach the
+    // limit git is stopped, and what it gave so far stands.
+    LogParser parser(maxPaths);
+    const Git log = withStop([&] { return parser.full() || stopped(); });
+    const bool ok = log.stream(
+        { QStringLiteral("log"), QStringLiteral("--relative"), QStringLiteral("--no-renames"),
+            QStringLiteral("--format=%x01%ct"), QStringLiteral("--name-only"), QStringLiteral("-n"),
+            QString::number(maxCommits), QStringLiteral("--"), QStringLiteral(".") },
+        [&](const QByteArray& chunk) { parser.feed(chunk); });
+    return ok || (parser.full() && !stopped()) ? parser.finish() : History {};
 }
 
 Git::History Git::parseHistory(const QByteArrayList& chunks)

@@ -8,6 +8,7 @@
 #include <QStringList>
 
 #include <functional>
+#include <limits>
 #include <memory>
 #include <optional>
 
@@ -59,7 +60,8 @@ public:
     // Raw path bytes as git prints them, each once, in git's order.
     std::optional<QList<QByteArray>> listFiles() const;
     QHash<QString, GitFileStatus> status() const;
-    History history(int maxCommits) const;
+    // At most maxPaths paths: once there are that many, git is stopped and the newer commits stand.
+    History history(int maxCommits, qsizetype maxPaths = std::numeric_limits<qsizetype>::max()) const;
 
     // Runs git as every operation does and hands its output on as it comes; git's own messages are
     // kept in `errors` when given. True when git exited with status 0.

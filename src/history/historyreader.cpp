@@ -203,6 +203,10 @@ void HistoryBuilder::feed(QByteArrayView line)
     }
     if (!m_commit)
         return;
+    // No commit can bring in more paths than the index holds: a commit that names millions (a few
+    // shared trees can) keeps its first ones, and memory stays flat however many it names.
+    if (qint64(line.front() == ':' ? m_status.size() : m_counts.size()) >= m_maxPaths)
+        return;
     const QList<QByteArrayView> fields = [&] {
         QList<QByteArrayView> out;
         for (qsizetype start = 0;;) {

@@ -254,7 +254,8 @@ std::variant<ScanResult, ScanError> Scanner::scan(const ProgressCallback& progre
     std::optional<SideJob<Git::History>> history;
     const bool everything = m_scope == Scope::everything;
     if (result.isGit && everything)
-        history.emplace([git] { return git.history(historyCommits); });
+        history.emplace(
+            [git, paths = 2 * qsizetype(m_maxFiles)] { return git.history(historyCommits, paths); });
 
     QList<QByteArray> paths;
     if (result.isGit)

@@ -11,6 +11,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <mutex>
 #include <numeric>
 
 namespace {
@@ -103,6 +104,8 @@ void TimelineController::load(const QString& root)
     m_job.start(
         [root](const CancelFlagPtr& cancel, const auto& report) -> Outcome {
             HistoryCache cache;
+            if (static std::once_flag told; cache.unavailable())
+                std::call_once(told, [&] { qWarning("%s", qPrintable(*cache.unavailable())); });
             auto read = HistoryReader(root, cancel).read(report, &cache);
             if (auto* error = std::get_if<HistoryError>(&read))
                 return *error;

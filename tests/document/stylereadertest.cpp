@@ -126,6 +126,15 @@ TEST(StyleReader, KeepsTheFirstRulesWithinItsBudget)
     EXPECT_TRUE(reading.truncated);
 }
 
+TEST(StyleReader, ASheetPastItsLimitKeepsTheRulesBeforeIt)
+{
+    const QByteArray text = "a { color: red }\n" + QByteArray(StyleReader::characterLimit, ' ') + "b { }\n";
+    const StyleReader::Reading reading = StyleReader::read(text);
+    ASSERT_EQ(reading.rules.size(), 1u);
+    EXPECT_EQ(reading.rules.front().name, "a");
+    EXPECT_TRUE(reading.truncated);
+}
+
 TEST(StyleReader, AtRulesNestedTooDeepAreShownWithoutTheirContents)
 {
     QByteArray text;

@@ -8,12 +8,15 @@
 #include <QDir>
 #include <QDirIterator>
 #include <QFile>
+#include <QFileInfo>
 #include <QFuture>
 #include <QSemaphore>
 #include <QThreadPool>
 #include <QtConcurrent/QtConcurrentRun>
 
 #include <limits>
+
+#include <sys/stat.h>
 
 using namespace Qt::StringLiterals;
 
@@ -410,6 +413,146 @@ TEST(HistoryCache, GivesBackWhatItKeptAndMissesWhatItCannotRead)
         out.close();
         EXPECT_EQ(cache.load(read->root, head), nullptr);
     }
+}
+
+// A cache file someone else wrote: the counts in it are believed only as far as its bytes go, and
+// only a regular file reached without a link is read, or written over.
+struct ForgedCase {
+    const char* name;
+    enum class Part { paths, commits, sparse, pipe } part;
+};
+
+void PrintTo(const ForgedCase& row, std::ostream* out)
+{
+    *out << row.name;
+}
+
+class ForgedCache : public testing::TestWithParam<ForgedCase> { };
+
+TEST_P(ForgedCache, IsAMissWithoutAllocatingOrWaiting)
+{
+    TempFolder folder;
+    GitRepo repo;
+    repo.write(u"a.txt"_s, numbered(3));
+    repo.commitAll(u"one"_s);
+    HistoryCache cache(folder.path(u"cache"_s), 1 << 20);
+    const auto read = readOk(repo.path(), 20000, 80000, &cache);
+    const QString head = QString::fromUtf8(repo.git({ u"rev-parse"_s, u"HEAD"_s }).trimmed());
+    const QString file = cache.fileFor(read->root, head);
+    ASSERT_TRUE(cache.load(read->root, head));
+    QByteArray bytes = readFile(file);
+    // magic, version, the root and the branch as counted UTF-16, the truncation flag, then paths.
+    qsizetype at = 8 + 4 + 2 * read->root.size() + 4 + 2 * read->branch.size() + 1;
+    const QByteArray huge("\x7f\xff\xff\xff", 4);
+    switch (GetParam().part) {
+    case ForgedCase::Part::paths: bytes.replace(at, 4, huge); break;
+    case ForgedCase::Part::commits:
+        at += 4;
+        for (const QString& path : read->paths)
+            at += 4 + 2 * path.size();
+        bytes.replace(at, 8, QByteArray(QByteArray(4, '\0') + huge));
+        break;
+    case ForgedCase::Part::sparse: bytes.resize(4 << 20, '\0'); break; // past the limit, in holes
+    case ForgedCase::Part::pipe: break;
+    }
+    QFile::remove(file);
+    if (GetParam().part == ForgedCase::Part::pipe) {
+        ASSERT_EQ(mkfifo(QFile::encodeName(file).constData(), 0600), 0);
+    } else {
+        QFile out(file);
+        ASSERT_TRUE(out.open(QIODevice::WriteOnly));
+        out.write(bytes.left(GetParam().part == ForgedCase::Part::sparse ? 64 : bytes.size()));
+        if (GetParam().part == ForgedCase::Part::sparse) {
+            ASSERT_TRUE(out.resize(bytes.size()));
+        }
+    }
+    EXPECT_EQ(cache.load(read->root, head), nullptr);
+}
+
+INSTANTIATE_TEST_SUITE_P(Table, ForgedCache,
+    testing::Values(ForgedCase { "pathCount", ForgedCase::Part::paths },
+        ForgedCase { "commitCount", ForgedCase::Part::commits },
+        ForgedCase { "sparseFilePastTheLimit", ForgedCase::Part::sparse },
+        ForgedCase { "namedPipe", ForgedCase::Part::pipe }),
+    rowName);
+
+TEST(HistoryCache, ReplacesALinkPlantedAtItsFileInsteadOfWritingThroughIt)
+{
+    TempFolder folder;
+    const QString victim = folder.write(u"victim"_s, "keep me\n");
+    GitRepo repo;
+    repo.write(u"a.txt"_s, numbered(3));
+    repo.commitAll(u"one"_s);
+    HistoryCache cache(folder.path(u"cache"_s));
+    const QString head = QString::fromUtf8(repo.git({ u"rev-parse"_s, u"HEAD"_s }).trimmed());
+    QDir().mkpath(folder.path(u"cache"_s));
+    const QString root = QDir::cleanPath(repo.path());
+    ASSERT_TRUE(QFile::link(victim, cache.fileFor(root, head)));
+    EXPECT_EQ(cache.load(root, head), nullptr) << "a link is never read";
+    bool hit = true;
+    readOk(repo.path(), 20000, 80000, &cache, &hit);
+    EXPECT_FALSE(hit);
+    EXPECT_EQ(readFile(victim), "keep me\n");
+    EXPECT_FALSE(QFileInfo(cache.fileFor(root, head)).isSymLink());
+    EXPECT_TRUE(cache.load(root, head));
+}
+
+struct LocationCase {
+    const char* name;
+    const char* home; // nullptr: unset
+    const char* xdg;
+    bool available;
+};
+
+void PrintTo(const LocationCase& row, std::ostream* out)
+{
+    *out << row.name;
+}
+
+class CacheLocation : public testing::TestWithParam<LocationCase> { };
+
+TEST_P(CacheLocation, IsUsedOnlyWhenGivenWhole)
+{
+    const QByteArray home = qgetenv("HOME");
+    const QByteArray xdg = qgetenv("XDG_CACHE_HOME");
+    const auto set = [](const char* name, const char* value) {
+        if (value)
+            qputenv(name, value);
+        else
+            qunsetenv(name);
+    };
+    set("HOME", GetParam().home);
+    set("XDG_CACHE_HOME", GetParam().xdg);
+    const HistoryCache cache;
+    qputenv("HOME", home);
+    set("XDG_CACHE_HOME", xdg.isNull() ? nullptr : xdg.constData());
+    EXPECT_EQ(!cache.unavailable().has_value(), GetParam().available);
+    if (!GetParam().available) {
+        EXPECT_TRUE(cache.load(u"/nowhere"_s, u"0"_s) == nullptr);
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(Table, CacheLocation,
+    testing::Values(LocationCase { "home", "/home/someone", nullptr, true },
+        LocationCase { "absoluteXdg", nullptr, "/var/cache/someone", true },
+        LocationCase { "noHomeNoXdg", nullptr, nullptr, false },
+        LocationCase { "homeIsTheRoot", "/", nullptr, false },
+        LocationCase { "relativeXdg", "/home/someone", "cache", false },
+        LocationCase { "relativeHome", "someone", nullptr, false }),
+    rowName);
+
+TEST(HistoryReader, ACommitOfAHundredThousandPathsKeepsAsManyAsTheIndexHolds)
+{
+    GitRepo repo;
+    repo.write(u"keep.txt"_s, "one\n");
+    repo.commitAll(u"one"_s);
+    repo.commitTreeBomb(5);
+    const auto index = readOk(repo.path(), 20000, 1000);
+    ASSERT_EQ(index->commitCount(), 3);
+    EXPECT_EQ(index->paths.size(), 1000);
+    EXPECT_EQ(index->commits[1].subject, u"bomb"_s);
+    EXPECT_EQ(index->commits[1].changedFiles, 999) << "keep.txt took the first place";
+    EXPECT_EQ(index->commits[2].changedFiles, 999);
 }
 
 TEST(HistoryReader, RunsNoProgramTheRepositoryNames)

@@ -116,6 +116,45 @@ void GitRepo::writeIndex(QList<QByteArray> paths, const QByteArray& content) con
     file.write(index);
 }
 
+QByteArray GitRepo::commitTreeBomb(int levels, int fanout) const
+{
+    const auto withInput = [&](const QStringList& arguments, const QByteArray& input) {
+        QProcess process;
+        process.setWorkingDirectory(path());
+        process.start(QStringLiteral("/usr/bin/git"), arguments);
+        process.write(input);
+        process.closeWriteChannel();
+        process.waitForFinished(-1);
+        EXPECT_EQ(process.exitCode(), 0) << process.readAllStandardError().toStdString();
+        return process.readAllStandardOutput().trimmed();
+    };
+    const QByteArray blob = withInput(
+        { QStringLiteral("hash-object"), QStringLiteral("-w"), QStringLiteral("--stdin") }, "x\n");
+    QByteArray tree = blob;
+    QByteArray kind = "100644 blob ";
+    for (int level = 0; level < levels; ++level) {
+        QByteArray entries;
+        for (int i = 0; i < fanout; ++i)
+            entries += kind + tree + "\t" + (level == 0 ? "f" : "d") + QByteArray::number(i) + "\n";
+        tree = withInput({ QStringLiteral("mktree") }, entries);
+        kind = "040000 tree ";
+    }
+    const QByteArray head = git({ QStringLiteral("rev-parse"), QStringLiteral("HEAD") }).trimmed();
+    const QByteArray headTree = git({ QStringLiteral("rev-parse"), QStringLiteral("HEAD^{tree}") }).trimmed();
+    const QByteArray listed = git({ QStringLiteral("ls-tree"), QString::fromLatin1(headTree) });
+    const QByteArray bombTree
+        = withInput({ QStringLiteral("mktree") }, listed + "040000 tree " + tree + "\tbomb\n");
+    const auto commit = [&](const QByteArray& of, const QByteArray& parent, const char* message) {
+        return git({ QStringLiteral("commit-tree"), QString::fromLatin1(of), QStringLiteral("-p"),
+                       QString::fromLatin1(parent), QStringLiteral("-m"), QString::fromLatin1(message) })
+            .trimmed();
+    };
+    const QByteArray bomb = commit(bombTree, head, "bomb");
+    const QByteArray gone = commit(headTree, bomb, "gone");
+    git({ QStringLiteral("update-ref"), QStringLiteral("HEAD"), QString::fromLatin1(gone) });
+    return bomb;
+}
+
 bool waitFor(const std::function<bool()>& done, int milliseconds)
 {
     QElapsedTimer clock;

@@ -41,6 +41,10 @@ public:
     // `content`, and no path is checked, so it may run through a link, climb out with "..", or be
     // tens of thousands of levels deep.
     void writeIndex(QList<QByteArray> paths, const QByteArray& content = "text\n") const;
+    // Commits, on top of HEAD, a tree of fanout^levels files made of a handful of shared trees (a
+    // few objects that name millions of paths), plus the files of HEAD; then a commit that takes
+    // the shared trees away again. Neither is checked out. Returns the hash of the first.
+    QByteArray commitTreeBomb(int levels, int fanout = 10) const;
 };
 
 QByteArray readFile(const QString& path);

@@ -210,11 +210,17 @@ QString tokenKindName(Token::Kind kind)
 
 Reading read(QByteArrayView utf8)
 {
-    Reading reading;
     if (ByteText::hasAtLeastCharacters(utf8, characterLimit)) {
+        // What comes before the limit is read, up to its last whole line: no character is shorter
+        // than a byte, so that many bytes hold fewer characters than the limit.
+        QByteArrayView head = utf8.first(characterLimit - 1);
+        if (const qsizetype newline = head.lastIndexOf('\n'); newline >= 0)
+            head = head.first(newline + 1);
+        Reading reading = read(head);
         reading.truncated = true;
         return reading;
     }
+    Reading reading;
     const std::vector<Token> tokens = tokenize(utf8);
     if (tokens.empty())
         return reading;

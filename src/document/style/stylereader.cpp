@@ -428,11 +428,17 @@ QByteArrayList targets(QByteArrayView selector)
 
 Reading read(QByteArrayView utf8)
 {
-    Reading reading;
     if (ByteText::hasAtLeastCharacters(utf8, characterLimit)) {
+        // What comes before the limit is read, up to its last whole line: no character is shorter
+        // than a byte, so that many bytes hold fewer characters than the limit.
+        QByteArrayView head = utf8.first(characterLimit - 1);
+        if (const qsizetype newline = head.lastIndexOf('\n'); newline >= 0)
+            head = head.first(newline + 1);
+        Reading reading = read(head);
         reading.truncated = true;
         return reading;
     }
+    Reading reading;
     Cursor cursor(utf8);
     std::vector<Found> found = cursor.block(0, false, nullptr);
     qsizetype budget = ruleBudget;
