@@ -2,6 +2,7 @@
 
 #include "git/git.h"
 #include "history/historycache.h"
+#include "scan/beneath.h"
 #include "scan/parallel.h"
 
 #include <QDir>
@@ -234,7 +235,10 @@ std::optional<qint32> HistoryBuilder::intern(const QByteArray& path)
 {
     if (const auto known = m_pathIndex.constFind(path); known != m_pathIndex.cend())
         return *known;
-    if (m_index.paths.size() >= m_maxPaths)
+    // A path no scan would take (one climbing out with "..", or thousands of folders deep, which a
+    // hand-made tree can hold) is left out of the history as well.
+    if (m_index.paths.size() >= m_maxPaths || !Beneath::isPlain(path)
+        || Beneath::depth(path) > Beneath::maxDepth)
         return std::nullopt;
     const auto number = qint32(m_index.paths.size());
     m_index.paths.append(QString::fromUtf8(path));

@@ -42,7 +42,7 @@ TEST_P(NamedPipe, GitWaitingOnAPipeIsGivenUpAndSaysSo)
     const QString pipe = repo.path(QString::fromUtf8(row.pipe));
     QFile::remove(pipe);
     ASSERT_EQ(mkfifo(QFile::encodeName(pipe).constData(), 0600), 0);
-    const QHash<QString, QString> patience { { u"KORVANE_GIT_PATIENCE"_s, u"0.3"_s } };
+    const QHash<QString, QString> patience { { u"KORVANE_GIT_PATIENCE"_s, u"2"_s } };
 
     const Outcome scanned = korvane({ u"scan"_s, repo.path() }, patience);
     EXPECT_EQ(scanned.exitCode, 0) << scanned.err.toStdString();

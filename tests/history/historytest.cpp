@@ -541,18 +541,30 @@ INSTANTIATE_TEST_SUITE_P(Table, CacheLocation,
         LocationCase { "relativeHome", "someone", nullptr, false }),
     rowName);
 
-TEST(HistoryReader, ACommitOfAHundredThousandPathsKeepsAsManyAsTheIndexHolds)
+TEST(HistoryReader, ACommitOfTenThousandPathsKeepsAsManyAsTheIndexHolds)
 {
     GitRepo repo;
     repo.write(u"keep.txt"_s, "one\n");
     repo.commitAll(u"one"_s);
-    repo.commitTreeBomb(5);
+    repo.commitTreeBomb(4);
     const auto index = readOk(repo.path(), 20000, 1000);
     ASSERT_EQ(index->commitCount(), 3);
     EXPECT_EQ(index->paths.size(), 1000);
     EXPECT_EQ(index->commits[1].subject, u"bomb"_s);
     EXPECT_EQ(index->commits[1].changedFiles, 999) << "keep.txt took the first place";
     EXPECT_EQ(index->commits[2].changedFiles, 999);
+}
+
+TEST(HistoryReader, LeavesOutPathsDeeperThanAnyScanTakes)
+{
+    GitRepo repo;
+    repo.write(u"keep.txt"_s, "one\n");
+    repo.commitAll(u"one"_s);
+    repo.commitTreeBomb(300, 1); // one file, 301 folders deep
+    const auto index = readOk(repo.path());
+    ASSERT_EQ(index->commitCount(), 3);
+    EXPECT_EQ(index->paths, QStringList { u"keep.txt"_s });
+    EXPECT_EQ(index->commits[1].changedFiles, 0);
 }
 
 TEST(HistoryReader, RunsNoProgramTheRepositoryNames)
