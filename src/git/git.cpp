@@ -7,6 +7,7 @@
 #include <QRegularExpression>
 #include <QSet>
 
+#include <algorithm>
 #include <limits>
 #include <mutex>
 
@@ -328,8 +329,9 @@ QHash<QString, GitFileStatus> Git::parseStatus(const QByteArray& output, const Q
 
 namespace {
 
-// Reads the log's output as it arrives: a line opening with 0x01 starts a commit and holds its
-// time, every other line is a path the commit touched, counted on a view into the kept output.
+// Reads the log's output as it arrives, in NUL-ended pieces: one of 0x01 and digits starts a commit
+// and holds its time, every other piece is a path the commit touched, as git's raw bytes (never
+// quoted), counted on a view into the kept output.
 class LogParser {
 public:
     explicit LogParser(qsizetype maxPaths = std::numeric_limits<qsizetype>::max())
@@ -344,19 +346,19 @@ public:
     {
         qsizetype start = 0;
         if (!m_pending.isEmpty()) {
-            const qsizetype end = chunk.indexOf('\n');
+            const qsizetype end = chunk.indexOf('\0');
             m_pending += chunk.left(end < 0 ? chunk.size() : end);
             if (end < 0)
                 return;
             keepAndRead(std::exchange(m_pending, {}));
             start = end + 1;
         }
-        const qsizetype last = chunk.lastIndexOf('\n');
+        const qsizetype last = chunk.lastIndexOf('\0');
         if (last >= start) {
             m_history.output.append(chunk);
             for (qsizetype end; start <= last; start = end + 1) {
-                end = chunk.indexOf('\n', start);
-                line(QByteArrayView(chunk.constData() + start, end - start));
+                end = chunk.indexOf('\0', start);
+                piece(QByteArrayView(chunk.constData() + start, end - start));
             }
         }
         m_pending = chunk.mid(start);
@@ -370,23 +372,25 @@ public:
     }
 
 private:
-    void keepAndRead(const QByteArray& wholeLine)
+    void keepAndRead(const QByteArray& whole)
     {
-        m_history.output.append(wholeLine);
-        line(wholeLine);
+        m_history.output.append(whole);
+        piece(whole);
     }
 
-    void line(QByteArrayView text)
+    void piece(QByteArrayView text)
     {
+        // The paths of a commit start on a line of their own after its header.
+        if (std::exchange(m_afterHeader, false) && text.startsWith('\n'))
+            text = text.sliced(1);
         if (text.isEmpty())
             return;
-        if (text.front() == '\x01') {
-            const QByteArrayView number = text.sliced(1);
+        if (text.front() == '\x01'
+            && std::all_of(text.begin() + 1, text.end(), [](char c) { return c >= '0' && c <= '9'; })) {
             bool ok = false;
-            const qint64 seconds = number.toLongLong(&ok);
-            m_date = ok && !number.isEmpty() && !QChar::isSpace(uchar(number.front()))
-                ? std::optional(seconds)
-                : std::nullopt;
+            const qint64 seconds = text.sliced(1).toLongLong(&ok);
+            m_date = ok ? std::optional(seconds) : std::nullopt;
+            m_afterHeader = true;
             return;
         }
         if (full() && !m_history.paths.contains(text))
@@ -401,6 +405,7 @@ private:
     Git::History m_history;
     QByteArray m_pending;
     std::optional<qint64> m_date;
+    bool m_afterHeader = false;
 };
 
 } // namespace
@@ -413,8 +418,8 @@ Git::History Git::history(int maxCommits, qsizetype maxPaths) const
     const Git log = withStop([&] { return parser.full() || stopped(); });
     const bool ok = log.stream(
         { QStringLiteral("log"), QStringLiteral("--relative"), QStringLiteral("--no-renames"),
-            QStringLiteral("--format=%x01%ct"), QStringLiteral("--name-only"), QStringLiteral("-n"),
-            QString::number(maxCommits), QStringLiteral("--"), QStringLiteral(".") },
+            QStringLiteral("--format=%x01%ct"), QStringLiteral("--name-only"), QStringLiteral("-z"),
+            QStringLiteral("-n"), QString::number(maxCommits), QStringLiteral("--"), QStringLiteral(".") },
         [&](const QByteArray& chunk) { parser.feed(chunk); });
     return ok || (parser.full() && !stopped()) ? parser.finish() : History {};
 }

@@ -10,6 +10,7 @@
 #include <QFileInfo>
 
 #include <atomic>
+#include <cctype>
 #include <charconv>
 
 namespace {
@@ -63,10 +64,10 @@ qint64 commitCount(const Git& git)
 QStringList HistoryReader::logArguments(const QString& last, qint64 count, bool oldestFirst)
 {
     QStringList arguments { QStringLiteral("log"), QStringLiteral("--first-parent"), QStringLiteral("-M"),
-        QStringLiteral("--raw"), QStringLiteral("--numstat"), QStringLiteral("--no-color"),
-        QStringLiteral("--no-abbrev"), QStringLiteral("--no-textconv"), QStringLiteral("--no-ext-diff"),
-        QStringLiteral("--format=%x01%H%x1f%ct%x1f%an%x1f%s"), QStringLiteral("-n"), QString::number(count),
-        last, QStringLiteral("--") };
+        QStringLiteral("--raw"), QStringLiteral("--numstat"), QStringLiteral("-z"),
+        QStringLiteral("--no-color"), QStringLiteral("--no-abbrev"), QStringLiteral("--no-textconv"),
+        QStringLiteral("--no-ext-diff"), QStringLiteral("--format=%x01%H%x1f%ct%x1f%an%x1f%s"),
+        QStringLiteral("-n"), QString::number(count), last, QStringLiteral("--") };
     if (oldestFirst)
         arguments.insert(2, QStringLiteral("--reverse"));
     return arguments;
@@ -74,22 +75,22 @@ QStringList HistoryReader::logArguments(const QString& last, qint64 count, bool 
 
 namespace {
 
-// Feeds every whole line of text to the builder and drops it, leaving what follows the last newline.
-void feedLines(QByteArray& text, HistoryBuilder& builder)
+// Feeds every whole piece of text to the builder and drops it, leaving what follows the last NUL.
+void feedPieces(QByteArray& text, HistoryBuilder& builder)
 {
-    const qsizetype last = text.lastIndexOf('\n');
+    const qsizetype last = text.lastIndexOf('\0');
     if (last < 0)
         return;
     for (qsizetype start = 0; start <= last;) {
-        const qsizetype end = text.indexOf('\n', start);
+        const qsizetype end = text.indexOf('\0', start);
         builder.feed(QByteArrayView(text).sliced(start, end - start));
         start = end + 1;
     }
     text.remove(0, last + 1);
 }
 
-// Streams a log into the builder line by line, telling how many commits it holds so far at most
-// every 100 ms. What follows the last newline is left in carry.
+// Streams a log into the builder piece by piece, telling how many commits it holds so far at most
+// every 100 ms. What follows the last NUL is left in carry.
 void streamLog(const Git& log, const QStringList& arguments, HistoryBuilder& builder, QByteArray& carry,
     QByteArray& errors, const HistoryReader::ProgressCallback& progress)
 {
@@ -99,7 +100,7 @@ void streamLog(const Git& log, const QStringList& arguments, HistoryBuilder& bui
         arguments,
         [&](const QByteArray& chunk) {
             carry += chunk;
-            feedLines(carry, builder);
+            feedPieces(carry, builder);
             if (progress && sinceReport.elapsed() > 100) {
                 sinceReport.restart();
                 progress({ QStringLiteral("Reading history"), builder.commitCount() });
@@ -128,14 +129,22 @@ bool readFromBothEnds(const Git& git, const std::function<bool()>& stopped, cons
     SideJob<Held> newer([&] {
         Held held;
         qint64 headers = 0;
+        qsizetype headerScan = 0; // headers before here are counted
         held.ended = log.stream(
             HistoryReader::logArguments(head, count, false),
             [&](const QByteArray& chunk) {
                 const qsizetype from = held.text.size();
                 held.text += chunk;
-                for (qsizetype at = held.text.indexOf('\x01', from); at >= 0;
-                     at = held.text.indexOf('\x01', at + 1))
-                    headers += at == 0 || held.text[at - 1] == '\n';
+                // A header may have come in two chunks: look again where the last one ended.
+                for (qsizetype at = held.text.indexOf('\x01', std::max<qsizetype>(0, from - 64)); at >= 0;
+                     at = held.text.indexOf('\x01', at + 1)) {
+                    // Counted once whole, so that a piece that merely starts like one is not.
+                    if (at >= headerScan && at + 42 <= held.text.size()
+                        && HistoryBuilder::isHeaderAt(held.text, at)) {
+                        ++headers;
+                        headerScan = at + 1;
+                    }
+                }
                 newerDone = std::max<qint64>(headers - 1, 0);
             },
             &held.errors);
@@ -148,7 +157,7 @@ bool readFromBothEnds(const Git& git, const std::function<bool()>& stopped, cons
         HistoryReader::logArguments(head, count, true),
         [&](const QByteArray& chunk) {
             carry += chunk;
-            feedLines(carry, builder);
+            feedPieces(carry, builder);
             olderDone = builder.commitCount();
             if (progress && sinceReport.elapsed() > 100) {
                 sinceReport.restart();
@@ -174,15 +183,47 @@ HistoryBuilder::HistoryBuilder(qint32 maxPaths)
 {
 }
 
-void HistoryBuilder::feed(QByteArrayView line)
+bool HistoryBuilder::isHeaderAt(QByteArrayView log, qsizetype at)
 {
-    if (line.isEmpty())
+    // A header cut short by the end of the log counts when what there is of it fits.
+    constexpr qsizetype hashLength = 40;
+    if (at < 0 || at >= log.size() || log[at] != '\x01' || (at > 0 && log[at - 1] != '\0'))
+        return false;
+    const qsizetype end = std::min(log.size(), at + hashLength + 2);
+    for (qsizetype i = at + 1; i < end; ++i) {
+        const bool fits = i <= at + hashLength ? std::isxdigit(static_cast<unsigned char>(log[i])) != 0
+                                               : log[i] == '\x1f';
+        if (!fits)
+            return false;
+    }
+    return true;
+}
+
+void HistoryBuilder::feed(QByteArrayView piece)
+{
+    if (m_pathsDue > 0) {
+        // A path, whatever bytes it starts with. A raw entry keeps its paths; a numstat entry's
+        // paths say nothing its raw entry did not.
+        --m_pathsDue;
+        if (!m_numstatPaths && !m_status.empty()) {
+            Raw& raw = m_status.back();
+            if (raw.path.isNull())
+                raw.path = piece.toByteArray();
+            else
+                raw.target = piece.toByteArray();
+        }
         return;
-    if (line.front() == '\x01') {
+    }
+    // The changes of a commit start on a line of their own after its header.
+    if (piece.startsWith('\n'))
+        piece = piece.sliced(1);
+    if (piece.isEmpty())
+        return;
+    if (piece.front() == '\x01') {
         flush();
         const QList<QByteArrayView> fields = [&] {
             QList<QByteArrayView> out;
-            QByteArrayView rest = line.sliced(1);
+            QByteArrayView rest = piece.sliced(1);
             for (int i = 0; i < 3; ++i) {
                 const qsizetype cut = rest.indexOf('\x1f');
                 if (cut < 0)
@@ -204,31 +245,35 @@ void HistoryBuilder::feed(QByteArrayView line)
     }
     if (!m_commit)
         return;
+    const bool raw = piece.front() == ':';
     // No commit can bring in more paths than the index holds: a commit that names millions (a few
     // shared trees can) keeps its first ones, and memory stays flat however many it names.
-    if (qint64(line.front() == ':' ? m_status.size() : m_counts.size()) >= m_maxPaths)
+    const bool room = qint64(raw ? m_status.size() : m_counts.size()) < m_maxPaths;
+    if (raw) {
+        // ":100644 100644 <old> <new> R087", then the path, and for a rename or copy the new one.
+        const QByteArrayView status = piece.sliced(piece.lastIndexOf(' ') + 1);
+        const char letter = status.isEmpty() ? ' ' : status.front();
+        m_pathsDue = letter == 'R' || letter == 'C' ? 2 : 1;
+        m_numstatPaths = !room;
+        if (room)
+            m_status.push_back({ letter, QByteArray(), std::nullopt });
         return;
-    const QList<QByteArrayView> fields = [&] {
-        QList<QByteArrayView> out;
-        for (qsizetype start = 0;;) {
-            const qsizetype tab = line.indexOf('\t', start);
-            out << line.sliced(start, (tab < 0 ? line.size() : tab) - start);
-            if (tab < 0)
-                return out;
-            start = tab + 1;
-        }
-    }();
-    if (line.front() == ':') {
-        if (fields.size() < 2)
-            return;
-        const QByteArrayView head = fields[0];
-        const QByteArrayView status = head.sliced(head.lastIndexOf(' ') + 1);
-        m_status.push_back({ status.isEmpty() ? ' ' : status.front(), fields[1].toByteArray(),
-            fields.size() > 2 ? std::optional(fields[2].toByteArray()) : std::nullopt });
-    } else if (fields.size() >= 3) {
-        m_counts.push_back(fields[0] == "-" ? Counts { 0, 0, true }
-                                            : Counts { number(fields[0]), number(fields[1]), false });
     }
+    // "added<TAB>removed<TAB>path"; a rename's path is empty here, and its two follow.
+    const qsizetype firstTab = piece.indexOf('\t');
+    const qsizetype secondTab = firstTab < 0 ? -1 : piece.indexOf('\t', firstTab + 1);
+    if (secondTab < 0)
+        return;
+    if (secondTab + 1 == piece.size()) {
+        m_pathsDue = 2;
+        m_numstatPaths = true;
+    }
+    if (!room)
+        return;
+    const QByteArrayView added = piece.first(firstTab);
+    const QByteArrayView removed = piece.sliced(firstTab + 1, secondTab - firstTab - 1);
+    m_counts.push_back(
+        added == "-" ? Counts { 0, 0, true } : Counts { number(added), number(removed), false });
 }
 
 std::optional<qint32> HistoryBuilder::intern(const QByteArray& path)
@@ -257,14 +302,16 @@ void HistoryBuilder::bump(qint32 path, qint32 delta)
 
 bool HistoryBuilder::feedNewestFirst(const QByteArray& log, bool ended, qint64 commits)
 {
-    // Each commit runs from its header line to the next; the last is cut short unless the log ended.
+    // Each commit runs from its header to the next; the last is cut short unless the log ended.
     std::vector<QByteArrayView> whole;
-    qsizetype start = log.startsWith('\x01') ? 0 : -1;
-    for (qsizetype at = log.indexOf("\n\x01"); at >= 0 && qint64(whole.size()) < commits;
-         at = log.indexOf("\n\x01", at + 1)) {
+    qsizetype start = isHeaderAt(log, 0) ? 0 : -1;
+    for (qsizetype at = log.indexOf('\x01', 1); at >= 0 && qint64(whole.size()) < commits;
+         at = log.indexOf('\x01', at + 1)) {
+        if (!isHeaderAt(log, at))
+            continue;
         if (start >= 0)
-            whole.push_back(QByteArrayView(log).sliced(start, at + 1 - start));
-        start = at + 1;
+            whole.push_back(QByteArrayView(log).sliced(start, at - start));
+        start = at;
     }
     if (ended && start >= 0 && qint64(whole.size()) < commits)
         whole.push_back(QByteArrayView(log).sliced(start));
@@ -273,7 +320,7 @@ bool HistoryBuilder::feedNewestFirst(const QByteArray& log, bool ended, qint64 c
     flush();
     for (auto commit = whole.rbegin(); commit != whole.rend(); ++commit) {
         for (qsizetype from = 0; from < commit->size();) {
-            qsizetype end = commit->indexOf('\n', from);
+            qsizetype end = commit->indexOf('\0', from);
             if (end < 0)
                 end = commit->size();
             feed(commit->sliced(from, end - from));
@@ -287,6 +334,7 @@ bool HistoryBuilder::feedNewestFirst(const QByteArray& log, bool ended, qint64 c
 void HistoryBuilder::dropOpen()
 {
     m_commit.reset();
+    m_pathsDue = 0;
     m_counts.clear();
     m_status.clear();
 }

@@ -13,13 +13,19 @@
 
 class HistoryCache;
 
-// Turns the lines of "git log --raw --numstat" into an index, one line at a time: a commit header,
-// its raw lines (status and paths), then as many numstat lines (counts), matched by position.
+// Turns "git log -z --raw --numstat" into an index, one NUL-ended piece at a time: a commit header,
+// its raw entries (status, then one or two paths as pieces of their own), then as many numstat
+// entries (counts; a rename's paths again follow as pieces), matched by position. Paths are taken
+// as git's raw bytes: never quoted, whatever characters they hold.
 class HistoryBuilder {
 public:
     explicit HistoryBuilder(qint32 maxPaths = 80000);
 
-    void feed(QByteArrayView line);
+    // Whether a commit's header starts at `at` of a log: after a NUL, 0x01, a full hash and a field
+    // separator, as much of them as the log holds.
+    static bool isHeaderAt(QByteArrayView log, qsizetype at);
+
+    void feed(QByteArrayView piece);
     void flush(); // closes the commit in hand
     void dropOpen(); // forgets the commit in hand, cut short
     // Feeds the oldest `commits` of a log given newest first, oldest first, after what came before;
@@ -50,6 +56,8 @@ private:
     std::optional<Commit> m_commit;
     std::vector<Counts> m_counts;
     std::vector<Raw> m_status;
+    int m_pathsDue = 0; // pieces still to come that are paths, not entries
+    bool m_numstatPaths = false; // and whether they belong to a numstat entry, which keeps none
 };
 
 // Reads the first-parent history of a work tree's branch, oldest first, with lines added and removed
@@ -63,7 +71,8 @@ public:
         qint32 maxPaths = 80000, qint64 splitFrom = 1000);
 
     // git's log of `count` first-parent commits up to and with `last`, oldest first or newest first,
-    // with each commit's changed files: their status and paths, then their lines added and removed.
+    // with each commit's changed files: their status and paths, then their lines added and removed,
+    // every piece ended by a NUL.
     static QStringList logArguments(const QString& last, qint64 count, bool oldestFirst = true);
 
     // cache, when given, answers for a head it has seen and keeps what is read.

@@ -297,13 +297,19 @@ std::variant<ScanResult, ScanError> Scanner::scan(const ProgressCallback& progre
     }
     if (cancelled())
         return ScanError { ScanError::Kind::cancelled, m_rootPath };
+    // The history knows paths by git's raw bytes, which a name that is not UTF-8 does not survive
+    // the trip through a QString with: they are kept beside each file left in the tree.
+    std::vector<std::pair<FileNode*, QByteArrayView>> keyed;
+    if (history) {
+        keyed.reserve(files.size());
+        for (size_t i = 0; i < files.size(); ++i) {
+            if (!files[i]->excluded)
+                keyed.emplace_back(files[i], paths[qsizetype(i)]);
+        }
+    }
     result.root->finalize(0);
 
     if (history) {
-        // The lookups are readied while the history is still coming.
-        std::vector<std::pair<FileNode*, QByteArray>> keyed;
-        keyed.reserve(size_t(result.root->fileCount));
-        result.root->forEach([&](FileNode& file) { keyed.emplace_back(&file, file.relativePath.toUtf8()); });
         report(QStringLiteral("Reading git history"), qint64(files.size()), qint64(files.size()));
         const Git::History touched = history->take();
         for (const auto& [file, path] : keyed) {

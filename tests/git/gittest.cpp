@@ -115,22 +115,24 @@ TEST(Git, HistoryCountsCommitsPerPathAndKeepsTheNewestTime)
     }
 }
 
-// In the rows "@" stands for the \x01 that starts each commit's date line.
+// In the rows "@" stands for the \x01 that starts each commit's date, and "|" for the NUL that
+// ends every piece of the log.
 TEST(ParseHistory, CountsEveryCommitButDatesOnlyWellFormedOnes)
 {
     const std::pair<QByteArray, Counts> rows[] = {
-        { "@300\n\na\nb\n@200\n\na\nc\n", { { "a", { 2, 300 } }, { "b", { 1, 300 } }, { "c", { 1, 200 } } } },
-        { "@100\n\na\n@300\n\na\n", { { "a", { 2, 300 } } } },
-        { "@abc\n\nx\n", { { "x", { 1, -1 } } } },
-        { "@ 100\n\ny\n", { { "y", { 1, -1 } } } },
-        { "@\n\nz\n", { { "z", { 1, -1 } } } },
-        { "@12x\n\nr\n", { { "r", { 1, -1 } } } },
-        { "@200\n\np\n@bad\n\np\nq\n", { { "p", { 2, 200 } }, { "q", { 1, -1 } } } },
-        { "@5\n\nlast", { { "last", { 1, 5 } } } },
+        { "@300|\na|b|@200|\na|c|", { { "a", { 2, 300 } }, { "b", { 1, 300 } }, { "c", { 1, 200 } } } },
+        { "@100|\na|@300|\na|", { { "a", { 2, 300 } } } },
+        { "@|\nz|", { { "z", { 1, -1 } } } },
+        { "@99999999999999999999|\nr|", { { "r", { 1, -1 } } } },
+        { "@200|\np|@|\np|q|", { { "p", { 2, 200 } }, { "q", { 1, -1 } } } },
+        { "@5|\nlast", { { "last", { 1, 5 } } } },
+        // Never quoted: a path is its bytes, whatever they are, up to the NUL.
+        { "@7|\nsay \"hi\"|tab\there|line\nbreak|",
+            { { "say \"hi\"", { 1, 7 } }, { "tab\there", { 1, 7 } }, { "line\nbreak", { 1, 7 } } } },
     };
     for (const auto& [row, expected] : rows) {
         SCOPED_TRACE(row.toStdString());
-        const QByteArray output = QByteArray(row).replace('@', '\x01');
+        const QByteArray output = QByteArray(row).replace('@', '\x01').replace('|', '\0');
         EXPECT_EQ(counted(Git::parseHistory({ output })), expected);
         // However git's output is cut into pieces, the same counts come out.
         for (qsizetype cut = 0; cut <= output.size(); ++cut)

@@ -1,6 +1,7 @@
 #include "history/historycache.h"
 #include "history/historycursor.h"
 #include "history/historyreader.h"
+#include "scan/scanner.h"
 #include "support/testsupport.h"
 
 #include <gtest/gtest.h>
@@ -73,16 +74,16 @@ TEST(HistoryBuilder, ReadsRenamesCopiesAndBinaryFilesByPosition)
              "Ann\x1f"
              "first\x1f"
              "with a separator",
-             ":000000 100644 0 1 A\tsrc/a.c", ":000000 100644 0 2 A\tpic.png", "5\t0\tsrc/a.c",
+             "\n:000000 100644 0 1 A", "src/a.c", ":000000 100644 0 2 A", "pic.png", "5\t0\tsrc/a.c",
              "-\t-\tpic.png",
              "\x01"
              "bbbb\x1f"
              "200\x1f"
              "Bob\x1f"
              "second",
-             ":100644 100644 1 3 R087\tsrc/a.c\tsrc/b.c", ":100644 100644 3 4 C050\tsrc/b.c\tsrc/c.c",
-             ":100644 100644 3 4 M\tnew/too/many.c", "3\t1\tsrc/{a.c => b.c}", "2\t0\tsrc/{b.c => c.c}",
-             "1\t1\tx",
+             "\n:100644 100644 1 3 R087", "src/a.c", "src/b.c", ":100644 100644 3 4 C050", "src/b.c",
+             "src/c.c", ":100644 100644 3 4 M", "new/too/many.c", "3\t1\t", "src/a.c", "src/b.c", "2\t0\t",
+             "src/b.c", "src/c.c", "1\t1\tx",
              "\x01"
              "cccc\x1f"
              "not a time\x1f"
@@ -111,11 +112,11 @@ TEST(HistoryBuilder, ACopyIsARenameFromNowhere)
     for (const char* line : { "\x01h\x1f"
                               "1\x1f"
                               "A\x1fs",
-             ":0 0 0 0 A\ta", "4\t0\ta",
+             "\n:0 0 0 0 A", "a", "4\t0\ta",
              "\x01i\x1f"
              "2\x1f"
              "A\x1fs",
-             ":0 0 0 0 C100\ta\tb", "0\t0\tb" })
+             "\n:0 0 0 0 C100", "a", "b", "0\t0\t", "a", "b" })
         builder.feed(QByteArrayView(line, qsizetype(std::strlen(line))));
     const auto index = std::make_shared<const HistoryIndex>(builder.take());
     EXPECT_EQ(index->changes[1][0], (FileChange { 1, -1, 0, 0, FileChange::Kind::renamed, false }));
@@ -322,26 +323,33 @@ TEST(HistoryBuilder, JoinsAnOlderLogAndANewerOneWhereverTheyMeet)
     const QByteArray oldest = repo.git(HistoryReader::logArguments(head, 15, true));
     const QByteArray newest = repo.git(HistoryReader::logArguments(head, 15, false));
     HistoryBuilder one;
-    for (const QByteArray& line : oldest.split('\n'))
-        one.feed(line);
+    for (const QByteArray& piece : oldest.split('\0'))
+        one.feed(piece);
     const HistoryIndex expected = one.take();
     ASSERT_EQ(expected.commitCount(), 15);
+    const auto nextHeader = [&](qsizetype from) {
+        for (qsizetype at = newest.indexOf('\x01', from + 1); at >= 0; at = newest.indexOf('\x01', at + 1)) {
+            if (HistoryBuilder::isHeaderAt(newest, at))
+                return at;
+        }
+        return qsizetype(-1);
+    };
 
     for (qsizetype cut = 0; cut <= oldest.size(); cut += std::max<qsizetype>(1, oldest.size() / 97)) {
         HistoryBuilder older;
         const QByteArray given = oldest.first(cut);
-        const qsizetype lastLine = given.lastIndexOf('\n');
-        for (const QByteArray& line : given.first(lastLine + 1).split('\n'))
-            older.feed(line);
+        const qsizetype lastPiece = given.lastIndexOf('\0');
+        for (const QByteArray& piece : given.first(lastPiece + 1).split('\0'))
+            older.feed(piece);
         older.dropOpen();
         const qint64 wanted = 15 - older.commitCount();
         // The newer end holds just what is wanted and a piece of the next commit, or all of it.
-        const qsizetype after = newest.indexOf("\n\x01", [&] {
+        const qsizetype after = [&] {
             qsizetype at = 0;
             for (qint64 i = 0; i < wanted && at >= 0; ++i)
-                at = newest.indexOf("\n\x01", at + 1);
+                at = nextHeader(at);
             return at;
-        }());
+        }();
         const QByteArray held = after < 0 ? newest : newest.first(after + 5);
         HistoryBuilder joined = older;
         ASSERT_TRUE(joined.feedNewestFirst(held, after < 0, wanted)) << cut;
@@ -353,7 +361,7 @@ TEST(HistoryBuilder, JoinsAnOlderLogAndANewerOneWhereverTheyMeet)
         // A newer end that holds one commit too few is refused, and feeds nothing.
         if (wanted > 0) {
             HistoryBuilder shortOf = older;
-            EXPECT_FALSE(shortOf.feedNewestFirst(newest.first(newest.indexOf("\n\x01") + 1), false, wanted));
+            EXPECT_FALSE(shortOf.feedNewestFirst(newest.first(nextHeader(0)), false, wanted));
             EXPECT_EQ(shortOf.commitCount(), older.commitCount());
         }
     }
@@ -566,6 +574,58 @@ TEST(HistoryReader, LeavesOutPathsDeeperThanAnyScanTakes)
     EXPECT_EQ(index->paths, QStringList { u"keep.txt"_s });
     EXPECT_EQ(index->commits[1].changedFiles, 0);
 }
+
+// Names git would quote in a log without -z, or that are not UTF-8, keep their commits: the scan
+// counts them, and the history knows them and their lines.
+struct OddName {
+    const char* name;
+    QByteArray file;
+};
+
+void PrintTo(const OddName& row, std::ostream* out)
+{
+    *out << row.name;
+}
+
+class OddNames : public testing::TestWithParam<OddName> { };
+
+TEST_P(OddNames, KeepTheirCommits)
+{
+    const QByteArray raw = GetParam().file;
+    GitRepo repo;
+    const QString path = repo.path() + u'/' + QFile::decodeName(raw);
+    QDir().mkpath(QFileInfo(path).path());
+    const auto write = [&](const QByteArray& content) {
+        QFile file(path);
+        ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+        file.write(content);
+    };
+    write("one\n");
+    repo.commitAll(u"one"_s);
+    write("one\ntwo\n");
+    repo.commitAll(u"two"_s);
+
+    const auto scanned = Scanner(repo.path(), nullptr).scan();
+    ASSERT_TRUE(std::holds_alternative<ScanResult>(scanned));
+    const ScanResult& result = std::get<ScanResult>(scanned);
+    ASSERT_EQ(result.root->fileCount, 1);
+    const FileNode& file = *result.root->allFiles().front();
+    EXPECT_EQ(file.commits, 2);
+    EXPECT_EQ(file.lines, 2);
+
+    const auto index = readOk(repo.path());
+    ASSERT_EQ(index->paths.size(), 1);
+    EXPECT_EQ(index->paths.front(), QString::fromUtf8(raw));
+    EXPECT_EQ(index->maxLines, std::vector<qint32> { 2 });
+    EXPECT_EQ(index->changes[1].size(), 1u);
+}
+
+INSTANTIATE_TEST_SUITE_P(Table, OddNames,
+    testing::Values(OddName { "quote", "say \"hi\".txt" }, OddName { "backslash", "back\\slash.txt" },
+        OddName { "tab", "tab\there.txt" }, OddName { "newline", "line\nbreak.txt" },
+        OddName { "notUtf8", "caf\xe9.txt" }, OddName { "colonFirst", ":colon.txt" },
+        OddName { "inAFolder", "dir \"x\"/file\t1.txt" }),
+    rowName);
 
 TEST(HistoryReader, RunsNoProgramTheRepositoryNames)
 {
