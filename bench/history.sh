@@ -15,7 +15,7 @@ fi
 repo=$(cd "$repo" && pwd)
 commits=$(git -C "$repo" rev-list --count --first-parent HEAD)
 limit=$((commits > 20000 ? 20000 : commits))
-log="git -C $repo -c core.quotePath=false log --first-parent --reverse -M --raw --numstat --no-color --no-abbrev --no-textconv --no-ext-diff --format=%x01%H%x1f%ct%x1f%an%x1f%s -n $limit"
+log="git -C $repo -c core.quotePath=false log --first-parent --reverse -M --raw --numstat -z --no-color --no-abbrev --no-textconv --no-ext-diff --format=%x01%H%x1f%ct%x1f%an%x1f%s -n $limit"
 "$korvane" history "$repo" >/dev/null # warms the cache
 hyperfine --style none --warmup 1 --runs "${RUNS:-5}" --export-json "$work/times.json" \
     -n git_log "$log" -n git_log_top_pad "MALLOC_TOP_PAD_=67108864 $log" -n korvane_no_cache "$korvane history $repo --no-cache" \

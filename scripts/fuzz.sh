@@ -1,14 +1,21 @@
 #!/usr/bin/env bash
-# scripts/fuzz.sh [SECONDS]: builds the fuzz targets with clang and runs each for SECONDS (default 30).
+# scripts/fuzz.sh [SECONDS] [TARGET...]: builds the fuzz targets with clang and runs each (or those
+# named, such as fuzz_sexpr) for SECONDS (default 30), printing how many inputs it ran and any
+# fault. An input that crashes a target is left in the project folder as crash-<hash>.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 seconds=${1:-30}
+shift || true
 scripts/setup.sh clang libclang-rt-14-dev
 scripts/build.sh fuzz
-for target in build/fuzz/fuzz/fuzz_*; do
+targets=("$@")
+[ ${#targets[@]} -eq 0 ] && targets=($(cd build/fuzz/fuzz && ls fuzz_*))
+for name in "${targets[@]}"; do
+    target="build/fuzz/fuzz/$name"
     [ -x "$target" ] || continue
     corpus="build/fuzz/corpus/$(basename "$target")"
     mkdir -p "$corpus"
     echo "Fuzzing $(basename "$target") for $seconds s" >&2
-    "$target" -max_total_time="$seconds" -print_final_stats=1 "$corpus" 2>&1 | tail -n 3 >&2
+    "$target" -max_total_time="$seconds" -print_final_stats=1 "$corpus" 2>&1 \
+        | grep -E "^stat::(number_of_executed_units|average_exec_per_sec|peak_rss_mb)|ERROR|SUMMARY" >&2
 done

@@ -12,14 +12,27 @@
 #include <atomic>
 #include <cctype>
 #include <charconv>
+#include <limits>
 
 namespace {
 
+// A count of lines as numstat gives it: digits only, at most the largest qint32; else 0.
 qint32 number(QByteArrayView text)
 {
-    qint32 value = 0;
+    quint64 value = 0;
     const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
-    return error == std::errc() && end == text.data() + text.size() ? value : 0;
+    if (error == std::errc::result_out_of_range)
+        return std::numeric_limits<qint32>::max();
+    return error == std::errc() && end == text.data() + text.size()
+        ? qint32(std::min<quint64>(value, std::numeric_limits<qint32>::max()))
+        : 0;
+}
+
+// A sum that stays within qint32, for counts a crafted log can make as large as it likes.
+qint32 saturated(qint64 value)
+{
+    return qint32(
+        std::clamp<qint64>(value, std::numeric_limits<qint32>::min(), std::numeric_limits<qint32>::max()));
 }
 
 struct CheckedOut {
@@ -293,10 +306,10 @@ std::optional<qint32> HistoryBuilder::intern(const QByteArray& path)
     return number;
 }
 
-void HistoryBuilder::bump(qint32 path, qint32 delta)
+void HistoryBuilder::bump(qint32 path, qint64 delta)
 {
     qint32& lines = m_lines[size_t(path)];
-    lines = std::max(0, lines + delta);
+    lines = std::max(0, saturated(lines + delta));
     m_index.maxLines[size_t(path)] = std::max(m_index.maxLines[size_t(path)], lines);
 }
 
@@ -349,7 +362,7 @@ void HistoryBuilder::flush()
         const Raw& raw = m_status[i];
         const Counts counts = i < m_counts.size() ? m_counts[i] : Counts {};
         FileChange change { 0, -1, counts.added, counts.removed, FileChange::Kind::modified, counts.binary };
-        const qint32 delta = counts.added - counts.removed;
+        const qint64 delta = qint64(counts.added) - counts.removed;
         if ((raw.status == 'R' || raw.status == 'C') && raw.target) {
             const auto from = intern(raw.path);
             const auto to = intern(*raw.target);
@@ -375,8 +388,8 @@ void HistoryBuilder::flush()
                                             : FileChange::Kind::modified;
             bump(*path, delta);
         }
-        commit.insertions += change.added;
-        commit.deletions += change.removed;
+        commit.insertions = saturated(qint64(commit.insertions) + change.added);
+        commit.deletions = saturated(qint64(commit.deletions) + change.removed);
         changes.push_back(change);
     }
     commit.changedFiles = qint32(changes.size());

@@ -47,7 +47,7 @@ private:
     };
 
     std::optional<qint32> intern(const QByteArray& path);
-    void bump(qint32 path, qint32 delta);
+    void bump(qint32 path, qint64 delta);
 
     qint32 m_maxPaths;
     HistoryIndex m_index;

@@ -125,6 +125,29 @@ TEST(HistoryBuilder, ACopyIsARenameFromNowhere)
     EXPECT_EQ(state(cursor), (std::map<QString, qint32> { { u"a"_s, 4 }, { u"b"_s, 0 } }));
 }
 
+// Counts a crafted log makes as large as it likes stay within their type (the sanitizers abort on
+// an overflow), and a count with a sign is no count.
+TEST(HistoryBuilder, CountsPastTheLargestStayThere)
+{
+    HistoryBuilder builder;
+    for (const char* piece : { "\x01h\x1f"
+                               "1\x1f"
+                               "A\x1fs",
+             "\n:0 0 0 0 A", "a", ":0 0 0 0 A", "b", "2147483647\t0\ta", "99999999999\t0\tb",
+             "\x01i\x1f"
+             "2\x1f"
+             "A\x1fs",
+             "\n:0 0 0 0 M", "a", ":0 0 0 0 M", "b", "2147483647\t0\ta", "-5\t3\tb" })
+        builder.feed(QByteArrayView(piece, qsizetype(std::strlen(piece))));
+    const HistoryIndex index = builder.take();
+    ASSERT_EQ(index.commits.size(), 2u);
+    const qint32 largest = std::numeric_limits<qint32>::max();
+    EXPECT_EQ(index.commits[0].insertions, largest);
+    EXPECT_EQ(index.maxLines, (std::vector<qint32> { largest, largest }));
+    EXPECT_EQ(index.changes[1][1].added, 0) << "-5 is no count";
+    EXPECT_EQ(index.changes[1][1].removed, 3);
+}
+
 TEST(HistoryReader, ReplaysARealHistoryToTheFilesOnDisk)
 {
     GitRepo repo;
