@@ -95,7 +95,10 @@ public:
         while (end > start && isNameEdge(name[end - 1]))
             --end;
         name = name.sliced(start, end - start);
-        if (name.isEmpty() || ByteText::characters(name, maxNameLength + 1) > maxNameLength)
+        // Bounded in bytes as well: one character can take any number of them (a letter with a run
+        // of marks, or stray bytes that are not UTF-8).
+        if (name.isEmpty() || name.size() > 4 * maxNameLength
+            || ByteText::characters(name, maxNameLength + 1) > maxNameLength)
             return;
         std::string key(name.data(), size_t(name.size()));
         key += relative ? '\1' : '\0';

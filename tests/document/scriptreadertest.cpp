@@ -276,6 +276,14 @@ TEST(ScriptLimits, TheSymbolAfterTheBudgetIsDropped)
     EXPECT_FALSE(ScriptReader::read(flat).truncated) << "1,500 symbols fit exactly";
 }
 
+// Each member assignment of a plain value once read the value's inside and then dropped it, and the
+// outer reading went through the same text again: nested, a few hundred bytes took minutes.
+TEST(ScriptLimits, NestedMemberAssignmentsAreReadOnce)
+{
+    EXPECT_TRUE(read(QByteArray("(.a=").repeated(400)).empty());
+    EXPECT_EQ(read(QByteArray("(.a=").repeated(400) + "\nfunction kept() {}\n").size(), 1u);
+}
+
 TEST(ScriptLimits, TextsOfFourMebicharactersAreReadUpToTheLimit)
 {
     const QByteArray head = "function kept() {}\n//";

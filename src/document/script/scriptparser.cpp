@@ -160,7 +160,10 @@ std::optional<Parser::Parsed> Parser::assignment(
     const bool member = !declared && (isPunct(at - 1, '.') || isPunct(at - 1, '#'));
     if (!declared && (isWord(at - 1, "type") || isWord(at - 1, "interface")))
         return std::nullopt; // a TypeScript type, not a value
-    std::optional<Parsed> parsed = value(from, at + 2, limit, depth);
+    // obj.count = 0 declares nothing worth a part: for a member only a function, class or object
+    // is read, and a plain value's inside is not looked through only to be dropped (which, nested,
+    // once made a few hundred bytes take seconds).
+    std::optional<Parsed> parsed = value(from, at + 2, limit, depth, !member);
     if (!parsed)
         return std::nullopt;
     Found& found = parsed->found;
@@ -189,14 +192,12 @@ std::optional<Parser::Parsed> Parser::assignment(
         } else {
             found.kind = SKind::method;
         }
-        return parsed;
     }
-    if (found.kind == SKind::variable)
-        return std::nullopt; // obj.count = 0 declares nothing worth a part
     return parsed;
 }
 
-std::optional<Parser::Parsed> Parser::value(qsizetype from, qsizetype at, qsizetype limit, int depth)
+std::optional<Parser::Parsed> Parser::value(
+    qsizetype from, qsizetype at, qsizetype limit, int depth, bool plain)
 {
     qsizetype k = at;
     if (isWord(k, "async") && (isWord(k + 1, "function") || isArrowAt(k + 1, limit)))
@@ -210,7 +211,7 @@ std::optional<Parser::Parsed> Parser::value(qsizetype from, qsizetype at, qsizet
         parsed = klass(from, k, limit, depth);
     else if (isPunct(k, '{'))
         parsed = object(from, k, limit, depth);
-    if (parsed)
+    if (parsed || !plain)
         return parsed;
     const qsizetype end = expressionEnd(at, limit);
     Found found;

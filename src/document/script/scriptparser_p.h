@@ -74,7 +74,8 @@ private:
     std::optional<Parsed> function(qsizetype from, qsizetype at, qsizetype limit, int depth);
     std::optional<Parsed> klass(qsizetype from, qsizetype at, qsizetype limit, int depth);
     std::optional<Parsed> assignment(qsizetype from, qsizetype at, qsizetype limit, int depth, bool declared);
-    std::optional<Parsed> value(qsizetype from, qsizetype at, qsizetype limit, int depth);
+    // A function, arrow, class or object; else, when `plain`, the expression as a variable.
+    std::optional<Parsed> value(qsizetype from, qsizetype at, qsizetype limit, int depth, bool plain = true);
     std::optional<Parsed> arrow(qsizetype from, qsizetype at, qsizetype limit, int depth);
     std::optional<Parsed> object(qsizetype from, qsizetype at, qsizetype limit, int depth);
     std::optional<Parsed> listener(qsizetype at, qsizetype limit, int depth);
