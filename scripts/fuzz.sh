@@ -1,7 +1,9 @@
 #!/usr/bin/env bash
 # scripts/fuzz.sh [SECONDS] [TARGET...]: builds the fuzz targets with clang and runs each (or those
 # named, such as fuzz_sexpr) for SECONDS (default 30), printing how many inputs it ran and any
-# fault. An input that crashes a target is left in the project folder as crash-<hash>.
+# fault. With RUNS=N in the environment a target also stops after N inputs, whichever comes first
+# (RUNS=10000000 scripts/fuzz.sh 86400 runs ten million inputs a target). An input that crashes a
+# target is left in the project folder as crash-<hash>.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 seconds=${1:-30}
@@ -16,6 +18,6 @@ for name in "${targets[@]}"; do
     corpus="build/fuzz/corpus/$(basename "$target")"
     mkdir -p "$corpus"
     echo "Fuzzing $(basename "$target") for $seconds s" >&2
-    "$target" -max_total_time="$seconds" -print_final_stats=1 "$corpus" 2>&1 \
+    "$target" -max_total_time="$seconds" -runs="${RUNS:--1}" -print_final_stats=1 "$corpus" 2>&1 \
         | grep -E "^stat::(number_of_executed_units|average_exec_per_sec|peak_rss_mb)|ERROR|SUMMARY" >&2
 done
