@@ -186,6 +186,7 @@ void SceneController::clear()
     m_filteredOut = {};
     m_hidden = {};
     m_touched.clear();
+    m_heat.clear();
     m_root = nullptr;
     m_imports.reset();
     m_focus = {};
@@ -352,6 +353,22 @@ void SceneController::setShadowsEnabled(bool enabled)
     ++m_generation;
 }
 
+void SceneController::setHeat(QHash<const FileNode*, float> heat)
+{
+    if (heat.isEmpty() && m_heat.isEmpty())
+        return;
+    m_heat = std::move(heat);
+    refresh();
+}
+
+QColor SceneController::heatColor(const Theme& theme, float heat)
+{
+    // The churn colours without their neutral first stop: the coolest hit still stands out.
+    std::vector<QColor> stops = ColorContext::stops(ColorMode::churn, theme.dark);
+    stops.erase(stops.begin());
+    return ColorContext::gradient(stops, double(std::clamp(heat, 0.0f, 1.0f)));
+}
+
 void SceneController::setLinkFocus(LinkFocus focus)
 {
     // Nothing lit before or after, as in the city whenever imports are not shown: nothing to redo.
@@ -385,6 +402,10 @@ QColor SceneController::shownColor(const EntityNode& entity, const ScenePart& pa
         return entity.kind() == PlacementKind::paving ? mix(part.color, theme.accent, 0.35) : theme.accent;
     if (isDimmed(entity))
         return mix(part.color, theme.paper, theme.dark ? 0.75 : 0.8);
+    if (entity.kind() == PlacementKind::building && !m_heat.isEmpty()) {
+        if (const auto heat = m_heat.constFind(entity.file); heat != m_heat.cend())
+            return heatColor(theme, *heat);
+    }
     return part.color;
 }
 

@@ -91,6 +91,10 @@ public:
     // colours their nodes give now, and those `isHidden` names go, without laying the city out again.
     void remeasure(const NodePredicate& isHidden);
     void setShadowsEnabled(bool enabled);
+    // Buildings coloured by a heat from just above 0 (cool) to 1 (hot) instead of their colour mode,
+    // such as the files a text search found, by how many lines matched; none with an empty map.
+    void setHeat(QHash<const FileNode*, float> heat);
+    static QColor heatColor(const Theme& theme, float heat);
     // The imports the graph view is laid out from; they take effect at the next build.
     void setImports(std::shared_ptr<const ImportsMap> imports) { m_imports = std::move(imports); }
     const std::shared_ptr<const ImportsMap>& imports() const { return m_imports; }
@@ -163,6 +167,7 @@ private:
     NodePredicate m_filteredOut;
     NodePredicate m_hidden;
     QHash<const FileNode*, float> m_touched;
+    QHash<const FileNode*, float> m_heat;
     const FileNode* m_root = nullptr;
     bool m_shadows = true;
     std::shared_ptr<const ImportsMap> m_imports;

@@ -8,6 +8,7 @@
 #include <QThread>
 
 #include <algorithm>
+#include <atomic>
 #include <cstring>
 #include <memory>
 
@@ -79,9 +80,12 @@ std::optional<TextSearchResult> search(
     const FileNode& root, const TextNeedle& needle, const CancelFlagPtr& cancel)
 {
     std::vector<const FileNode*> files;
+    qint64 passedOver = 0;
     root.forEach([&](const FileNode& node) {
         if (considers(node))
             files.push_back(&node);
+        else
+            ++passedOver;
     });
     const auto cancelled = [&] { return cancel && cancel->isCancelled(); };
     const FileNode* top = &root;
@@ -95,6 +99,7 @@ std::optional<TextSearchResult> search(
     constexpr int chunkSize = 64;
     const int chunks = (count + chunkSize - 1) / chunkSize;
     std::vector<std::vector<Hit>> found(static_cast<size_t>(chunks));
+    std::atomic<qint64> unread = 0;
     parallelFor(chunks, std::max(1, QThread::idealThreadCount()), [&](int chunk) {
         if (cancelled())
             return;
@@ -104,8 +109,10 @@ std::optional<TextSearchResult> search(
             const FileNode* node = files[size_t(i)];
             const std::optional<QByteArrayView> text = readWhole(folder, node->relativePath.toUtf8());
             if (!text
-                || std::memchr(text->data(), 0, size_t(std::min<qint64>(text->size(), binaryProbeBytes))))
+                || std::memchr(text->data(), 0, size_t(std::min<qint64>(text->size(), binaryProbeBytes)))) {
+                unread.fetch_add(1, std::memory_order_relaxed);
                 continue;
+            }
             if (const qint64 lines = needle.lineCount(*text); lines > 0)
                 hits.push_back({ node, lines, naturalSortKey(node->name) });
         }
@@ -123,6 +130,7 @@ std::optional<TextSearchResult> search(
         return a.key->compare(*b.key) < 0;
     });
     TextSearchResult result;
+    result.skipped = passedOver + unread.load();
     result.counts.reserve(qsizetype(all.size()));
     result.nodes.reserve(qsizetype(all.size()));
     for (const Hit& hit : all) {

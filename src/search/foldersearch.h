@@ -14,6 +14,9 @@ struct TextSearchResult {
     QHash<const FileNode*, qint64> counts; // only files with at least one matching line
     // Those files, most matching lines first; equal counts in the natural order of their names.
     QList<const FileNode*> nodes;
+    // Files not read: binary, of a binary language, or at the size limit (measured by the scan or
+    // found so when read).
+    qint64 skipped = 0;
 };
 
 namespace FolderSearch {

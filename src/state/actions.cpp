@@ -137,10 +137,6 @@ QString actionDescription(Action action)
 std::optional<MissingFeature> missingFeature(Action action)
 {
     switch (action) {
-    case Action::search:
-    case Action::searchPrevious:
-    case Action::searchNext:
-    case Action::searchAccept: return MissingFeature::search;
     case Action::picker:
     case Action::pickerDown:
     case Action::pickerInto:
@@ -160,7 +156,6 @@ std::optional<MissingFeature> missingFeature(Action action)
 QString missingMessage(MissingFeature feature)
 {
     switch (feature) {
-    case MissingFeature::search: return QStringLiteral("Search is not available yet.");
     case MissingFeature::picker: return QStringLiteral("The folder picker is not available yet.");
     case MissingFeature::remote: return QStringLiteral("Downloading a repository is not available yet.");
     case MissingFeature::preview: return QStringLiteral("Previews are not available yet.");

@@ -5,6 +5,7 @@ AppState::AppState(QObject* parent, bool persistent)
 {
     m_display = adopt<DisplaySettings>();
     m_filters = adopt<Filters>();
+    m_search = adopt<SearchController>(m_pool, *m_filters);
     m_scan = adopt<ScanController>(m_pool);
     m_imports = adopt<DependencyController>(m_pool);
     m_timeline = adopt<TimelineController>(m_pool);
@@ -22,6 +23,7 @@ AppState::~AppState()
     m_scan->cancel();
     m_imports->cancel();
     m_timeline->cancel();
+    m_search->cancel();
     m_pool.waitForDone();
 }
 

@@ -8,6 +8,7 @@
 #include "state/recents.h"
 #include "state/scancontroller.h"
 #include "state/scenehost.h"
+#include "state/searchcontroller.h"
 #include "state/timelinecontroller.h"
 
 #include <QObject>
@@ -41,6 +42,8 @@ public:
     const Panels& panels() const { return *m_panels; }
     Filters& filters() { return *m_filters; }
     const Filters& filters() const { return *m_filters; }
+    SearchController& search() { return *m_search; }
+    const SearchController& search() const { return *m_search; }
     Recents& recents() { return *m_recents; }
     const Recents& recents() const { return *m_recents; }
     ScanController& scan() { return *m_scan; }
@@ -124,6 +127,7 @@ private:
     QList<StateController*> m_controllers; // in the order they hear of a new folder
     DisplaySettings* m_display = nullptr;
     Filters* m_filters = nullptr;
+    SearchController* m_search = nullptr;
     ScanController* m_scan = nullptr;
     DependencyController* m_imports = nullptr;
     TimelineController* m_timeline = nullptr;

@@ -38,6 +38,15 @@ void Filters::toggleIsolation(const QString& relativePath)
     filterChanged();
 }
 
+void Filters::clearIsolation()
+{
+    if (m_isolated.isEmpty())
+        return;
+    m_isolated.clear();
+    emit isolatedChanged();
+    filterChanged();
+}
+
 bool Filters::hasFilters() const
 {
     return !m_searchText.isEmpty() || !m_isolated.isEmpty() || m_minChanges > 0;

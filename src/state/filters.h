@@ -24,6 +24,7 @@ public:
     void setSearchInText(bool inText);
     void setMinChanges(int changes);
     void toggleIsolation(const QString& relativePath);
+    void clearIsolation();
     bool hasFilters() const;
     // Clears the search text, the isolated set and the change threshold, announcing one change.
     void clearFilters();

@@ -200,7 +200,25 @@ std::optional<bool> KeyRouter::performPanels(Action action)
 std::optional<bool> KeyRouter::performFilters(Action action)
 {
     Filters& filters = m_state.filters();
+    SearchController& search = m_state.search();
+    // The selection follows the current result, and the camera with it.
+    const auto stepSearch = [&](int step) {
+        if (!search.step(step))
+            return false;
+        m_state.select(search.current());
+        return true;
+    };
     switch (action) {
+    case Action::search: return m_state.root() && (filters.setSearchFocused(true), true);
+    case Action::searchPrevious: return stepSearch(-1);
+    case Action::searchNext: return stepSearch(1);
+    case Action::searchAccept:
+        if (!search.current() && !search.results().isEmpty())
+            search.step(1);
+        if (search.current())
+            m_state.select(search.current());
+        filters.focusScene();
+        return true;
     case Action::clearFilters: return filters.hasFilters() && (filters.clearFilters(), true);
     case Action::searchToggleText: return filters.setSearchInText(!filters.searchInText()), true;
     case Action::searchEscape:

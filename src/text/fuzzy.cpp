@@ -1,5 +1,7 @@
 #include "text/fuzzy.h"
 
+#include <algorithm>
+
 QStringList Fuzzy::terms(QStringView query)
 {
     QStringList list;
@@ -16,9 +18,9 @@ QStringList Fuzzy::terms(QStringView query)
     return list;
 }
 
-QString Fuzzy::initials(QStringView name)
+QList<qsizetype> Fuzzy::wordStarts(QStringView name)
 {
-    QString result;
+    QList<qsizetype> starts;
     QChar previous;
     for (qsizetype i = 0; i < name.size(); ++i) {
         const QChar c = name[i];
@@ -33,10 +35,18 @@ QString Fuzzy::initials(QStringView name)
         // HTMLParser. A run of capitals is otherwise one word, since acronyms are typed as one letter.
         const bool afterAcronym
             = c.isUpper() && previous.isUpper() && i + 1 < name.size() && name[i + 1].isLower();
-        if (result.isEmpty() || first || camel || afterAcronym)
-            result += c.toLower();
+        if (starts.isEmpty() || first || camel || afterAcronym)
+            starts.append(i);
         previous = c;
     }
+    return starts;
+}
+
+QString Fuzzy::initials(QStringView name)
+{
+    QString result;
+    for (const qsizetype at : wordStarts(name))
+        result += name[at].toLower();
     return result;
 }
 
@@ -66,4 +76,39 @@ bool Fuzzy::matches(const QStringList& terms, QStringView name)
     const QString first = initials(name);
     return std::all_of(
         terms.begin(), terms.end(), [&](const QString& term) { return termMatches(term, lower, first); });
+}
+
+QList<qsizetype> Fuzzy::positions(const QStringList& terms, QStringView name)
+{
+    const QString lower = name.toString().toLower();
+    QList<qsizetype> starts;
+    QString first;
+    if (lower.size() == name.size()) { // lower-casing kept every character where it was
+        starts = wordStarts(name);
+        for (const qsizetype at : starts)
+            first += lower[at];
+    }
+    QList<qsizetype> found;
+    for (const QString& term : terms) {
+        if (const qsizetype at = lower.indexOf(term); at >= 0) {
+            for (qsizetype i = at; i < at + term.size(); ++i)
+                found.append(i);
+        } else if (const qsizetype word = first.indexOf(term); word >= 0) {
+            for (qsizetype i = word; i < word + term.size(); ++i)
+                found.append(starts[i]);
+        } else {
+            qsizetype at = 0;
+            for (const QChar c : term) {
+                while (at < lower.size() && lower[at] != c)
+                    ++at;
+                if (at == lower.size())
+                    break;
+                found.append(at++);
+            }
+        }
+    }
+    std::sort(found.begin(), found.end());
+    found.erase(std::unique(found.begin(), found.end()), found.end());
+    found.removeIf([&](qsizetype at) { return at >= name.size(); });
+    return found;
 }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QString>
+#include <QList>
 #include <QStringList>
 #include <QStringView>
 
@@ -13,9 +14,14 @@ struct Fuzzy {
     // The lower-cased first character of each word: drawPanel → "dp", draw_panel_view → "dpv",
     // HTMLParser → "hp".
     static QString initials(QStringView name);
+    // Where the words of the name start: the characters its initials are made of.
+    static QList<qsizetype> wordStarts(QStringView name);
     // Whether the characters of `term` occur in `name` in the same order.
     static bool subsequence(QStringView term, QStringView name);
     static bool termMatches(QStringView term, QStringView lowerName, QStringView initials);
     // Whether every term matches; no terms match nothing (callers take an empty query as no filter).
     static bool matches(const QStringList& terms, QStringView name);
+    // The characters of the name that the terms matched, in order, to show the match: a term's
+    // contained run, else the word starts of its initials, else the letters of its subsequence.
+    static QList<qsizetype> positions(const QStringList& terms, QStringView name);
 };

@@ -4,6 +4,7 @@
 #include "ui/filetreemodel.h"
 #include "ui/panels.h"
 #include "ui/sceneview.h"
+#include "ui/searchpanel.h"
 #include "ui/style.h"
 #include "ui/timelinebar.h"
 #include "ui/welcomeview.h"
@@ -16,6 +17,8 @@
 #include <QKeyEvent>
 #include <QLabel>
 #include <QLineEdit>
+#include <QMenu>
+#include <QAbstractSpinBox>
 #include <QMimeData>
 #include <QPushButton>
 #include <QStackedWidget>
@@ -60,7 +63,8 @@ MainWindow::MainWindow(AppState& state, QWidget* parent)
     stageLayout->setContentsMargins(0, 0, 0, 0);
     stageLayout->addWidget(m_pages);
 
-    m_rail = new QTreeView(m_viewer);
+    m_railStack = new QStackedWidget(m_viewer);
+    m_rail = new QTreeView(m_railStack);
     m_rail->setObjectName(QStringLiteral("rail"));
     m_rail->setAttribute(Qt::WA_StyledBackground);
     m_railModel = new FileTreeModel(m_rail);
@@ -72,6 +76,11 @@ MainWindow::MainWindow(AppState& state, QWidget* parent)
     m_rail->header()->setStretchLastSection(false);
     m_rail->header()->setSectionResizeMode(0, QHeaderView::Stretch);
     m_rail->header()->setSectionResizeMode(1, QHeaderView::ResizeToContents);
+    m_rail->setContextMenuPolicy(Qt::CustomContextMenu);
+    connect(m_rail, &QWidget::customContextMenuRequested, this, &MainWindow::railMenu);
+    m_results = new SearchResultsView(state, m_railStack);
+    m_railStack->addWidget(m_rail);
+    m_railStack->addWidget(m_results);
     // The scene, with the history's bar under it while the history is shown.
     auto* centre = new QWidget(m_viewer);
     m_scene = new SceneView(state, centre);
@@ -85,7 +94,7 @@ MainWindow::MainWindow(AppState& state, QWidget* parent)
     auto* body = new QHBoxLayout(m_viewer);
     body->setContentsMargins(0, 0, 0, 0);
     body->setSpacing(0);
-    body->addWidget(m_rail);
+    body->addWidget(m_railStack);
     body->addWidget(centre, 1);
     body->addWidget(m_drawer);
 
@@ -109,6 +118,17 @@ MainWindow::MainWindow(AppState& state, QWidget* parent)
     connect(&state, &AppState::rootChanged, this, [this] { m_railModel->setRoot(m_state.root()); });
     connect(&state, &AppState::selectionChanged, this, &MainWindow::syncRail);
     connect(m_scene, &SceneView::built, this, &MainWindow::refreshLegend);
+    connect(&state.search(), &SearchController::resultsChanged, this, [this] {
+        m_railStack->setCurrentWidget(m_state.search().isActive() ? static_cast<QWidget*>(m_results) : m_rail);
+        refreshLegend();
+    });
+    connect(&state.filters(), &Filters::searchFocusedChanged, this, &MainWindow::followSearchFocus);
+    connect(qApp, &QApplication::focusChanged, this, [this](QWidget* before, QWidget* now) {
+        if (now == m_searchBar->field())
+            m_state.filters().setSearchFocused(true);
+        else if (before == m_searchBar->field() && now && now->window() == this)
+            m_state.filters().focusScene();
+    });
     watchState();
 
     applyTheme(*this, Theme::of(state.display().dark()));
@@ -178,6 +198,8 @@ QWidget* MainWindow::makeMasthead()
     m_colorButton = button({}, Action::color);
     m_heightButton = button({}, Action::height);
     auto* keys = button(QStringLiteral("?"), Action::keys);
+    m_searchBar = new SearchBar(m_state, m_router, masthead);
+    m_filtersChip = new FiltersChip(m_state, m_router, masthead);
 
     m_modes = new QWidget(masthead);
     auto* modes = new QHBoxLayout(m_modes);
@@ -197,6 +219,8 @@ QWidget* MainWindow::makeMasthead()
     row->addWidget(m_folderName);
     row->addWidget(m_facts);
     row->addStretch(1);
+    row->addWidget(m_searchBar);
+    row->addWidget(m_filtersChip);
     row->addWidget(m_modes);
     row->addWidget(keys);
     return masthead;
@@ -206,6 +230,7 @@ void MainWindow::refreshMasthead()
 {
     const FileNode* root = m_state.root();
     m_modes->setVisible(root != nullptr);
+    m_searchBar->setVisible(root != nullptr);
     if (!root) {
         m_folderName->setText(QStringLiteral("Korvane"));
         m_facts->clear();
@@ -238,8 +263,8 @@ void MainWindow::refreshPanels()
     m_pages->setCurrentWidget(m_state.root() ? m_viewer : m_welcome);
     const Panels& panels = m_state.panels();
     const bool capture = panels.captureImage();
-    m_rail->setVisible(!capture && panels.railMode() != RailMode::hidden);
-    m_rail->setFixedWidth(panels.railMode() == RailMode::expanded ? expandedRail : compactRail);
+    m_railStack->setVisible(!capture && panels.railMode() != RailMode::hidden);
+    m_railStack->setFixedWidth(panels.railMode() == RailMode::expanded ? expandedRail : compactRail);
     m_rail->setColumnHidden(1, panels.railMode() != RailMode::expanded);
     m_drawer->setVisible(!capture && panels.showDrawer());
     m_drawer->setFixedWidth(int(panels.drawerWidth()));
@@ -259,6 +284,14 @@ void MainWindow::refreshLegend()
             { QStringLiteral("External imports"), graph.external },
             { QStringLiteral("Unresolved imports"), graph.unresolved } };
     }
+    const SearchController& search = m_state.search();
+    if (search.isActive()) {
+        facts.prepend({ m_state.filters().searchInText() ? QStringLiteral("Files with the text")
+                                                          : QStringLiteral("Names that match"),
+            qint64(search.results().size()) });
+        if (m_state.filters().searchInText() && search.textSkipped() > 0)
+            facts.insert(1, { QStringLiteral("Skipped (binary or too large)"), search.textSkipped() });
+    }
     m_legend->setEntries(scene.legend(), facts, Theme::of(m_state.display().dark()));
     m_legend->setVisible(m_state.root() && !m_state.panels().captureImage()
         && (!scene.legend().isEmpty() || !facts.isEmpty()));
@@ -268,7 +301,7 @@ void MainWindow::refreshLegend()
 void MainWindow::placeOverlays()
 {
     const QRect area = m_stage->rect();
-    const int left = m_rail->isVisible() && m_state.root() ? m_rail->width() : 0;
+    const int left = m_railStack->isVisible() && m_state.root() ? m_rail->width() : 0;
     const int right = m_drawer->isVisible() && m_state.root() ? m_drawer->width() : 0;
     const int bottom = m_timeline->isVisible() ? m_timeline->height() : 0;
     const QRect scene = area.adjusted(left, 0, -right, -bottom);
@@ -316,16 +349,62 @@ bool MainWindow::eventFilter(QObject* watched, QEvent* event)
 
 bool MainWindow::routeKey(QKeyEvent* event)
 {
-    // A text field keeps its typing; the welcome list still answers the arrows, and Return in an
-    // empty field opens the highlighted recent folder.
-    if (auto* field = qobject_cast<QLineEdit*>(QApplication::focusWidget())) {
+    const KeyPress press { event->key(), event->text(), event->modifiers() };
+    // The search field's own keys go to the router; what it does not take is typed into the field.
+    if (m_state.filters().searchFocused())
+        return m_router.handle(press);
+    // Another text field keeps its typing; the welcome list still answers the arrows, and Return in
+    // an empty field opens the highlighted recent folder.
+    QWidget* focused = QApplication::focusWidget();
+    if (qobject_cast<QAbstractSpinBox*>(focused) && event->key() != Qt::Key_Escape)
+        return false;
+    if (auto* field = qobject_cast<QLineEdit*>(focused)) {
         const int key = event->key();
         const bool listKey = key == Qt::Key_Up || key == Qt::Key_Down
             || ((key == Qt::Key_Return || key == Qt::Key_Enter) && field->text().isEmpty());
         if (!listKey)
             return false;
     }
-    return m_router.handle({ event->key(), event->text(), event->modifiers() });
+    return m_router.handle(press);
+}
+
+void MainWindow::pressKey(const KeyPress& key)
+{
+    if (!m_state.filters().searchFocused()) {
+        m_router.handle(key);
+        return;
+    }
+    // Through the window's own filter, as a key from the keyboard would go.
+    QKeyEvent press(QEvent::KeyPress, key.key, key.modifiers, key.text);
+    QCoreApplication::sendEvent(m_searchBar->field(), &press);
+    QKeyEvent release(QEvent::KeyRelease, key.key, key.modifiers, key.text);
+    QCoreApplication::sendEvent(m_searchBar->field(), &release);
+}
+
+void MainWindow::followSearchFocus()
+{
+    if (m_state.filters().searchFocused()) {
+        m_searchBar->field()->setFocus(Qt::ShortcutFocusReason);
+        m_searchBar->field()->selectAll();
+    } else if (QApplication::focusWidget() == m_searchBar->field()) {
+        m_scene->setFocus(Qt::OtherFocusReason);
+    }
+}
+
+void MainWindow::railMenu(const QPoint& at)
+{
+    const FileNode* node = m_railModel->node(m_rail->indexAt(at));
+    Filters& filters = m_state.filters();
+    QMenu menu(this);
+    if (node) {
+        const bool isolated = filters.isolated().contains(node->relativePath);
+        menu.addAction(isolated ? QStringLiteral("Stop showing only this") : QStringLiteral("Show only this"),
+            this, [&filters, path = node->relativePath] { filters.toggleIsolation(path); });
+    }
+    if (!filters.isolated().isEmpty())
+        menu.addAction(QStringLiteral("Show everything"), this, [&filters] { filters.clearIsolation(); });
+    if (!menu.isEmpty())
+        menu.exec(m_rail->viewport()->mapToGlobal(at));
 }
 
 void MainWindow::dragEnterEvent(QDragEnterEvent* event)

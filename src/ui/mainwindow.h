@@ -14,6 +14,9 @@ class ProgressPanel;
 class QLabel;
 class QPushButton;
 class QStackedWidget;
+class FiltersChip;
+class SearchBar;
+class SearchResultsView;
 class QTreeView;
 class SceneView;
 class TimelineBar;
@@ -32,6 +35,9 @@ public:
 
     KeyRouter& router() { return m_router; }
     SceneView& sceneView() { return *m_scene; }
+    // A key as if typed on the keyboard: into the search field while it has the keys, else to the
+    // router. Scripts type through it.
+    void pressKey(const KeyPress& key);
 
     bool eventFilter(QObject* watched, QEvent* event) override;
 
@@ -49,6 +55,9 @@ private:
     void placeOverlays();
     void syncRail();
     bool routeKey(QKeyEvent* event);
+    // The state's search focus moves the keyboard focus, and a click in the field takes it.
+    void followSearchFocus();
+    void railMenu(const QPoint& at);
 
     AppState& m_state;
     KeyRouter m_router;
@@ -65,7 +74,11 @@ private:
     QWidget* m_stage = nullptr;
     WelcomeView* m_welcome = nullptr;
     QWidget* m_viewer = nullptr;
+    QStackedWidget* m_railStack = nullptr; // the tree, or the search results while a search is active
     QTreeView* m_rail = nullptr;
+    SearchResultsView* m_results = nullptr;
+    SearchBar* m_searchBar = nullptr;
+    FiltersChip* m_filtersChip = nullptr;
     FileTreeModel* m_railModel = nullptr;
     SceneView* m_scene = nullptr;
     TimelineBar* m_timeline = nullptr;

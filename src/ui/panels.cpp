@@ -12,6 +12,7 @@
 #include <QProgressBar>
 #include <QPushButton>
 #include <QScrollArea>
+#include <QSpinBox>
 #include <QVBoxLayout>
 
 // --- message --------------------------------------------------------------------------------
@@ -250,6 +251,10 @@ Drawer::Drawer(AppState& state, QWidget* parent)
     , m_details(new QLabel(this))
     , m_bar(new LanguageBar(this))
     , m_languages(new QLabel(this))
+    , m_isolate(new QPushButton(this))
+    , m_showAll(new QPushButton(QStringLiteral("Show everything"), this))
+    , m_changes(new QWidget(this))
+    , m_minChanges(new QSpinBox(m_changes))
 {
     setObjectName(QStringLiteral("drawer"));
     setAttribute(Qt::WA_StyledBackground);
@@ -271,8 +276,35 @@ Drawer::Drawer(AppState& state, QWidget* parent)
     auto* layout = new QVBoxLayout(content);
     layout->setContentsMargins(16, 14, 16, 14);
     layout->setSpacing(10);
-    for (QWidget* part : std::initializer_list<QWidget*> {
-             m_title, m_path, m_details, m_bar, m_languages, new ImportsPanel(state, content) })
+    // Narrowing the view: to the selection alone, or to files changed often enough.
+    auto* narrowing = new QWidget(content);
+    auto* buttons = new QHBoxLayout(narrowing);
+    buttons->setContentsMargins(0, 0, 0, 0);
+    for (QPushButton* button : { m_isolate, m_showAll }) {
+        button->setFocusPolicy(Qt::NoFocus);
+        buttons->addWidget(button);
+    }
+    buttons->addStretch();
+    Filters& filters = state.filters();
+    connect(m_isolate, &QPushButton::clicked, this, [this, &filters] {
+        if (const FileNode* node = m_state.selection())
+            filters.toggleIsolation(node->relativePath);
+    });
+    connect(m_showAll, &QPushButton::clicked, this, [&filters] { filters.clearIsolation(); });
+    auto* changesRow = new QHBoxLayout(m_changes);
+    changesRow->setContentsMargins(0, 0, 0, 0);
+    auto* changesLabel = new QLabel(QStringLiteral("Dim files with fewer commits"), m_changes);
+    changesLabel->setProperty("class", QStringLiteral("secondary"));
+    changesRow->addWidget(changesLabel);
+    changesRow->addWidget(m_minChanges);
+    changesRow->addStretch();
+    m_minChanges->setFocusPolicy(Qt::ClickFocus);
+    m_minChanges->setPrefix(QStringLiteral("at least "));
+    m_minChanges->setSuffix(QStringLiteral(" commits"));
+    m_minChanges->setSpecialValueText(QStringLiteral("off"));
+    connect(m_minChanges, &QSpinBox::valueChanged, this, [&filters](int value) { filters.setMinChanges(value); });
+    for (QWidget* part : std::initializer_list<QWidget*> { m_title, m_path, m_details, narrowing, m_changes,
+             m_bar, m_languages, new ImportsPanel(state, content) })
         layout->addWidget(part);
     layout->addStretch();
     scroll->setWidget(content);
@@ -286,6 +318,8 @@ Drawer::Drawer(AppState& state, QWidget* parent)
         connect(&state, signal, this, &Drawer::refresh);
     connect(&state.display(), &DisplaySettings::darkChanged, this, &Drawer::refresh);
     connect(&state.display(), &DisplaySettings::modeChanged, this, &Drawer::refresh);
+    connect(&state.display(), &DisplaySettings::colorModeChanged, this, &Drawer::refreshFilters);
+    connect(&state.filters(), &Filters::filtersChanged, this, &Drawer::refreshFilters);
     connect(&state.timeline(), &TimelineController::moved, this, [this] {
         if (m_state.display().mode() == VisualizationMode::history)
             refresh();
@@ -343,8 +377,24 @@ void Drawer::historyRows(const FileNode& node, const Row& row) const
     }
 }
 
+void Drawer::refreshFilters()
+{
+    const Filters& filters = m_state.filters();
+    const FileNode* selection = m_state.selection();
+    const bool isolated = selection && filters.isolated().contains(selection->relativePath);
+    m_isolate->setText(isolated ? QStringLiteral("Stop showing only this") : QStringLiteral("Show only this"));
+    m_isolate->setVisible(selection && selection->parent && m_state.display().mode() != VisualizationMode::history);
+    m_showAll->setVisible(!filters.isolated().isEmpty());
+    const bool churn = m_state.isGit() && m_state.display().colorMode() == ColorMode::churn;
+    m_changes->setVisible(churn || filters.minChanges() > 0);
+    const QSignalBlocker quiet(m_minChanges);
+    m_minChanges->setRange(0, int(std::clamp<qint64>(filters.changeCeiling(), filters.minChanges(), 1 << 20)));
+    m_minChanges->setValue(filters.minChanges());
+}
+
 void Drawer::refresh()
 {
+    refreshFilters();
     const FileNode* node = m_state.selection() ? m_state.selection() : m_state.viewRoot();
     if (!node) {
         m_title->clear();

@@ -9,6 +9,7 @@
 class QLabel;
 class QProgressBar;
 class QPushButton;
+class QSpinBox;
 
 // A message shown in place over the view, dismissed with its button or Escape.
 class MessageBanner : public QFrame {
@@ -87,8 +88,13 @@ private:
     using Row = std::function<void(const QString& label, const QString& value)>;
     void fileRows(const FileNode& node, const Row& row) const;
     void historyRows(const FileNode& node, const Row& row) const;
+    void refreshFilters();
 
     AppState& m_state;
+    QPushButton* m_isolate;
+    QPushButton* m_showAll;
+    QWidget* m_changes; // "at least N commits", while colouring by churn
+    QSpinBox* m_minChanges;
     QLabel* m_title;
     QLabel* m_path;
     QLabel* m_details;

@@ -84,7 +84,14 @@ SceneView::SceneView(AppState& state, QWidget* parent)
     for (const auto signal :
         { &DependencyController::showImportsChanged, &DependencyController::chosenCycleChanged })
         connect(&imports, signal, this, [this] { applyLinkFocus(); });
+    // Isolation draws a city of just the isolated paths; the other filters dim what they leave out.
     connect(&state.filters(), &Filters::filtersChanged, this, [this] {
+        if (m_state.display().mode() == VisualizationMode::city && m_state.filters().isolated() != m_builtIsolated)
+            scheduleBuild(false);
+        applyFilter();
+        update();
+    });
+    connect(&state.search(), &SearchController::resultsChanged, this, [this] {
         applyFilter();
         update();
     });
@@ -172,8 +179,12 @@ void SceneView::build()
     }
     if (history)
         buildHistoryScene(m_controller, timeline, config, reset);
-    else
+    else if (display.mode() == VisualizationMode::city && !m_state.filters().isolated().isEmpty()) {
+        const NodeSet only = isolatedNodes();
+        m_controller.build(*root, config, reset, {}, &only);
+    } else
         m_controller.build(*root, config, reset);
+    m_builtIsolated = m_state.filters().isolated();
     m_controller.setSelection(m_state.selection());
     applyFilter();
     applyLinkFocus();
@@ -188,13 +199,29 @@ void SceneView::build()
 
 void SceneView::applyFilter()
 {
-    const QSet<QString> isolated = m_state.filters().isolated();
-    const int minChanges = m_state.filters().minChanges();
-    if (isolated.isEmpty() && minChanges <= 0) {
+    const Filters& filters = m_state.filters();
+    const SearchController& search = m_state.search();
+    const QSet<QString> isolated = filters.isolated();
+    const int minChanges = filters.minChanges();
+    // A text search lights the files it found by how many lines matched, on a log scale so that
+    // one file of a thousand hits does not leave the rest looking cold.
+    QHash<const FileNode*, float> heat;
+    if (search.isActive() && filters.searchInText()) {
+        qint64 most = 1;
+        for (const qint64 count : search.textHits())
+            most = std::max(most, count);
+        for (auto hit = search.textHits().cbegin(); hit != search.textHits().cend(); ++hit)
+            heat.insert(hit.key(), 0.08f + 0.92f * float(std::log1p(double(hit.value())) / std::log1p(double(most))));
+    }
+    m_controller.setHeat(std::move(heat));
+    if (isolated.isEmpty() && minChanges <= 0 && !search.isActive()) {
         m_controller.clearFilter();
         return;
     }
-    m_controller.setFilteredOut([isolated, minChanges](const FileNode& node) {
+    const NodeSet* lit = search.isActive() ? &search.lit() : nullptr;
+    m_controller.setFilteredOut([isolated, minChanges, lit](const FileNode& node) {
+        if (lit && !lit->contains(&node))
+            return true;
         if (minChanges > 0 && !node.isDirectory && node.commits < minChanges)
             return true;
         if (isolated.isEmpty())
@@ -209,6 +236,23 @@ void SceneView::applyFilter()
             return node.relativePath.isEmpty() || path.startsWith(prefix);
         });
     });
+}
+
+NodeSet SceneView::isolatedNodes() const
+{
+    NodeSet only;
+    const FileNode* root = m_state.root();
+    const auto keep = [&only](const FileNode* node) {
+        for (; node && only.insert(node).second; node = node->parent) { }
+    };
+    for (const QString& path : m_state.filters().isolated()) {
+        const FileNode* node = root ? root->find(path) : nullptr;
+        if (!node)
+            continue;
+        keep(node);
+        node->forEach([&](const FileNode& file) { keep(&file); });
+    }
+    return only;
 }
 
 void SceneView::applyLinkFocus()
@@ -296,7 +340,10 @@ void SceneView::camera(CameraAction action)
     case CameraAction::zoomOut: camera.zoom(1 / OrbitCamera::zoomStep); break;
     case CameraAction::home: camera.home(); break;
     case CameraAction::frame:
-        if (const EntityNode* entity = m_controller.entityFor(m_state.selection()))
+        // While a search is active, everything it found.
+        if (const std::optional<SceneBox> found = resultsBox())
+            camera.frame(*found);
+        else if (const EntityNode* entity = m_controller.entityFor(m_state.selection()))
             camera.frame(entity->box());
         else
             camera.home();
@@ -304,6 +351,23 @@ void SceneView::camera(CameraAction action)
     case CameraAction::perspective: camera.togglePerspective(); break;
     }
     update();
+}
+
+std::optional<SceneBox> SceneView::resultsBox() const
+{
+    std::optional<SceneBox> box;
+    for (const FileNode* file : m_state.search().isActive() ? m_state.search().results() : QList<const FileNode*>()) {
+        const EntityNode* entity = m_controller.entityFor(file);
+        if (!entity)
+            continue;
+        const SceneBox one = entity->box();
+        box = box ? SceneBox { QVector3D(std::min(box->min.x(), one.min.x()), std::min(box->min.y(), one.min.y()),
+                                   std::min(box->min.z(), one.min.z())),
+                        QVector3D(std::max(box->max.x(), one.max.x()), std::max(box->max.y(), one.max.y()),
+                            std::max(box->max.z(), one.max.z())) }
+                  : one;
+    }
+    return box;
 }
 
 void SceneView::beep()

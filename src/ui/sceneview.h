@@ -59,6 +59,11 @@ private:
     void scheduleBuild(bool resetCamera);
     void build();
     void applyFilter();
+    // The isolated paths, the folders that lead to them and everything below them: the city drawn
+    // while anything is isolated.
+    NodeSet isolatedNodes() const;
+    // Around every search result drawn; none without an active search or with none drawn.
+    std::optional<SceneBox> resultsBox() const;
     // Lights the selection's imports and importers, or the chosen cycle, from the folder's imports.
     void applyLinkFocus();
     // The history's files have moved: heights, colours and presence follow, the files moved are
@@ -74,6 +79,7 @@ private:
     bool m_resetPending = false;
     const FileNode* m_builtRoot = nullptr;
     VisualizationMode m_builtMode = VisualizationMode::city;
+    QSet<QString> m_builtIsolated;
     QElapsedTimer m_clock;
     QElapsedTimer m_markClock;
     FadingMarks m_marks; // on m_markClock

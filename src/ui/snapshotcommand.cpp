@@ -72,6 +72,12 @@ int snapshotCommand(const SnapshotArguments& arguments)
             return badOption(QStringLiteral("--keys: ") + error);
         script.keys = *keys;
     }
+    script.search = arguments.options.contains(QStringLiteral("--search"))
+        ? std::optional(arguments.options.value(QStringLiteral("--search")))
+        : std::nullopt;
+    script.searchInText = arguments.flags.contains(QStringLiteral("--in-text"));
+    if (script.searchInText && !script.search)
+        return badOption(QStringLiteral("--in-text goes with --search TEXT"));
     if (arguments.flags.contains(QStringLiteral("--print-state")))
         script.stateFile = QStringLiteral("-");
     script.timings = arguments.flags.contains(QStringLiteral("--timings"));

@@ -142,6 +142,38 @@ void addImports(QJsonObject& object, const AppState& state)
     object.insert(u"showImports"_s, imports.showImports());
 }
 
+// The search and the other filters, with at most 200 of the files found.
+void addSearch(QJsonObject& object, const AppState& state)
+{
+    constexpr qsizetype most = 200;
+    const Filters& filters = state.filters();
+    const SearchController& search = state.search();
+    QJsonArray results;
+    for (const FileNode* file : search.results().first(std::min(most, search.results().size())))
+        results.append(file->relativePath);
+    QJsonObject hits;
+    for (const FileNode* file : search.results().first(std::min(most, search.results().size()))) {
+        if (const qint64 count = search.textHits().value(file); count > 0)
+            hits.insert(file->relativePath, count);
+    }
+    QStringList isolated(filters.isolated().begin(), filters.isolated().end());
+    isolated.sort();
+    object.insert(u"searchText"_s, filters.searchText());
+    object.insert(u"searchInText"_s, filters.searchInText());
+    object.insert(u"searchFocused"_s, filters.searchFocused());
+    object.insert(u"searchIndex"_s, search.searchIndex());
+    object.insert(u"searchResults"_s, results);
+    object.insert(u"searchResultCount"_s, qint64(search.results().size()));
+    object.insert(u"textQuery"_s, search.textQuery());
+    object.insert(u"textHits"_s, hits);
+    object.insert(u"textSkipped"_s, search.textSkipped());
+    object.insert(u"textSearching"_s, search.textSearching());
+    object.insert(u"textSearchRuns"_s, search.textSearchRuns());
+    object.insert(u"isolated"_s, QJsonArray::fromStringList(isolated));
+    object.insert(u"minChanges"_s, filters.minChanges());
+    object.insert(u"hasFilters"_s, filters.hasFilters());
+}
+
 QJsonValue timelineJson(const TimelineController& timeline)
 {
     static constexpr std::array phases { "idle", "indexing", "ready", "failed" };
@@ -184,6 +216,7 @@ QByteArray stateJson(const AppState& state, const SceneController& scene)
         { QStringLiteral("root"), state.root() ? QJsonValue(state.root()->url) : QJsonValue() },
     };
     addImports(object, state);
+    addSearch(object, state);
     object.insert(u"timeline"_s, timelineJson(state.timeline()));
     // What the view draws: buildings, the layout's links, and what it says when it has nothing to show.
     const LayoutResult& layout = scene.layout();
@@ -260,10 +293,22 @@ void StartupRunner::run()
         timeline.move(*position);
         settle();
     }
+    if (m_script.search) {
+        m_state.filters().setSearchInText(m_script.searchInText);
+        m_state.filters().setSearchText(*m_script.search);
+    }
     for (const KeyPress& key : m_script.keys) {
-        m_window.router().handle(key);
+        // Typing goes on without waiting, as a quick typist's would; any other key acts on what
+        // the text search has found by then.
+        const bool typing = m_state.filters().searchFocused() && !key.text.isEmpty() && key.text[0].isPrint()
+            && !(key.modifiers & (Qt::ControlModifier | Qt::MetaModifier));
+        if (!typing)
+            waitForSearch();
+        m_window.pressKey(key);
         settle();
     }
+    waitForSearch();
+    settle();
     QCoreApplication::processEvents();
     if (m_script.quitsWhenDone())
         emit finished(finish());
@@ -305,6 +350,13 @@ void StartupRunner::waitForHistory()
     loop.exec();
     m_historyMs += clock.elapsed();
     QCoreApplication::processEvents();
+}
+
+void StartupRunner::waitForSearch()
+{
+    const SearchController& search = m_state.search();
+    while (search.textPending())
+        QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents, 50);
 }
 
 void StartupRunner::printTimings(qint64 frameMs) const

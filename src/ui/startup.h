@@ -39,6 +39,8 @@ struct StartupScript {
     std::optional<bool> dark;
     bool showImports = false; // the selected file's imports over the city and the tree
     std::optional<CommitChoice> at; // where the history view's playhead stands
+    std::optional<QString> search; // the search text, before the keys
+    bool searchInText = false; // searched for in the files' text rather than their names
     bool timings = false; // how long each stage took, on standard error
 
     bool quitsWhenDone() const { return snapshot || stateFile; }
@@ -72,6 +74,7 @@ private:
     void run();
     void waitForImports();
     void waitForHistory();
+    void waitForSearch();
     int finish();
     void printTimings(qint64 frameMs) const;
 

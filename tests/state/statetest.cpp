@@ -373,7 +373,7 @@ TEST_P(Known, OnlyNamesWithAnImplementation)
 
 INSTANTIATE_TEST_SUITE_P(Names, Known,
     ::testing::Values(KnownCase { "zoomIn", true }, KnownCase { "commitBack10", true },
-        KnownCase { "searchNext", false }, KnownCase { "recentOpen", true },
+        KnownCase { "searchNext", true }, KnownCase { "pickerInto", false }, KnownCase { "recentOpen", true },
         KnownCase { "outlineClose", true }, KnownCase { "noSuchAction", false }, KnownCase { "", false }),
     [](const auto& info) { return *info.param.name ? std::string(info.param.name) : std::string("Empty"); });
 
@@ -421,8 +421,6 @@ TEST_P(Missing, SaysWhatIsNotThereAndChangesNothingElse)
 
 INSTANTIATE_TEST_SUITE_P(Features, Missing,
     ::testing::Values(MissingCase { "history", false, "History needs a git repository." },
-        MissingCase { "search", false, "Search is not available yet." },
-        MissingCase { "searchAccept", false, "Search is not available yet." },
         MissingCase { "picker", false, "The folder picker is not available yet." },
         MissingCase { "pickerBack", false, "The folder picker is not available yet." },
         MissingCase { "remote", false, "Downloading a repository is not available yet." },
@@ -505,10 +503,11 @@ TEST_F(StateTest, PerformedActionsChangeTheState)
     EXPECT_TRUE(router.perform(u"heightBack"_s));
     EXPECT_EQ(state.display().heightMode(), HeightMode::flat);
     EXPECT_FALSE(router.perform(u"clearFilters"_s)); // nothing to clear
-    EXPECT_FALSE(router.perform(u"search"_s));
-    EXPECT_EQ(state.errorMessage(), u"Search is not available yet."_s);
+    EXPECT_TRUE(router.perform(u"search"_s));
+    EXPECT_TRUE(state.filters().searchFocused());
+    EXPECT_TRUE(router.perform(u"searchEscape"_s)); // an empty field gives the keys back
+    EXPECT_FALSE(state.filters().searchFocused());
     EXPECT_EQ(state.display().mode(), VisualizationMode::tree);
-    state.setErrorMessage(std::nullopt);
     EXPECT_FALSE(router.perform(u"noSuchAction"_s));
     EXPECT_FALSE(state.errorMessage().has_value());
 
