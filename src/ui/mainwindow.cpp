@@ -292,9 +292,23 @@ void MainWindow::refreshLegend()
         if (m_state.filters().searchInText() && search.textSkipped() > 0)
             facts.insert(1, { QStringLiteral("Skipped (binary or too large)"), search.textSkipped() });
     }
-    m_legend->setEntries(scene.legend(), facts, Theme::of(m_state.display().dark()));
-    m_legend->setVisible(m_state.root() && !m_state.panels().captureImage()
-        && (!scene.legend().isEmpty() || !facts.isEmpty()));
+    // A text search colours the files it found by their matching lines instead.
+    QList<LegendEntry> entries = scene.legend();
+    const Theme& theme = Theme::of(m_state.display().dark());
+    if (search.isActive() && m_state.filters().searchInText()) {
+        entries.clear();
+        const QList<qint64> counts = search.textHits().values();
+        if (!counts.isEmpty()) {
+            const auto [least, most] = std::minmax_element(counts.begin(), counts.end());
+            const auto files = [&](qint64 lines) { return qint64(std::count(counts.begin(), counts.end(), lines)); };
+            entries.append({ QStringLiteral("most"), Format::count(*most, u"matching line"), SceneController::heatColor(theme, 1), files(*most) });
+            if (*least != *most)
+                entries.append({ QStringLiteral("least"), Format::count(*least, u"matching line"), SceneController::heatColor(theme, 0.08f),
+                    files(*least) });
+        }
+    }
+    m_legend->setEntries(entries, facts, theme);
+    m_legend->setVisible(m_state.root() && !m_state.panels().captureImage() && (!entries.isEmpty() || !facts.isEmpty()));
     placeOverlays();
 }
 

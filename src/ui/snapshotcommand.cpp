@@ -78,6 +78,14 @@ int snapshotCommand(const SnapshotArguments& arguments)
     script.searchInText = arguments.flags.contains(QStringLiteral("--in-text"));
     if (script.searchInText && !script.search)
         return badOption(QStringLiteral("--in-text goes with --search TEXT"));
+    if (arguments.options.contains(QStringLiteral("--isolate")))
+        script.isolate = arguments.options.value(QStringLiteral("--isolate")).split(u',', Qt::SkipEmptyParts);
+    if (arguments.options.contains(QStringLiteral("--min-changes"))) {
+        bool number = false;
+        script.minChanges = arguments.options.value(QStringLiteral("--min-changes")).toInt(&number);
+        if (!number || script.minChanges < 0)
+            return badOption(QStringLiteral("--min-changes is a number of commits, 0 or more"));
+    }
     if (arguments.flags.contains(QStringLiteral("--print-state")))
         script.stateFile = QStringLiteral("-");
     script.timings = arguments.flags.contains(QStringLiteral("--timings"));

@@ -293,6 +293,16 @@ void StartupRunner::run()
         timeline.move(*position);
         settle();
     }
+    for (const QString& path : std::as_const(m_script.isolate)) {
+        if (!m_state.root() || !m_state.root()->find(path)) {
+            std::fprintf(stderr, "korvane: nothing called %s in the folder to isolate\n", qPrintable(path));
+            emit finished(1);
+            return;
+        }
+        m_state.filters().toggleIsolation(path);
+    }
+    if (m_script.minChanges > 0)
+        m_state.filters().setMinChanges(m_script.minChanges);
     if (m_script.search) {
         m_state.filters().setSearchInText(m_script.searchInText);
         m_state.filters().setSearchText(*m_script.search);

@@ -41,6 +41,8 @@ struct StartupScript {
     std::optional<CommitChoice> at; // where the history view's playhead stands
     std::optional<QString> search; // the search text, before the keys
     bool searchInText = false; // searched for in the files' text rather than their names
+    QStringList isolate; // relative paths drawn alone
+    int minChanges = 0; // files changed less often are dimmed
     bool timings = false; // how long each stage took, on standard error
 
     bool quitsWhenDone() const { return snapshot || stateFile; }

@@ -51,9 +51,9 @@ void applyTheme(QWidget& window, const Theme& theme)
         QAbstractSpinBox { background: %9; border: 1px solid %3; border-radius: 4px; padding: 3px 6px; }
         QAbstractSpinBox:focus { border-color: %7; }
         #timeline { background: %2; border-top: 1px solid %3; }
-        QTreeView, QListWidget { background: transparent; border: none; outline: none; }
-        QTreeView::item, QListWidget::item { padding: 3px 2px; }
-        QTreeView::item:selected, QListWidget::item:selected { background: %7; color: %8; }
+        QTreeView, QListView { background: transparent; border: none; outline: none; }
+        QTreeView::item, QListView::item { padding: 3px 2px; }
+        QTreeView::item:selected, QListView::item:selected { background: %7; color: %8; }
         QProgressBar { background: %9; border: 1px solid %3; border-radius: 3px; height: 6px; }
         QProgressBar::chunk { background: %7; }
         QScrollArea { border: none; background: transparent; }

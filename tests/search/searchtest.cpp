@@ -97,6 +97,38 @@ INSTANTIATE_TEST_SUITE_P(Table, FuzzyInitials,
         InitialsRow { "__init__", "i" }, InitialsRow { "$el", "e" }, InitialsRow { "x2y", "x" },
         InitialsRow { "parse2D", "p" }, InitialsRow { "", "" }));
 
+struct PositionsRow {
+    const char* query;
+    const char* name;
+    const char* marked; // the name with its matched characters upper-cased
+};
+
+void PrintTo(const PositionsRow& row, std::ostream* os)
+{
+    *os << row.query << " in " << row.name;
+}
+
+class FuzzyPositions : public testing::TestWithParam<PositionsRow> { };
+
+// The letters the rail marks are the ones that made the name match: a contained run before the
+// initials, the initials before a scattered subsequence.
+TEST_P(FuzzyPositions, MarkTheLettersThatMatched)
+{
+    const QString name = QString::fromUtf8(GetParam().name);
+    QString marked = name.toLower();
+    for (const qsizetype at : Fuzzy::positions(Fuzzy::terms(QString::fromUtf8(GetParam().query)), name))
+        marked[at] = marked[at].toUpper();
+    EXPECT_EQ(marked, QString::fromUtf8(GetParam().marked));
+}
+
+INSTANTIATE_TEST_SUITE_P(Table, FuzzyPositions,
+    testing::Values(PositionsRow { "drwpnl", "drawPanel.cpp", "DRaWPaNeL.cpp" },
+        PositionsRow { "dp", "drawPanel.cpp", "DrawPanel.cpp" },
+        PositionsRow { "dpv", "draw_panel_view", "Draw_Panel_View" },
+        PositionsRow { "draw view", "draw_panel_view", "DRAW_panel_VIEW" },
+        PositionsRow { "pan", "drawPanel", "drawPANel" }, PositionsRow { "hp", "HTMLParser", "HtmlParser" },
+        PositionsRow { "", "drawPanel", "drawpanel" }, PositionsRow { "zz", "drawPanel", "drawpanel" }));
+
 TEST(Fuzzy, TermsAreLowerCasedAndSplitAtBlanks)
 {
     EXPECT_EQ(Fuzzy::terms(u" Draw\tVIEW  x "), (QStringList { u"draw"_s, u"view"_s, u"x"_s }));
@@ -194,6 +226,9 @@ TEST(FolderSearch, OrdersByCountThenNaturalNameAndSkipsWhatIsNotTextOrNotAFile)
     const QStringList expected { u"most.js 3"_s, u"file2.txt 2"_s, u"file10.txt 2"_s, u"sub/File3.txt 1"_s,
         u"underLimit.txt 1"_s };
     EXPECT_EQ(found(*scan(folder.path()), u"needle"_s), expected);
+    // What it did not read is counted: the zero byte, the picture, the pipe and the file at the limit.
+    const auto all = FolderSearch::search(*scan(folder.path()), *TextNeedle::make(u"needle"), {});
+    EXPECT_EQ(all->skipped, 4);
     // The search finds for itself what the scan measures, so a tree that was only listed gives the same.
     EXPECT_EQ(found(*scan(folder.path(), Scanner::Scope::listing), u"needle"_s), expected);
     EXPECT_EQ(found(*scan(folder.path()), u"NEEDLE"_s), (QStringList { u"file2.txt 1"_s }));
