@@ -201,11 +201,18 @@ std::optional<bool> KeyRouter::performFilters(Action action)
 {
     Filters& filters = m_state.filters();
     SearchController& search = m_state.search();
-    // The selection follows the current result, and the camera with it.
+    // The selection follows the current result, and the camera with it; a result outside the
+    // folder in view brings the whole tree back into view first.
+    const auto selectCurrent = [&] {
+        const FileNode* current = search.current();
+        if (current && !AppState::isUnder(current, m_state.viewRoot()))
+            m_state.setViewRoot(m_state.root());
+        m_state.select(current);
+    };
     const auto stepSearch = [&](int step) {
         if (!search.step(step))
             return false;
-        m_state.select(search.current());
+        selectCurrent();
         return true;
     };
     switch (action) {
@@ -216,7 +223,7 @@ std::optional<bool> KeyRouter::performFilters(Action action)
         if (!search.current() && !search.results().isEmpty())
             search.step(1);
         if (search.current())
-            m_state.select(search.current());
+            selectCurrent();
         filters.focusScene();
         return true;
     case Action::clearFilters: return filters.hasFilters() && (filters.clearFilters(), true);

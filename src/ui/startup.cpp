@@ -303,7 +303,9 @@ void StartupRunner::run()
     }
     if (m_script.minChanges > 0)
         m_state.filters().setMinChanges(m_script.minChanges);
+    QElapsedTimer sinceKey; // since the search text last changed
     if (m_script.search) {
+        sinceKey.start();
         m_state.filters().setSearchInText(m_script.searchInText);
         m_state.filters().setSearchText(*m_script.search);
     }
@@ -314,10 +316,20 @@ void StartupRunner::run()
             && !(key.modifiers & (Qt::ControlModifier | Qt::MetaModifier));
         if (!typing)
             waitForSearch();
+        sinceKey.start();
         m_window.pressKey(key);
         settle();
+        if (typing && m_script.timings) {
+            scene.grabFramebuffer();
+            m_typedMs.append(sinceKey.elapsed());
+        }
     }
-    waitForSearch();
+    if (m_state.search().textPending() && sinceKey.isValid()) {
+        waitForSearch();
+        settle();
+        scene.grabFramebuffer();
+        m_foundMs = sinceKey.elapsed();
+    }
     settle();
     QCoreApplication::processEvents();
     if (m_script.quitsWhenDone())
@@ -380,6 +392,16 @@ void StartupRunner::printTimings(qint64 frameMs) const
         static_cast<long long>(m_historyMs), static_cast<long long>(layoutMs),
         static_cast<long long>(std::max<qint64>(scene.lastBuildMilliseconds() - layoutMs, 0)),
         static_cast<long long>(frameMs));
+    if (!m_typedMs.isEmpty()) {
+        QList<qint64> sorted = m_typedMs;
+        std::sort(sorted.begin(), sorted.end());
+        std::fprintf(stderr, "search keys %lld, median %lld ms, slowest %lld ms from key to frame\n",
+            static_cast<long long>(sorted.size()), static_cast<long long>(sorted[sorted.size() / 2]),
+            static_cast<long long>(sorted.back()));
+    }
+    if (m_foundMs)
+        std::fprintf(stderr, "text search %lld ms from the last key to the results drawn\n",
+            static_cast<long long>(*m_foundMs));
 }
 
 int StartupRunner::finish()

@@ -87,6 +87,8 @@ private:
     qint64 m_scanMs = 0;
     qint64 m_importsMs = 0; // waiting for the imports to be read, read and settled
     qint64 m_historyMs = 0; // waiting for the history to be read
+    QList<qint64> m_typedMs; // each key typed into the search field, until its frame was drawn
+    std::optional<qint64> m_foundMs; // from the last key to the text search's results drawn
     QElapsedTimer m_clock;
 };
 

@@ -99,6 +99,9 @@ INSTANTIATE_TEST_SUITE_P(Window, Found,
             { { u"selection"_s, drawPanel }, { u"searchIndex"_s, 1 }, { u"searchFocused"_s, true } } },
         FoundCase { "UpWrapsToTheLast", "/ d p Up", { panelView, drawPanel },
             { { u"selection"_s, drawPanel }, { u"searchIndex"_s, 1 } } },
+        // A result outside the folder in view brings the whole folder back.
+        FoundCase { "ResultsOutsideTheViewRoot", "/ m a n y Return Ctrl+Down / d p Down", { panelView, drawPanel },
+            { { u"viewRoot"_s, u""_s }, { u"selection"_s, panelView } } },
         // Escape empties the field first, then leaves it.
         FoundCase { "EscapeClears", "/ d p Escape", {},
             { { u"searchText"_s, u""_s }, { u"searchFocused"_s, true }, { u"hasFilters"_s, false } } },
