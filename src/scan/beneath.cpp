@@ -160,6 +160,36 @@ int Beneath::openFile(QByteArrayView relative, struct stat* info) const
     return fd;
 }
 
+int Beneath::openFolder(QByteArrayView relative) const
+{
+    if (relative.isEmpty())
+        return m_fd < 0 ? -1 : ::openat(m_fd, ".", O_PATH | O_DIRECTORY | O_CLOEXEC);
+    return openAt(relative, O_PATH | O_DIRECTORY);
+}
+
+int Beneath::openFileIn(int folder, QByteArrayView name, struct stat* info)
+{
+    if (folder < 0 || !isPlain(name) || name.contains('/')) {
+        errno = ENOENT;
+        return -1;
+    }
+    const QByteArray terminated = name.toByteArray();
+    struct stat entry;
+    if (fstatat(folder, terminated.constData(), &entry, AT_SYMLINK_NOFOLLOW) != 0 || !S_ISREG(entry.st_mode))
+        return -1;
+    const int fd = ::openat(folder, terminated.constData(), O_RDONLY | O_NONBLOCK | O_NOFOLLOW | O_CLOEXEC);
+    if (fd < 0)
+        return -1;
+    struct stat opened;
+    if (fstat(fd, &opened) != 0 || !S_ISREG(opened.st_mode)) {
+        close(fd);
+        return -1;
+    }
+    if (info)
+        *info = opened;
+    return fd;
+}
+
 std::optional<QByteArray> Beneath::read(QByteArrayView relative, qint64 limit, bool* whole) const
 {
     struct stat info;

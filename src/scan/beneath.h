@@ -37,6 +37,13 @@ public:
     // status when given.
     int openFile(QByteArrayView relative, struct stat* info = nullptr) const;
 
+    // A path-only descriptor of a folder inside ("" for this one), to open many of its files by
+    // name alone with openFileIn, which costs far less than walking each file's whole path. -1 when
+    // it cannot be reached; the caller closes it.
+    int openFolder(QByteArrayView relative) const;
+    // openFile for a file directly in a folder from openFolder, named without any "/".
+    static int openFileIn(int folder, QByteArrayView name, struct stat* info = nullptr);
+
     // The first `limit` bytes of a regular file (all of it when it is shorter); `whole` tells
     // whether that was the end of the file. None when it cannot be opened.
     std::optional<QByteArray> read(QByteArrayView relative, qint64 limit, bool* whole = nullptr) const;

@@ -5,6 +5,7 @@
 #include "scan/parallel.h"
 
 #include <QFile>
+#include <QScopeGuard>
 #include <QThread>
 
 #include <algorithm>
@@ -30,10 +31,10 @@ QByteArray& readBuffer()
 
 // The file's whole contents, or none when it cannot be read, is no regular file, or has reached
 // the size limit.
-std::optional<QByteArrayView> readWhole(const Beneath& folder, const QByteArray& path)
+std::optional<QByteArrayView> readWhole(int folder, const QByteArray& name)
 {
     struct stat info;
-    const int fd = folder.openFile(path, &info);
+    const int fd = Beneath::openFileIn(folder, name, &info);
     if (fd < 0)
         return std::nullopt;
     if (info.st_size >= FolderSearch::sizeLimit) {
@@ -105,9 +106,22 @@ std::optional<TextSearchResult> search(
             return;
         std::vector<Hit>& hits = found[size_t(chunk)];
         const int end = std::min(count, (chunk + 1) * chunkSize);
+        // Files come folder by folder: each folder is opened once, and its files by name.
+        const FileNode* parent = nullptr;
+        int parentFd = -1;
+        const auto closeParent = qScopeGuard([&] {
+            if (parentFd >= 0)
+                ::close(parentFd);
+        });
         for (int i = chunk * chunkSize; i < end; ++i) {
             const FileNode* node = files[size_t(i)];
-            const std::optional<QByteArrayView> text = readWhole(folder, node->relativePath.toUtf8());
+            if (node->parent != parent) {
+                if (parentFd >= 0)
+                    ::close(parentFd);
+                parent = node->parent;
+                parentFd = folder.openFolder(parent ? parent->relativePath.toUtf8() : QByteArray());
+            }
+            const std::optional<QByteArrayView> text = readWhole(parentFd, node->name.toUtf8());
             if (!text
                 || std::memchr(text->data(), 0, size_t(std::min<qint64>(text->size(), binaryProbeBytes)))) {
                 unread.fetch_add(1, std::memory_order_relaxed);

@@ -387,6 +387,8 @@ void Drawer::refreshFilters()
     m_showAll->setVisible(!filters.isolated().isEmpty());
     const bool churn = m_state.isGit() && m_state.display().colorMode() == ColorMode::churn;
     m_changes->setVisible(churn || filters.minChanges() > 0);
+    if (m_changes->isHidden())
+        return; // the ceiling walks the whole tree: only worth it when the control shows
     const QSignalBlocker quiet(m_minChanges);
     m_minChanges->setRange(0, int(std::clamp<qint64>(filters.changeCeiling(), filters.minChanges(), 1 << 20)));
     m_minChanges->setValue(filters.minChanges());

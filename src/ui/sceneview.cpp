@@ -106,6 +106,13 @@ SceneView::SceneView(AppState& state, QWidget* parent)
     m_markClock.start();
 }
 
+void SceneView::drawForTheScreen()
+{
+    QSurfaceFormat screen = format();
+    screen.setSamples(Renderer::interactiveSamples());
+    setFormat(screen);
+}
+
 SceneView::~SceneView()
 {
     if (m_state.scene() == this)

@@ -22,6 +22,9 @@ public:
 
     SceneController& controller() { return m_controller; }
     const SceneController& controller() const { return m_controller; }
+    // Drawn for the screen rather than for a picture: without multisampling on a software renderer,
+    // where it would take most of each frame. Call it before the view is first shown.
+    void drawForTheScreen();
     // Builds now whatever is waiting to be built; scripts call it before they read the screen.
     void flush();
     // Puts the camera at its goal at once (scripted keys and snapshots do not wait for easing).

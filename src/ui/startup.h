@@ -87,8 +87,17 @@ private:
     qint64 m_scanMs = 0;
     qint64 m_importsMs = 0; // waiting for the imports to be read, read and settled
     qint64 m_historyMs = 0; // waiting for the history to be read
-    QList<qint64> m_typedMs; // each key typed into the search field, until its frame was drawn
-    std::optional<qint64> m_foundMs; // from the last key to the text search's results drawn
+    // Each key: whether it was typed into the search field, how long until its own effects were
+    // done, and until the window was drawn after it.
+    struct KeyTime {
+        bool typed;
+        qint64 work;
+        qint64 drawn;
+    };
+    QList<KeyTime> m_keyTimes;
+    QElapsedTimer m_sinceKey; // since the search text last changed
+    qint64 m_readyMs = 0; // from then to the text search's results in the state
+    std::optional<qint64> m_foundMs; // and to them drawn
     QElapsedTimer m_clock;
 };
 
