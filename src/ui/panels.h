@@ -91,13 +91,13 @@ private:
     void refreshFilters();
 
     AppState& m_state;
-    QPushButton* m_isolate;
-    QPushButton* m_showAll;
-    QWidget* m_changes; // "at least N commits", while colouring by churn
-    QSpinBox* m_minChanges;
     QLabel* m_title;
     QLabel* m_path;
     QLabel* m_details;
     LanguageBar* m_bar;
     QLabel* m_languages;
+    QPushButton* m_isolate;
+    QPushButton* m_showAll;
+    QWidget* m_changes; // "at least N commits", while colouring by churn
+    QSpinBox* m_minChanges;
 };
