@@ -291,13 +291,14 @@ Drawer::Drawer(AppState& state, QWidget* parent)
             filters.toggleIsolation(node->relativePath);
     });
     connect(m_showAll, &QPushButton::clicked, this, [&filters] { filters.clearIsolation(); });
-    auto* changesRow = new QHBoxLayout(m_changes);
+    auto* changesRow = new QGridLayout(m_changes);
     changesRow->setContentsMargins(0, 0, 0, 0);
+    changesRow->setVerticalSpacing(4);
     auto* changesLabel = new QLabel(QStringLiteral("Dim files with fewer commits"), m_changes);
     changesLabel->setProperty("class", QStringLiteral("secondary"));
-    changesRow->addWidget(changesLabel);
-    changesRow->addWidget(m_minChanges);
-    changesRow->addStretch();
+    changesRow->addWidget(changesLabel, 0, 0, 1, 2);
+    changesRow->addWidget(m_minChanges, 1, 0);
+    changesRow->setColumnStretch(1, 1);
     m_minChanges->setFocusPolicy(Qt::ClickFocus);
     m_minChanges->setPrefix(QStringLiteral("at least "));
     m_minChanges->setSuffix(QStringLiteral(" commits"));

@@ -87,7 +87,7 @@ SceneView::SceneView(AppState& state, QWidget* parent)
     // Isolation draws a city of just the isolated paths; the other filters dim what they leave out.
     connect(&state.filters(), &Filters::filtersChanged, this, [this] {
         if (m_state.display().mode() == VisualizationMode::city && m_state.filters().isolated() != m_builtIsolated)
-            scheduleBuild(false);
+            scheduleBuild(true); // a different city: framed anew
         applyFilter();
         update();
     });

@@ -310,6 +310,7 @@ void StartupRunner::run()
         m_state.filters().setSearchInText(m_script.searchInText);
         m_state.filters().setSearchText(*m_script.search);
     }
+    settle();
     for (const KeyPress& key : m_script.keys) {
         // Typing goes on without waiting, as a quick typist's would; any other key acts on what
         // the text search has found by then.
