@@ -35,17 +35,19 @@ const QList<Command>& commands()
                 "snapshot PATH --out FILE.png [--mode city|tree|history|graph] [--at "
                 "N|start|middle|end|HASH] "
                 "[--color language|age|churn|status] [--height lines|size|churn|flat] [--theme dark|light] "
-                "[--size WxH] [--search TEXT [--in-text]] [--isolate PATH[,PATH…]] [--min-changes N] [--keys KEYS] [--show-imports] [--print-state] "
+                "[--size WxH] [--search TEXT [--in-text]] [--isolate PATH[,PATH…]] [--min-changes N] [--keys "
+                "KEYS] [--show-imports] [--print-state] "
                 "[--timings]"),
-            QStringLiteral("Draw a folder into an image without showing the window (needs a display or "
-                           "xvfb-run); --at puts the history's playhead on a commit, --search narrows "
-                           "the view to the names that match (with --in-text, to the files holding the "
-                           "text), --isolate draws only those paths, --min-changes dims files changed less often, "
-                           "--keys plays keys first, --show-imports draws the selected file's imports over the city, "
-                           "--print-state prints the state the keys leave"),
+            QStringLiteral(
+                "Draw a folder into an image without showing the window (needs a display or "
+                "xvfb-run); --at puts the history's playhead on a commit, --search narrows "
+                "the view to the names that match (with --in-text, to the files holding the "
+                "text), --isolate draws only those paths, --min-changes dims files changed less often, "
+                "--keys plays keys first, --show-imports draws the selected file's imports over the city, "
+                "--print-state prints the state the keys leave"),
             1,
-            { QStringLiteral("--print-state"), QStringLiteral("--timings"),
-                QStringLiteral("--show-imports"), QStringLiteral("--in-text") },
+            { QStringLiteral("--print-state"), QStringLiteral("--timings"), QStringLiteral("--show-imports"),
+                QStringLiteral("--in-text") },
             { QStringLiteral("--out"), QStringLiteral("--mode"), QStringLiteral("--at"),
                 QStringLiteral("--color"), QStringLiteral("--height"), QStringLiteral("--theme"),
                 QStringLiteral("--size"), QStringLiteral("--keys"), QStringLiteral("--search"),

@@ -141,13 +141,11 @@ std::optional<struct stat> Beneath::status(QByteArrayView relative) const
     return ok ? std::optional(info) : std::nullopt;
 }
 
-int Beneath::openFile(QByteArrayView relative, struct stat* info) const
+namespace {
+
+// The descriptor when it is open on a regular file, with its status in `info`; else closed, and -1.
+int keepIfRegular(int fd, struct stat* info)
 {
-    // Only what is a regular file is opened for reading: opening a device can do things.
-    const std::optional<struct stat> entry = status(relative);
-    if (!entry || !S_ISREG(entry->st_mode))
-        return -1;
-    const int fd = openAt(relative, O_RDONLY | O_NONBLOCK);
     if (fd < 0)
         return -1;
     struct stat opened;
@@ -160,11 +158,22 @@ int Beneath::openFile(QByteArrayView relative, struct stat* info) const
     return fd;
 }
 
+} // namespace
+
+int Beneath::openFile(QByteArrayView relative, struct stat* info) const
+{
+    // Only what is a regular file is opened for reading: opening a device can do things.
+    const std::optional<struct stat> entry = status(relative);
+    if (!entry || !S_ISREG(entry->st_mode))
+        return -1;
+    return keepIfRegular(openAt(relative, O_RDONLY | O_NONBLOCK), info);
+}
+
 int Beneath::openFolder(QByteArrayView relative) const
 {
     if (relative.isEmpty())
-        return m_fd < 0 ? -1 : ::openat(m_fd, ".", O_PATH | O_DIRECTORY | O_CLOEXEC);
-    return openAt(relative, O_PATH | O_DIRECTORY);
+        return m_fd < 0 ? -1 : ::openat(m_fd, ".", pathOnly | O_DIRECTORY | O_CLOEXEC);
+    return openAt(relative, pathOnly | O_DIRECTORY);
 }
 
 int Beneath::openFileIn(int folder, QByteArrayView name, struct stat* info)
@@ -177,17 +186,8 @@ int Beneath::openFileIn(int folder, QByteArrayView name, struct stat* info)
     struct stat entry;
     if (fstatat(folder, terminated.constData(), &entry, AT_SYMLINK_NOFOLLOW) != 0 || !S_ISREG(entry.st_mode))
         return -1;
-    const int fd = ::openat(folder, terminated.constData(), O_RDONLY | O_NONBLOCK | O_NOFOLLOW | O_CLOEXEC);
-    if (fd < 0)
-        return -1;
-    struct stat opened;
-    if (fstat(fd, &opened) != 0 || !S_ISREG(opened.st_mode)) {
-        close(fd);
-        return -1;
-    }
-    if (info)
-        *info = opened;
-    return fd;
+    return keepIfRegular(
+        ::openat(folder, terminated.constData(), O_RDONLY | O_NONBLOCK | O_NOFOLLOW | O_CLOEXEC), info);
 }
 
 std::optional<QByteArray> Beneath::read(QByteArrayView relative, qint64 limit, bool* whole) const

@@ -101,10 +101,8 @@ void SearchController::startTextSearch()
         return;
     ++m_runs;
     setTextSearching(true);
-    m_job.start(
-        [root = m_root, needle = *needle](const CancelFlagPtr& cancel, const auto&) {
-            return FolderSearch::search(*root, needle, cancel);
-        },
+    m_job.start([root = m_root, needle = *needle](const CancelFlagPtr& cancel,
+                    const auto&) { return FolderSearch::search(*root, needle, cancel); },
         [this, query = needle->text()](std::optional<TextSearchResult> result) {
             m_textQuery = query;
             finishTextSearch(std::move(result));

@@ -9,6 +9,7 @@
 #include "ui/timelinebar.h"
 #include "ui/welcomeview.h"
 
+#include <QAbstractSpinBox>
 #include <QApplication>
 #include <QDragEnterEvent>
 #include <QFileInfo>
@@ -18,7 +19,6 @@
 #include <QLabel>
 #include <QLineEdit>
 #include <QMenu>
-#include <QAbstractSpinBox>
 #include <QMimeData>
 #include <QPushButton>
 #include <QStackedWidget>
@@ -119,7 +119,8 @@ MainWindow::MainWindow(AppState& state, QWidget* parent)
     connect(&state, &AppState::selectionChanged, this, &MainWindow::syncRail);
     connect(m_scene, &SceneView::built, this, &MainWindow::refreshLegend);
     connect(&state.search(), &SearchController::resultsChanged, this, [this] {
-        m_railStack->setCurrentWidget(m_state.search().isActive() ? static_cast<QWidget*>(m_results) : m_rail);
+        m_railStack->setCurrentWidget(
+            m_state.search().isActive() ? static_cast<QWidget*>(m_results) : m_rail);
         refreshLegend();
     });
     connect(&state.filters(), &Filters::searchFocusedChanged, this, &MainWindow::followSearchFocus);
@@ -287,7 +288,7 @@ void MainWindow::refreshLegend()
     const SearchController& search = m_state.search();
     if (search.isActive()) {
         facts.prepend({ m_state.filters().searchInText() ? QStringLiteral("Files with the text")
-                                                          : QStringLiteral("Names that match"),
+                                                         : QStringLiteral("Names that match"),
             qint64(search.results().size()) });
         if (m_state.filters().searchInText() && search.textSkipped() > 0)
             facts.insert(1, { QStringLiteral("Skipped (binary or too large)"), search.textSkipped() });
@@ -300,15 +301,18 @@ void MainWindow::refreshLegend()
         const QList<qint64> counts = search.textHits().values();
         if (!counts.isEmpty()) {
             const auto [least, most] = std::minmax_element(counts.begin(), counts.end());
-            const auto files = [&](qint64 lines) { return qint64(std::count(counts.begin(), counts.end(), lines)); };
-            entries.append({ QStringLiteral("most"), Format::count(*most, u"matching line"), SceneController::heatColor(theme, 1), files(*most) });
+            const auto files
+                = [&](qint64 lines) { return qint64(std::count(counts.begin(), counts.end(), lines)); };
+            entries.append({ QStringLiteral("most"), Format::count(*most, u"matching line"),
+                SceneController::heatColor(theme, 1), files(*most) });
             if (*least != *most)
-                entries.append({ QStringLiteral("least"), Format::count(*least, u"matching line"), SceneController::heatColor(theme, 0.08f),
-                    files(*least) });
+                entries.append({ QStringLiteral("least"), Format::count(*least, u"matching line"),
+                    SceneController::heatColor(theme, 0.08f), files(*least) });
         }
     }
     m_legend->setEntries(entries, facts, theme);
-    m_legend->setVisible(m_state.root() && !m_state.panels().captureImage() && (!entries.isEmpty() || !facts.isEmpty()));
+    m_legend->setVisible(
+        m_state.root() && !m_state.panels().captureImage() && (!entries.isEmpty() || !facts.isEmpty()));
     placeOverlays();
 }
 

@@ -303,7 +303,8 @@ Drawer::Drawer(AppState& state, QWidget* parent)
     m_minChanges->setPrefix(QStringLiteral("at least "));
     m_minChanges->setSuffix(QStringLiteral(" commits"));
     m_minChanges->setSpecialValueText(QStringLiteral("off"));
-    connect(m_minChanges, &QSpinBox::valueChanged, this, [&filters](int value) { filters.setMinChanges(value); });
+    connect(
+        m_minChanges, &QSpinBox::valueChanged, this, [&filters](int value) { filters.setMinChanges(value); });
     for (QWidget* part : std::initializer_list<QWidget*> { m_title, m_path, m_details, narrowing, m_changes,
              m_bar, m_languages, new ImportsPanel(state, content) })
         layout->addWidget(part);
@@ -383,15 +384,18 @@ void Drawer::refreshFilters()
     const Filters& filters = m_state.filters();
     const FileNode* selection = m_state.selection();
     const bool isolated = selection && filters.isolated().contains(selection->relativePath);
-    m_isolate->setText(isolated ? QStringLiteral("Stop showing only this") : QStringLiteral("Show only this"));
-    m_isolate->setVisible(selection && selection->parent && m_state.display().mode() != VisualizationMode::history);
+    m_isolate->setText(
+        isolated ? QStringLiteral("Stop showing only this") : QStringLiteral("Show only this"));
+    m_isolate->setVisible(
+        selection && selection->parent && m_state.display().mode() != VisualizationMode::history);
     m_showAll->setVisible(!filters.isolated().isEmpty());
     const bool churn = m_state.isGit() && m_state.display().colorMode() == ColorMode::churn;
     m_changes->setVisible(churn || filters.minChanges() > 0);
     if (m_changes->isHidden())
         return; // the ceiling walks the whole tree: only worth it when the control shows
     const QSignalBlocker quiet(m_minChanges);
-    m_minChanges->setRange(0, int(std::clamp<qint64>(filters.changeCeiling(), filters.minChanges(), 1 << 20)));
+    m_minChanges->setRange(
+        0, int(std::clamp<qint64>(filters.changeCeiling(), filters.minChanges(), 1 << 20)));
     m_minChanges->setValue(filters.minChanges());
 }
 

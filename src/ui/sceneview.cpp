@@ -86,7 +86,8 @@ SceneView::SceneView(AppState& state, QWidget* parent)
         connect(&imports, signal, this, [this] { applyLinkFocus(); });
     // Isolation draws a city of just the isolated paths; the other filters dim what they leave out.
     connect(&state.filters(), &Filters::filtersChanged, this, [this] {
-        if (m_state.display().mode() == VisualizationMode::city && m_state.filters().isolated() != m_builtIsolated)
+        if (m_state.display().mode() == VisualizationMode::city
+            && m_state.filters().isolated() != m_builtIsolated)
             scheduleBuild(true); // a different city: framed anew
         applyFilter();
         update();
@@ -218,7 +219,8 @@ void SceneView::applyFilter()
         for (const qint64 count : search.textHits())
             most = std::max(most, count);
         for (auto hit = search.textHits().cbegin(); hit != search.textHits().cend(); ++hit)
-            heat.insert(hit.key(), 0.08f + 0.92f * float(std::log1p(double(hit.value())) / std::log1p(double(most))));
+            heat.insert(
+                hit.key(), 0.08f + 0.92f * float(std::log1p(double(hit.value())) / std::log1p(double(most))));
     }
     m_controller.setHeat(std::move(heat));
     if (isolated.isEmpty() && minChanges <= 0 && !search.isActive()) {
@@ -363,15 +365,16 @@ void SceneView::camera(CameraAction action)
 std::optional<SceneBox> SceneView::resultsBox() const
 {
     std::optional<SceneBox> box;
-    for (const FileNode* file : m_state.search().isActive() ? m_state.search().results() : QList<const FileNode*>()) {
+    for (const FileNode* file :
+        m_state.search().isActive() ? m_state.search().results() : QList<const FileNode*>()) {
         const EntityNode* entity = m_controller.entityFor(file);
         if (!entity)
             continue;
         const SceneBox one = entity->box();
-        box = box ? SceneBox { QVector3D(std::min(box->min.x(), one.min.x()), std::min(box->min.y(), one.min.y()),
-                                   std::min(box->min.z(), one.min.z())),
-                        QVector3D(std::max(box->max.x(), one.max.x()), std::max(box->max.y(), one.max.y()),
-                            std::max(box->max.z(), one.max.z())) }
+        box = box ? SceneBox { QVector3D(std::min(box->min.x(), one.min.x()),
+                                   std::min(box->min.y(), one.min.y()), std::min(box->min.z(), one.min.z())),
+            QVector3D(std::max(box->max.x(), one.max.x()), std::max(box->max.y(), one.max.y()),
+                std::max(box->max.z(), one.max.z())) }
                   : one;
     }
     return box;

@@ -52,7 +52,8 @@ SearchBar::SearchBar(AppState& state, KeyRouter& router, QWidget* parent)
     row->addWidget(m_status);
 
     Filters& filters = state.filters();
-    connect(m_field, &QLineEdit::textChanged, this, [&filters](const QString& text) { filters.setSearchText(text); });
+    connect(m_field, &QLineEdit::textChanged, this,
+        [&filters](const QString& text) { filters.setSearchText(text); });
     connect(m_kind, &QPushButton::clicked, this, [&router] { router.perform(Action::searchToggleText); });
     for (const auto signal : { &Filters::searchTextChanged, &Filters::searchInTextChanged })
         connect(&filters, signal, this, &SearchBar::refresh);
@@ -67,8 +68,8 @@ void SearchBar::refresh()
     if (m_field->text() != filters.searchText())
         m_field->setText(filters.searchText());
     m_kind->setText(filters.searchInText() ? QStringLiteral("Text") : QStringLiteral("Names"));
-    m_field->setPlaceholderText(
-        filters.searchInText() ? QStringLiteral("Search the files' text  ( / )") : QStringLiteral("Search names  ( / )"));
+    m_field->setPlaceholderText(filters.searchInText() ? QStringLiteral("Search the files' text  ( / )")
+                                                       : QStringLiteral("Search names  ( / )"));
     m_status->setText(searchSummary(m_state));
 }
 
@@ -171,8 +172,10 @@ public:
         painter->setFont(option.font);
         painter->setPen(faint);
         const QString folder = index.data(SearchResultsModel::PathRole).toString();
-        painter->drawText(QRect(box.left(), box.top() + line, box.width(), line), Qt::AlignLeft | Qt::AlignVCenter,
-            metrics.elidedText(folder.isEmpty() ? QStringLiteral("/") : folder + u'/', Qt::ElideLeft, box.width()));
+        painter->drawText(QRect(box.left(), box.top() + line, box.width(), line),
+            Qt::AlignLeft | Qt::AlignVCenter,
+            metrics.elidedText(
+                folder.isEmpty() ? QStringLiteral("/") : folder + u'/', Qt::ElideLeft, box.width()));
         painter->restore();
     }
 
@@ -209,13 +212,14 @@ SearchResultsView::SearchResultsView(AppState& state, QWidget* parent)
     connect(&search, &SearchController::resultsChanged, this, &SearchResultsView::refresh);
     connect(&search, &SearchController::textSearchingChanged, this, &SearchResultsView::refresh);
     connect(&search, &SearchController::searchIndexChanged, this, &SearchResultsView::followIndex);
-    connect(m_list->selectionModel(), &QItemSelectionModel::currentChanged, this, [this](const QModelIndex& index) {
-        if (m_syncing || !index.isValid())
-            return;
-        SearchController& search = m_state.search();
-        if (search.choose(index.row()))
-            m_state.select(search.current());
-    });
+    connect(m_list->selectionModel(), &QItemSelectionModel::currentChanged, this,
+        [this](const QModelIndex& index) {
+            if (m_syncing || !index.isValid())
+                return;
+            SearchController& search = m_state.search();
+            if (search.choose(index.row()))
+                m_state.select(search.current());
+        });
     refresh();
 }
 

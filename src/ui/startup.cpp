@@ -419,9 +419,11 @@ void StartupRunner::printTimings(qint64 frameMs) const
         std::fprintf(stderr, "search keys: median %lld ms of their own work, %lld ms to the window drawn\n",
             static_cast<long long>(*work), static_cast<long long>(*median(true, &KeyTime::drawn)));
     if (const auto drawn = median(false, &KeyTime::drawn))
-        std::fprintf(stderr, "other keys: median %lld ms to the window drawn\n", static_cast<long long>(*drawn));
+        std::fprintf(
+            stderr, "other keys: median %lld ms to the window drawn\n", static_cast<long long>(*drawn));
     if (m_foundMs)
-        std::fprintf(stderr, "text search %lld ms from the last key to the results found, %lld ms to them drawn\n",
+        std::fprintf(stderr,
+            "text search %lld ms from the last key to the results found, %lld ms to them drawn\n",
             static_cast<long long>(m_readyMs), static_cast<long long>(*m_foundMs));
 }
 

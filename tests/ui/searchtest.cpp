@@ -43,9 +43,10 @@ SearchFolder& folder()
 QJsonObject stateAfter(const QStringList& options)
 {
     TempFolder out;
-    const Outcome run = korvaneOnDisplay(QStringList { u"snapshot"_s, folder().path(), u"--out"_s,
-                                             out.path(u"s.png"_s), u"--size"_s, u"1000x700"_s, u"--print-state"_s }
-        + options);
+    const Outcome run
+        = korvaneOnDisplay(QStringList { u"snapshot"_s, folder().path(), u"--out"_s, out.path(u"s.png"_s),
+                               u"--size"_s, u"1000x700"_s, u"--print-state"_s }
+            + options);
     EXPECT_EQ(run.exitCode, 0) << run.err.toStdString();
     return QJsonDocument::fromJson(run.out).object();
 }
@@ -91,7 +92,8 @@ INSTANTIATE_TEST_SUITE_P(Window, Found,
         FoundCase { "Initials", "/ d p", { panelView, drawPanel }, {} },
         FoundCase { "ContainedOnly", "/ p d", { u"names/updown.c"_s }, {} },
         FoundCase { "EveryWord", "/ d r a w Space v i e w", { panelView }, {} },
-        FoundCase { "NothingFound", "/ q q q", {}, { { u"searchResultCount"_s, 0 }, { u"hasFilters"_s, true } } },
+        FoundCase {
+            "NothingFound", "/ q q q", {}, { { u"searchResultCount"_s, 0 }, { u"hasFilters"_s, true } } },
         // Return takes the first result and gives the keys back to the scene; Down steps first.
         FoundCase { "ReturnAccepts", "/ d r w p n l Return", { panelView, drawPanel },
             { { u"selection"_s, panelView }, { u"searchFocused"_s, false }, { u"searchIndex"_s, 0 } } },
@@ -100,16 +102,17 @@ INSTANTIATE_TEST_SUITE_P(Window, Found,
         FoundCase { "UpWrapsToTheLast", "/ d p Up", { panelView, drawPanel },
             { { u"selection"_s, drawPanel }, { u"searchIndex"_s, 1 } } },
         // A result outside the folder in view brings the whole folder back.
-        FoundCase { "ResultsOutsideTheViewRoot", "/ m a n y Return Ctrl+Down / d p Down", { panelView, drawPanel },
-            { { u"viewRoot"_s, u""_s }, { u"selection"_s, panelView } } },
+        FoundCase { "ResultsOutsideTheViewRoot", "/ m a n y Return Ctrl+Down / d p Down",
+            { panelView, drawPanel }, { { u"viewRoot"_s, u""_s }, { u"selection"_s, panelView } } },
         // Escape empties the field first, then leaves it.
         FoundCase { "EscapeClears", "/ d p Escape", {},
             { { u"searchText"_s, u""_s }, { u"searchFocused"_s, true }, { u"hasFilters"_s, false } } },
         FoundCase { "EscapeTwiceLeaves", "/ d p Escape Escape", {},
             { { u"searchFocused"_s, false }, { u"selection"_s, QJsonValue() } } },
         // Keys typed in the field never reach the scene: "3" would ask for the history.
-        FoundCase { "SceneKeysAreText", "/ 3 t", {}, { { u"searchText"_s, u"3t"_s }, { u"mode"_s, u"city"_s },
-            { u"dark"_s, true }, { u"errorMessage"_s, QJsonValue() } } },
+        FoundCase { "SceneKeysAreText", "/ 3 t", {},
+            { { u"searchText"_s, u"3t"_s }, { u"mode"_s, u"city"_s }, { u"dark"_s, true },
+                { u"errorMessage"_s, QJsonValue() } } },
         // Text: most matching lines first, then file2 before file10; the zero byte and the file at
         // the limit are skipped, one byte under it is read; case is smart.
         FoundCase { "TextByCountThenNaturalName", "/ Tab f o o",
@@ -150,8 +153,8 @@ TEST(Filters, IsolationDrawsOnlyWhatIsIsolatedAndKClearsEverything)
     EXPECT_EQ(isolated[u"drawn"_s][u"buildings"_s].toInt(), 4);
     EXPECT_EQ(isolated[u"mode"_s], u"city"_s);
 
-    const QJsonObject cleared
-        = stateAfter({ u"--isolate"_s, u"names,text/many.txt"_s, u"--search"_s, u"dp"_s, u"--keys"_s, u"k"_s });
+    const QJsonObject cleared = stateAfter(
+        { u"--isolate"_s, u"names,text/many.txt"_s, u"--search"_s, u"dp"_s, u"--keys"_s, u"k"_s });
     EXPECT_TRUE(strings(cleared[u"isolated"_s]).isEmpty());
     EXPECT_EQ(cleared[u"searchText"_s], u""_s);
     EXPECT_EQ(cleared[u"hasFilters"_s], false);
