@@ -94,6 +94,7 @@ public:
     // Buildings coloured by a heat from just above 0 (cool) to 1 (hot) instead of their colour mode,
     // such as the files a text search found, by how many lines matched; none with an empty map.
     void setHeat(QHash<const FileNode*, float> heat);
+    static constexpr float coolestHeat = 0.08f; // the least a heat map gives, still visibly warm
     static QColor heatColor(const Theme& theme, float heat);
     // The imports the graph view is laid out from; they take effect at the next build.
     void setImports(std::shared_ptr<const ImportsMap> imports) { m_imports = std::move(imports); }

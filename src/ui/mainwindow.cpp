@@ -307,7 +307,7 @@ void MainWindow::refreshLegend()
                 SceneController::heatColor(theme, 1), files(*most) });
             if (*least != *most)
                 entries.append({ QStringLiteral("least"), Format::count(*least, u"matching line"),
-                    SceneController::heatColor(theme, 0.08f), files(*least) });
+                    SceneController::heatColor(theme, SceneController::coolestHeat), files(*least) });
         }
     }
     m_legend->setEntries(entries, facts, theme);
@@ -319,7 +319,7 @@ void MainWindow::refreshLegend()
 void MainWindow::placeOverlays()
 {
     const QRect area = m_stage->rect();
-    const int left = m_railStack->isVisible() && m_state.root() ? m_rail->width() : 0;
+    const int left = m_railStack->isVisible() && m_state.root() ? m_railStack->width() : 0;
     const int right = m_drawer->isVisible() && m_state.root() ? m_drawer->width() : 0;
     const int bottom = m_timeline->isVisible() ? m_timeline->height() : 0;
     const QRect scene = area.adjusted(left, 0, -right, -bottom);

@@ -219,8 +219,10 @@ void SceneView::applyFilter()
         for (const qint64 count : search.textHits())
             most = std::max(most, count);
         for (auto hit = search.textHits().cbegin(); hit != search.textHits().cend(); ++hit)
-            heat.insert(
-                hit.key(), 0.08f + 0.92f * float(std::log1p(double(hit.value())) / std::log1p(double(most))));
+            heat.insert(hit.key(),
+                SceneController::coolestHeat
+                    + (1 - SceneController::coolestHeat)
+                        * float(std::log1p(double(hit.value())) / std::log1p(double(most))));
     }
     m_controller.setHeat(std::move(heat));
     if (isolated.isEmpty() && minChanges <= 0 && !search.isActive()) {
