@@ -5,6 +5,7 @@
 
 #include <gtest/gtest.h>
 
+#include <QDir>
 #include <QFile>
 #include <QFileInfo>
 
@@ -145,6 +146,54 @@ TEST(Beneath, ReadsOnlyRegularFilesReachedWithoutALink)
     ASSERT_TRUE(link);
     EXPECT_TRUE(S_ISLNK(link->st_mode));
     EXPECT_FALSE(beneath.status("out/secret.txt"));
+}
+
+// Files opened by name inside a folder opened once: the same refusals as a whole path, for names
+// and folders alike.
+TEST(Beneath, OpensFilesByNameOnlyInsideAFolderReachedWithoutALink)
+{
+    TempFolder outside;
+    outside.write(u"secret.txt"_s, "SECRET\n");
+    TempFolder folder;
+    folder.write(u"src/a.txt"_s, "0123456789");
+    ASSERT_TRUE(QFile::link(outside.path(), folder.path(u"out"_s)));
+    ASSERT_TRUE(QFile::link(outside.path(u"secret.txt"_s), folder.path(u"src/link.txt"_s)));
+    ASSERT_EQ(mkfifo(QFile::encodeName(folder.path(u"src/pipe"_s)).constData(), 0600), 0);
+    const Beneath beneath(folder.path());
+
+    EXPECT_LT(beneath.openFolder("out"), 0) << "a linked folder";
+    EXPECT_LT(beneath.openFolder("src/../out"), 0);
+    const int src = beneath.openFolder("src");
+    ASSERT_GE(src, 0);
+    struct stat info;
+    const int file = Beneath::openFileIn(src, "a.txt", &info);
+    EXPECT_GE(file, 0);
+    EXPECT_EQ(info.st_size, 10);
+    ::close(file);
+    for (const char* name : { "link.txt", "pipe", "../out/secret.txt", "..", ".", "", "x/a.txt" })
+        EXPECT_LT(Beneath::openFileIn(src, name), 0) << name;
+    ::close(src);
+    const int top = beneath.openFolder("");
+    EXPECT_LT(Beneath::openFileIn(top, "src"), 0) << "a folder is no file to read";
+    ::close(top);
+}
+
+// A folder replaced by a link to another place after the scan is not searched through.
+TEST(FolderSearch, AFolderSwappedForALinkAfterTheScanIsNotFollowed)
+{
+    TempFolder outside;
+    outside.write(u"a.txt"_s, "needle\n");
+    TempFolder folder;
+    folder.write(u"sub/a.txt"_s, "hay\n");
+    const auto scanned = Scanner(folder.path(), nullptr).scan();
+    ASSERT_TRUE(std::holds_alternative<ScanResult>(scanned));
+    const auto& root = std::get<ScanResult>(scanned).root;
+    ASSERT_TRUE(QDir(folder.path(u"sub"_s)).removeRecursively());
+    ASSERT_TRUE(QFile::link(outside.path(), folder.path(u"sub"_s)));
+    const auto result = FolderSearch::search(*root, *TextNeedle::make(u"needle"), {});
+    ASSERT_TRUE(result);
+    EXPECT_TRUE(result->nodes.isEmpty());
+    EXPECT_EQ(result->skipped, 1);
 }
 
 } // namespace
