@@ -1,4 +1,5 @@
 #include "cli/commandline.h"
+#include "state/settingsfile.h"
 #include "ui/replaycommand.h"
 #include "ui/snapshotcommand.h"
 #include "ui/startup.h"
@@ -22,6 +23,20 @@ bool hasDisplay()
         || qEnvironmentVariableIsSet("QT_QPA_PLATFORM");
 }
 
+// Forgets what the window remembers: its recent folders and how it was left.
+int resetSettings()
+{
+    const QString path = SettingsFile::path();
+    QString error;
+    if (!SettingsFile::forget(&error)) {
+        std::fprintf(stderr, "korvane: could not remove the settings in %s: %s\n", qPrintable(path),
+            qPrintable(error));
+        return 1;
+    }
+    std::printf("Korvane's settings and recent folders are forgotten (%s).\n", qPrintable(path));
+    return 0;
+}
+
 } // namespace
 
 // Commands run headless; the window, and the snapshots and replays drawn by it, need a display.
@@ -36,6 +51,8 @@ int main(int argc, char* argv[])
         name(app);
         QStringList arguments = QCoreApplication::arguments();
         arguments.removeFirst();
+        if (arguments == QStringList { QStringLiteral("--reset-settings") })
+            return resetSettings();
         return Cli::run(arguments);
     }
     if (!hasDisplay()) {

@@ -22,10 +22,12 @@ void DisplaySettings::setMode(VisualizationMode mode)
 
 void DisplaySettings::setColorMode(ColorMode mode)
 {
+    m_chosenColorMode = mode;
     assign(m_colorMode, mode, &DisplaySettings::colorModeChanged);
 }
 void DisplaySettings::setHeightMode(HeightMode mode)
 {
+    m_chosenHeightMode = mode;
     assign(m_heightMode, mode, &DisplaySettings::heightModeChanged);
 }
 void DisplaySettings::setHeightScale(float scale)
@@ -65,6 +67,10 @@ void DisplaySettings::folderChanged(const OpenFolder& folder)
     m_isGit = folder.isGit;
     if (m_mode == VisualizationMode::history || m_mode == VisualizationMode::graph)
         setMode(VisualizationMode::city);
-    if (!m_isGit && needsGit(m_colorMode))
-        setColorMode(ColorMode::language);
+    const bool plain = !m_isGit && m_hasFolder;
+    assign(m_colorMode, plain && needsGit(m_chosenColorMode) ? ColorMode::language : m_chosenColorMode,
+        &DisplaySettings::colorModeChanged);
+    assign(m_heightMode,
+        plain && m_chosenHeightMode == HeightMode::churn ? HeightMode::lines : m_chosenHeightMode,
+        &DisplaySettings::heightModeChanged);
 }

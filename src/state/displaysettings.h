@@ -14,6 +14,10 @@ public:
     VisualizationMode mode() const { return m_mode; }
     ColorMode colorMode() const { return m_colorMode; }
     HeightMode heightMode() const { return m_heightMode; }
+    // The modes last chosen, which a folder without git replaces by language and lines while it is
+    // open, when they read git.
+    ColorMode chosenColorMode() const { return m_chosenColorMode; }
+    HeightMode chosenHeightMode() const { return m_chosenHeightMode; }
     float heightScale() const { return m_heightScale; }
     bool dark() const { return m_dark; }
     bool autoFrame() const { return m_autoFrame; }
@@ -31,8 +35,8 @@ public:
     void cycleColor(int step);
     void cycleHeight(int step);
 
-    // A new folder leaves history and the graph for the city, and git's colourings outside a
-    // repository.
+    // A new folder leaves history and the graph for the city; outside a repository, the colouring
+    // and heights that read git give way to language and lines, and come back in the next one.
     void folderChanged(const OpenFolder& folder) override;
 
 signals:
@@ -47,6 +51,8 @@ private:
     VisualizationMode m_mode = VisualizationMode::city;
     ColorMode m_colorMode = ColorMode::language;
     HeightMode m_heightMode = HeightMode::lines;
+    ColorMode m_chosenColorMode = ColorMode::language;
+    HeightMode m_chosenHeightMode = HeightMode::lines;
     float m_heightScale = 1;
     bool m_dark = true;
     bool m_autoFrame = true;

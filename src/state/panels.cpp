@@ -1,5 +1,7 @@
 #include "state/panels.h"
 
+#include <algorithm>
+
 void Panels::setRailMode(RailMode mode)
 {
     assign(m_railMode, mode, &Panels::railModeChanged);
@@ -52,6 +54,10 @@ void Panels::setFullScreen(bool on)
 void Panels::toggleWideDrawer()
 {
     setShowDrawer(true);
-    assign(m_drawerWidth, m_drawerWidth == wideDrawerWidth ? narrowDrawerWidth : wideDrawerWidth,
-        &Panels::drawerWidthChanged);
+    setDrawerWidth(m_drawerWidth == wideDrawerWidth ? narrowDrawerWidth : wideDrawerWidth);
+}
+
+void Panels::setDrawerWidth(double width)
+{
+    assign(m_drawerWidth, std::clamp(width, narrowDrawerWidth, wideDrawerWidth), &Panels::drawerWidthChanged);
 }

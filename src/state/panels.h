@@ -45,6 +45,8 @@ public:
     void setShowDrawer(bool show);
     // Shows the drawer and switches it between its narrow and wide widths.
     void toggleWideDrawer();
+    // A width between the narrow and the wide one.
+    void setDrawerWidth(double width);
     void setShowKeys(bool show);
     void setShowPreview(bool show);
     void setShowMinimap(bool show);

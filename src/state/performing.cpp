@@ -28,8 +28,8 @@ QString mergedKeys(const QStringList& keys)
 
 // Why a node may not be handed to the desktop, if it may not: only what is there and is reached
 // from the scanned folder without a link is opened or shown, so a link in a downloaded repository
-// never opens something elsewhere on the disk.
-std::optional<QString> handOverRefusal(const FileNode& node)
+// never opens something elsewhere on the disk. A link itself may be shown in its folder.
+std::optional<QString> handOverRefusal(const FileNode& node, bool linkShown = false)
 {
     const FileNode* root = &node;
     while (root->parent)
@@ -39,7 +39,7 @@ std::optional<QString> handOverRefusal(const FileNode& node)
     const std::optional<struct stat> status = Beneath(root->url).status(node.relativePath.toUtf8());
     if (!status)
         return node.relativePath + QStringLiteral(" is not in the folder now, or is reached through a link.");
-    if (S_ISLNK(status->st_mode))
+    if (S_ISLNK(status->st_mode) && !linkShown)
         return node.relativePath
             + QStringLiteral(" is a link; Korvane opens only what is inside the folder.");
     return std::nullopt;
@@ -244,26 +244,28 @@ std::optional<bool> KeyRouter::performFolder(Action action)
     Recents& recents = s.recents();
     const FileNode* selection = s.selection();
     switch (action) {
-    case Action::open:
+    case Action::open: {
         if (!s.scene() || !selection || selection->isDirectory)
             return false;
-        if (const std::optional<QString> why = handOverRefusal(*selection)) {
+        std::optional<QString> why = handOverRefusal(*selection);
+        if (!why)
+            why = s.scene()->openExternally(selection->url, s.search().firstHitLine(*selection));
+        if (why)
             s.setErrorMessage(*why);
-            return false;
-        }
-        s.scene()->openExternally(selection->url);
-        return true;
+        return !why;
+    }
     case Action::reveal: {
         const FileNode* node = selection ? selection : s.viewRoot();
         if (!s.scene() || !node)
             return false;
-        const FileNode& folder = node->isDirectory || !node->parent ? *node : *node->parent;
-        if (const std::optional<QString> why = handOverRefusal(folder)) {
+        std::optional<QString> why = node->parent ? handOverRefusal(*node->parent) : std::nullopt;
+        if (!why)
+            why = handOverRefusal(*node, true);
+        if (!why)
+            why = s.scene()->revealExternally(node->url);
+        if (why)
             s.setErrorMessage(*why);
-            return false;
-        }
-        s.scene()->openExternally(folder.url);
-        return true;
+        return !why;
     }
     case Action::cancelScan: return s.scan().cancel(), true;
     case Action::recentUp: return recents.setRecentIndex(recents.recentIndex() - 1), true;

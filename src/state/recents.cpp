@@ -1,17 +1,13 @@
 #include "state/recents.h"
 
+#include "state/settingsfile.h"
+
 #include <QDir>
 #include <QFileInfo>
-#include <QSettings>
 
 namespace {
 
 const QString recentsKey = QStringLiteral("recents");
-
-QSettings settings()
-{
-    return QSettings(QStringLiteral("Korvane"), QStringLiteral("Korvane"));
-}
 
 } // namespace
 
@@ -22,9 +18,11 @@ QString standardizedFolder(const QString& path)
 
 Recents::Recents(bool persistent, QObject* parent)
     : StateController(parent)
-    , m_persistent(persistent)
+    , m_persistent(persistent && !SettingsFile::problem())
 {
-    for (const QString& path : settings().value(recentsKey).toStringList()) {
+    if (!m_persistent && persistent)
+        return;
+    for (const QString& path : SettingsFile::open().value(recentsKey).toStringList()) {
         if (!path.isEmpty() && m_recents.size() < maxRecents)
             m_recents.append(path);
     }
@@ -39,7 +37,7 @@ void Recents::remember(const QString& path)
             recents.append(entry);
     }
     if (m_persistent)
-        settings().setValue(recentsKey, recents);
+        SettingsFile::open().setValue(recentsKey, recents);
     assign(m_recents, recents, &Recents::recentsChanged);
     setRecentIndex(0);
 }

@@ -1,6 +1,9 @@
 #include "state/searchcontroller.h"
 
+#include "scan/beneath.h"
 #include "text/fuzzy.h"
+
+#include <QStringTokenizer>
 
 SearchController::SearchController(QThreadPool& pool, Filters& filters, QObject* parent)
     : StateController(parent)
@@ -137,4 +140,23 @@ void SearchController::publish(QList<const FileNode*> results, bool active)
 void SearchController::setTextSearching(bool searching)
 {
     assign(m_textSearching, searching, &SearchController::textSearchingChanged);
+}
+
+int SearchController::firstHitLine(const FileNode& file) const
+{
+    const std::optional<TextNeedle> needle = TextNeedle::make(m_textQuery);
+    if (!m_root || !needle || !m_textHits.contains(&file))
+        return 0;
+    const std::optional<QByteArray> bytes
+        = Beneath(m_root->url).read(file.relativePath.toUtf8(), FolderSearch::sizeLimit);
+    if (!bytes)
+        return 0;
+    const QString text = QString::fromUtf8(*bytes);
+    int line = 1;
+    for (const QStringView piece : QStringTokenizer(text, u'\n')) {
+        if (needle->inLine(piece))
+            return line;
+        ++line;
+    }
+    return 0;
 }

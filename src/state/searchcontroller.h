@@ -41,6 +41,9 @@ public:
     const QHash<const FileNode*, qint64>& textHits() const { return m_textHits; }
     qint64 textSkipped() const { return m_textSkipped; }
     bool textSearching() const { return m_textSearching; }
+    // The first line (from 1) of a file the text search found that holds the text, read again now;
+    // 0 when the file was not found or no longer holds it.
+    int firstHitLine(const FileNode& file) const;
     // How many text searches have started since the window opened.
     int textSearchRuns() const { return m_runs; }
 

@@ -1,16 +1,16 @@
 #include "ui/sceneview.h"
 
+#include "ui/desktop.h"
+
 #include "model/format.h"
 #include "scene/labels.h"
 
 #include <QApplication>
-#include <QDesktopServices>
 #include <QMouseEvent>
 #include <QOpenGLContext>
 #include <QPainter>
 #include <QTimer>
 #include <QToolTip>
-#include <QUrl>
 
 #include <cmath>
 
@@ -387,9 +387,14 @@ void SceneView::beep()
     QApplication::beep();
 }
 
-void SceneView::openExternally(const QString& path)
+std::optional<QString> SceneView::openExternally(const QString& path, int line)
 {
-    QDesktopServices::openUrl(QUrl::fromLocalFile(path));
+    return Desktop::open(path, line);
+}
+
+std::optional<QString> SceneView::revealExternally(const QString& path)
+{
+    return Desktop::reveal(path, this, [this](const QString& why) { m_state.setErrorMessage(why); });
 }
 
 // --- drawing --------------------------------------------------------------------------------

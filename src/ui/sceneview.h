@@ -41,7 +41,8 @@ public:
     void focus(const FileNode& node, bool follow, bool frame) override;
     void camera(CameraAction action) override;
     void beep() override;
-    void openExternally(const QString& path) override;
+    std::optional<QString> openExternally(const QString& path, int line) override;
+    std::optional<QString> revealExternally(const QString& path) override;
 
 signals:
     // A new scene stands, or the history's moved on: the legend and anything else read from it may

@@ -1,5 +1,7 @@
 #include "ui/startup.h"
 
+#include "state/preferences.h"
+
 #include "scene/labels.h"
 #include "ui/mainwindow.h"
 #include "ui/sceneview.h"
@@ -194,8 +196,9 @@ QJsonValue timelineJson(const TimelineController& timeline)
 
 } // namespace
 
-QByteArray stateJson(const AppState& state, const SceneController& scene)
+QByteArray stateJson(const AppState& state, MainWindow& window)
 {
+    const SceneController& scene = window.sceneView().controller();
     const auto path
         = [](const FileNode* node) { return node ? QJsonValue(node->relativePath) : QJsonValue(); };
     const DisplaySettings& display = state.display();
@@ -211,10 +214,14 @@ QByteArray stateJson(const AppState& state, const SceneController& scene)
         { QStringLiteral("showDrawer"), panels.showDrawer() },
         { QStringLiteral("drawerWidth"), panels.drawerWidth() },
         { QStringLiteral("showKeys"), panels.showKeys() },
+        { QStringLiteral("showPreview"), panels.showPreview() },
+        { QStringLiteral("showMinimap"), panels.showMinimap() },
+        { QStringLiteral("recents"), QJsonArray::fromStringList(state.recents().folders()) },
         { QStringLiteral("autoFrame"), display.autoFrame() },
         { QStringLiteral("errorMessage"),
             state.errorMessage() ? QJsonValue(*state.errorMessage()) : QJsonValue() },
         { QStringLiteral("root"), state.root() ? QJsonValue(state.root()->url) : QJsonValue() },
+        { QStringLiteral("windowSize"), QJsonArray { window.width(), window.height() } },
     };
     addImports(object, state);
     addSearch(object, state);
@@ -455,7 +462,7 @@ int StartupRunner::finish()
             printTimings(frameMs);
     }
     if (m_script.stateFile) {
-        const QByteArray json = stateJson(m_state, m_window.sceneView().controller());
+        const QByteArray json = stateJson(m_state, m_window);
         if (*m_script.stateFile == u"-") {
             std::fwrite(json.constData(), 1, std::size_t(json.size()), stdout);
             std::fflush(stdout);
@@ -503,12 +510,21 @@ int runWindow(const std::optional<QString>& folder)
     if (folder)
         script.open = folder;
     AppState state;
+    Preferences preferences(state);
     MainWindow window(state);
     window.sceneView().drawForTheScreen();
+    if (preferences.problem()) {
+        std::fprintf(stderr, "korvane: %s.\n", qPrintable(*preferences.problem()));
+        state.setErrorMessage(preferences.problem()->at(0).toUpper() + preferences.problem()->mid(1) + u'.');
+    }
     if (script.size)
         window.resize(*script.size);
+    else
+        window.restoreGeometry(preferences.windowGeometry());
     window.show();
-    return runScript(window, state, script);
+    const int status = runScript(window, state, script);
+    preferences.rememberWindowGeometry(window.saveGeometry());
+    return status;
 }
 
 int runSnapshot(const StartupScript& script)

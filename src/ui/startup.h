@@ -57,10 +57,8 @@ std::optional<QList<KeyPress>> parseKeys(const QString& text, QString* error);
 // "1280x800".
 std::optional<QSize> parseSize(const QString& text);
 
-class SceneController;
-
-// The state that scripted keys leave behind, with what the view draws, as JSON.
-QByteArray stateJson(const AppState& state, const SceneController& scene);
+// The state that scripted keys leave behind, with what the view draws and the window's size, as JSON.
+QByteArray stateJson(const AppState& state, MainWindow& window);
 
 // Runs a script on a window; finished() carries the exit status once it is done.
 class StartupRunner : public QObject {

@@ -33,7 +33,8 @@ class PointScene : public SceneHost {
 public:
     QHash<const FileNode*, QPointF> points;
     int beeps = 0;
-    QStringList opened;
+    QStringList opened; // and revealed
+    QList<int> lines;
 
     QSizeF viewSize() const override { return { 200, 100 }; }
     std::optional<QPointF> screenPoint(const FileNode& node) const override
@@ -53,7 +54,17 @@ public:
     void focus(const FileNode&, bool, bool) override { }
     void camera(CameraAction) override { }
     void beep() override { ++beeps; }
-    void openExternally(const QString& path) override { opened.append(path); }
+    std::optional<QString> openExternally(const QString& path, int line) override
+    {
+        opened.append(path);
+        lines.append(line);
+        return std::nullopt;
+    }
+    std::optional<QString> revealExternally(const QString& path) override
+    {
+        opened.append(path);
+        return std::nullopt;
+    }
 };
 
 // A small project: two folders with files of known sizes.
@@ -593,7 +604,9 @@ INSTANTIATE_TEST_SUITE_P(Table, HandOver,
     testing::Values(HandOverCase { "openAFile", "src/main.c", "open", "src/main.c" },
         HandOverCase { "openALink", "src/link.c", "open", "" },
         HandOverCase { "openALinkToAFolder", "elsewhere", "open", "" },
-        HandOverCase { "revealALinksFolder", "src/link.c", "reveal", "src" },
+        HandOverCase { "revealALinkInItsFolder", "src/link.c", "reveal", "src/link.c" },
+        HandOverCase { "revealAFolder", "src", "reveal", "src" },
+        HandOverCase { "revealALinkToAFolderInItsFolder", "elsewhere", "reveal", "elsewhere" },
         HandOverCase { "openAFileGoneSinceTheScan", "src/gone.c", "open", "" }),
     rowName);
 

@@ -1,0 +1,46 @@
+#include "state/settingsfile.h"
+
+#include <QFile>
+#include <QFileInfo>
+
+namespace SettingsFile {
+
+QSettings open()
+{
+    return QSettings(QStringLiteral("Korvane"), QStringLiteral("Korvane"));
+}
+
+QString path()
+{
+    return open().fileName();
+}
+
+std::optional<QString> problem()
+{
+    const QSettings settings = open();
+    switch (settings.status()) {
+    case QSettings::NoError: return std::nullopt;
+    case QSettings::AccessError:
+        return QStringLiteral("the settings in ") + settings.fileName()
+            + QStringLiteral(" cannot be read; starting from the defaults and leaving the file as it is");
+    case QSettings::FormatError:
+        return QStringLiteral("the settings in ") + settings.fileName()
+            + QStringLiteral(" are damaged; starting from the defaults and leaving the file as it is "
+                             "(korvane --reset-settings removes it)");
+    }
+    return std::nullopt;
+}
+
+bool forget(QString* error)
+{
+    const QString file = path();
+    if (!QFileInfo::exists(file) && !QFileInfo(file).isSymLink())
+        return true;
+    QFile settings(file);
+    if (settings.remove())
+        return true;
+    *error = settings.errorString();
+    return false;
+}
+
+} // namespace SettingsFile
