@@ -15,9 +15,12 @@ QString path()
     return open().fileName();
 }
 
-std::optional<QString> problem()
+namespace {
+
+std::optional<QString> check()
 {
     const QSettings settings = open();
+    settings.childGroups(); // the file is read on first use, and only then is its status known
     switch (settings.status()) {
     case QSettings::NoError: return std::nullopt;
     case QSettings::AccessError:
@@ -29,6 +32,15 @@ std::optional<QString> problem()
                              "(korvane --reset-settings removes it)");
     }
     return std::nullopt;
+}
+
+} // namespace
+
+// Read once: Qt reads the file once a process too, and a second look reports no fault.
+std::optional<QString> problem()
+{
+    static const std::optional<QString> found = check();
+    return found;
 }
 
 bool forget(QString* error)

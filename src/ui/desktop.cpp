@@ -87,8 +87,6 @@ QStringList editorCommand(const QString& editor, const QString& file, int line)
 
 QStringList handlers(const QString& mimeType)
 {
-    QStringList types { mimeType };
-    types += QMimeDatabase().mimeTypeForName(mimeType).allAncestors();
     const QStringList applications = QStandardPaths::standardLocations(QStandardPaths::ApplicationsLocation);
     QStringList lists;
     for (const QString& folder : QStandardPaths::standardLocations(QStandardPaths::GenericConfigLocation))
@@ -96,7 +94,7 @@ QStringList handlers(const QString& mimeType)
     for (const QString& folder : applications)
         lists << folder + QStringLiteral("/mimeapps.list") << folder + QStringLiteral("/defaults.list")
               << folder + QStringLiteral("/mimeinfo.cache");
-    QStringList found;
+    QHash<QString, QStringList> listed; // by type, in the order of the lists
     for (const QString& list : std::as_const(lists)) {
         QFile file(list);
         if (!file.open(QIODevice::ReadOnly))
@@ -109,12 +107,19 @@ QStringList handlers(const QString& mimeType)
                 continue;
             }
             const qsizetype equals = line.indexOf(u'=');
-            if (removed || equals <= 0 || !types.contains(line.left(equals).trimmed()))
+            if (removed || equals <= 0)
                 continue;
-            for (const QString& id : line.mid(equals + 1).split(u';', Qt::SkipEmptyParts)) {
-                if (!found.contains(id.trimmed()) && installed(id.trimmed(), applications))
-                    found << id.trimmed();
-            }
+            for (const QString& id : line.mid(equals + 1).split(u';', Qt::SkipEmptyParts))
+                listed[line.left(equals).trimmed()].append(id.trimmed());
+        }
+    }
+    // The type's own programs first, then those of the types it derives from.
+    QStringList found;
+    for (const QString& type :
+        QStringList { mimeType } + QMimeDatabase().mimeTypeForName(mimeType).allAncestors()) {
+        for (const QString& id : listed.value(type)) {
+            if (!found.contains(id) && installed(id, applications))
+                found << id;
         }
     }
     return found;

@@ -6,7 +6,7 @@ Outcome korvaneOnDisplay(const QStringList& arguments, const QHash<QString, QStr
 {
     static TempFolder home;
     QHash<QString, QString> all = variables;
-    all.insert(u"XDG_CONFIG_HOME"_s, home.path(u"config"_s));
+    all.insert(u"XDG_CONFIG_HOME"_s, variables.value(u"XDG_CONFIG_HOME"_s, home.path(u"config"_s)));
     all.insert(u"XDG_CACHE_HOME"_s, home.path(u"cache"_s));
     all.insert(u"XDG_RUNTIME_DIR"_s, home.path()); // private to its owner, as Qt wants it
     // Leaks inside the GL driver are not ours; the unit tests check the program's own.
