@@ -114,7 +114,7 @@ int main(int argc, char* argv[])
             std::fprintf(stderr, "%s\n", qPrintable(view.error()));
             return 1;
         }
-        driver = view.driver();
+        driver = view.renderer().driver();
         const QString label = QStringLiteral(", %1×%2, %3")
                                   .arg(size.width())
                                   .arg(size.height())

@@ -104,6 +104,6 @@ int main(int argc, char* argv[])
     });
     row(u"frame with nothing changed" + label, still);
     row(u"frame while playing, one commit a frame" + label, playing);
-    std::printf("\nDriver: %s\n", qPrintable(view.driver()));
+    std::printf("\nDriver: %s\n", qPrintable(view.renderer().driver()));
     return 0;
 }

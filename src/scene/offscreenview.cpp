@@ -78,17 +78,6 @@ void OffscreenView::draw(const SceneController& scene)
     m_renderer.render(scene, m_framebuffer->size(), m_ratio);
 }
 
-QString OffscreenView::driver() const
-{
-    if (!m_context || !m_context->makeCurrent(m_surface.get()))
-        return {};
-    QOpenGLFunctions* gl = m_context->functions();
-    const auto text = [&](GLenum name) {
-        return QString::fromLatin1(reinterpret_cast<const char*>(gl->glGetString(name)));
-    };
-    return text(GL_RENDERER) + u", OpenGL " + text(GL_VERSION);
-}
-
 void OffscreenView::finish()
 {
     if (!m_framebuffer || !m_context->makeCurrent(m_surface.get()))

@@ -26,8 +26,6 @@ public:
     // the reason in error(), when no suitable context can be made.
     bool create(QSize size, float devicePixelRatio = 1, int samples = 4);
     QString error() const { return m_error; }
-    // The driver and its version, as OpenGL names them.
-    QString driver() const;
     QSize size() const { return m_size; }
 
     Renderer& renderer() { return m_renderer; }

@@ -99,7 +99,11 @@ bool Renderer::initialize()
         return false;
     createGeometry();
     const GLenum status = createShadowTargets();
+    const auto text = [this](GLenum name) {
+        return QString::fromLatin1(reinterpret_cast<const char*>(glGetString(name)));
+    };
     m_software = isSoftwareDriver(reinterpret_cast<const char*>(glGetString(GL_RENDERER)));
+    m_driver = text(GL_RENDERER) + QStringLiteral(", OpenGL ") + text(GL_VERSION);
     m_initialized = true;
     if (status != GL_FRAMEBUFFER_COMPLETE) {
         m_error = QStringLiteral("The shadows cannot be drawn (framebuffer status 0x%1).").arg(status, 0, 16);

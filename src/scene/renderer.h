@@ -53,6 +53,8 @@ public:
     void setAdaptiveResolution(bool on) { m_adaptive = on; }
     bool adaptiveResolution() const { return m_adaptive; }
     bool softwareContext() const { return m_software; } // known once initialized
+    // What draws: "llvmpipe (LLVM 15.0.6, 256 bits), OpenGL 4.5 (Core Profile) Mesa 22.3.6".
+    const QString& driver() const { return m_driver; } // known once initialized
     // Frees the GL objects; the context of initialize() must be current.
     void release();
 
@@ -97,6 +99,7 @@ private:
     GLuint m_reducedFramebuffer = 0, m_reducedColor = 0, m_reducedDepth = 0;
     QSize m_reducedSize;
     bool m_software = false;
+    QString m_driver;
     bool m_adaptive = true;
     GLsizei m_boxCount = 0, m_planeCount = 0, m_lineCount = 0;
     quint64 m_generation = 0;

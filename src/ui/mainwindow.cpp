@@ -1,5 +1,7 @@
 #include "ui/mainwindow.h"
 
+#include "ui/aboutbox.h"
+
 #include "model/format.h"
 #include "ui/filetreemodel.h"
 #include "ui/panels.h"
@@ -19,6 +21,7 @@
 #include <QLabel>
 #include <QLineEdit>
 #include <QMenu>
+#include <QMenuBar>
 #include <QMimeData>
 #include <QPushButton>
 #include <QStackedWidget>
@@ -107,6 +110,7 @@ MainWindow::MainWindow(AppState& state, QWidget* parent)
     auto* layout = new QVBoxLayout(this);
     layout->setContentsMargins(0, 0, 0, 0);
     layout->setSpacing(0);
+    layout->setMenuBar(makeMenus());
     layout->addWidget(makeMasthead());
     layout->addWidget(m_stage, 1);
 
@@ -407,6 +411,16 @@ void MainWindow::followSearchFocus()
     } else if (QApplication::focusWidget() == m_searchBar->field()) {
         m_scene->setFocus(Qt::OtherFocusReason);
     }
+}
+
+QMenuBar* MainWindow::makeMenus()
+{
+    auto* bar = new QMenuBar(this);
+    QMenu* help = bar->addMenu(QStringLiteral("&Help"));
+    help->addAction(
+        QStringLiteral("Keys\t") + actionKey(Action::keys), this, [this] { m_router.perform(Action::keys); });
+    help->addAction(QStringLiteral("About Korvane"), this, [this] { showAboutBox(this, m_scene->driver()); });
+    return bar;
 }
 
 void MainWindow::railMenu(const QPoint& at)

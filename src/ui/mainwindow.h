@@ -12,6 +12,7 @@ class Legend;
 class MessageBanner;
 class ProgressPanel;
 class QLabel;
+class QMenuBar;
 class QPushButton;
 class QStackedWidget;
 class FiltersChip;
@@ -49,6 +50,7 @@ private:
     // Connects the refreshes to the state's signals.
     void watchState();
     QWidget* makeMasthead();
+    QMenuBar* makeMenus();
     void refreshMasthead();
     void refreshPanels();
     void refreshLegend();

@@ -41,6 +41,8 @@ public:
     void focus(const FileNode& node, bool follow, bool frame) override;
     void camera(CameraAction action) override;
     void beep() override;
+    // What draws the city, once it has been drawn.
+    const QString& driver() const { return m_renderer.driver(); }
     std::optional<QString> openExternally(const QString& path, int line) override;
     std::optional<QString> revealExternally(const QString& path) override;
 

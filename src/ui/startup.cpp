@@ -3,6 +3,7 @@
 #include "state/preferences.h"
 
 #include "scene/labels.h"
+#include "ui/aboutbox.h"
 #include "ui/mainwindow.h"
 #include "ui/sceneview.h"
 
@@ -222,6 +223,7 @@ QByteArray stateJson(const AppState& state, MainWindow& window)
             state.errorMessage() ? QJsonValue(*state.errorMessage()) : QJsonValue() },
         { QStringLiteral("root"), state.root() ? QJsonValue(state.root()->url) : QJsonValue() },
         { QStringLiteral("windowSize"), QJsonArray { window.width(), window.height() } },
+        { QStringLiteral("about"), aboutDetails(window.sceneView().driver()) },
     };
     addImports(object, state);
     addSearch(object, state);

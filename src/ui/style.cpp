@@ -62,6 +62,12 @@ void applyTheme(QWidget& window, const Theme& theme)
         QScrollBar::handle { background: %3; border-radius: 4px; min-height: 24px; min-width: 24px; }
         QScrollBar::handle:hover { background: %6; }
         QScrollBar::add-line, QScrollBar::sub-line, QScrollBar::add-page, QScrollBar::sub-page { background: none; border: none; width: 0; height: 0; }
+        QMenuBar { background: %2; }
+        QMenuBar::item { padding: 3px 10px; background: transparent; }
+        QMenuBar::item:selected, QMenu::item:selected { background: %7; color: %8; }
+        QMenu { background: %2; border: 1px solid %6; padding: 4px 0; }
+        QMenu::item { padding: 4px 24px 4px 16px; }
+        QMenu::item:disabled { color: %4; }
         #panel { background: %2; border: 1px solid %6; border-radius: 8px; }
         #banner { background: %7; border-radius: 6px; }
         #banner QLabel, #banner QPushButton { color: %8; border: none; }

@@ -301,3 +301,24 @@ TEST(OpenWith, AnEditorThatCannotStartIsNamed)
 }
 
 } // namespace
+
+namespace {
+
+// What a user copies from the About box into a report: the build, Qt, and what draws (here Mesa's
+// software renderer, as under every virtual display).
+TEST(About, NamesTheBuildQtAndWhatDraws)
+{
+    Plain plain;
+    TempFolder out;
+    const Outcome run = korvaneOnDisplay(
+        { u"snapshot"_s, plain.path(), u"--out"_s, out.path(u"a.png"_s), u"--print-state"_s });
+    ASSERT_EQ(run.exitCode, 0) << run.err.toStdString();
+    const QStringList lines = QJsonDocument::fromJson(run.out)[u"about"_s].toString().split(u'\n');
+    ASSERT_EQ(lines.size(), 3) << lines.join(u" | "_s).toStdString();
+    EXPECT_TRUE(lines[0].startsWith(u"Korvane " KORVANE_VERSION ""_s)) << lines[0].toStdString();
+    EXPECT_EQ(lines[1], u"Qt "_s + QString::fromLatin1(qVersion()) + u" on xcb"_s);
+    EXPECT_TRUE(lines[2].startsWith(u"Drawn by llvmpipe"_s)) << lines[2].toStdString();
+    EXPECT_TRUE(lines[2].contains(u", OpenGL "_s)) << lines[2].toStdString();
+}
+
+} // namespace
