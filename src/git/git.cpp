@@ -393,7 +393,9 @@ private:
             m_afterHeader = true;
             return;
         }
-        if (full() && !m_history.paths.contains(text))
+        // Once full, nothing more counts: how much more git wrote before it stopped depends on the
+        // machine's load, and the counts must not.
+        if (full())
             return;
         Git::History::Touches& path = m_history.paths[text];
         ++path.commits;
