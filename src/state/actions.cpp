@@ -55,7 +55,7 @@ constexpr std::array<ActionInfo, std::size_t(Action::recentOpen) + 1> actionTabl
     { Action::structure, "structure", "s", "Walk into the file's structure" },
     { Action::structureTab, "structureTab", "g", "Next view of the structure" },
     { Action::theme, "theme", "t", "Dark or light theme" },
-    { Action::open, "open", "o, Ctrl Return", "Open the file with its program" },
+    { Action::open, "open", "o, Ctrl Return", "Open the file or folder with its program" },
     { Action::reveal, "reveal", "r", "Show in the file manager" },
     { Action::picker, "picker", "", "Choose a folder" },
     { Action::remote, "remote", "", "Download a repository" },

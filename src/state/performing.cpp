@@ -245,7 +245,7 @@ std::optional<bool> KeyRouter::performFolder(Action action)
     const FileNode* selection = s.selection();
     switch (action) {
     case Action::open: {
-        if (!s.scene() || !selection || selection->isDirectory)
+        if (!s.scene() || !selection)
             return false;
         std::optional<QString> why = handOverRefusal(*selection);
         if (!why)

@@ -51,7 +51,8 @@ public:
 
     virtual void beep() = 0;
     // Opens a file in the editor the user named, at the line when one is given (from 1; 0 for
-    // none), or else with the desktop's program for its type; says why when nothing can.
+    // none), or else with the desktop's program for its type, and a folder with the desktop's
+    // program for folders; says why when nothing can.
     virtual std::optional<QString> openExternally(const QString& path, int line) = 0;
     // Shows a file or folder selected in the file manager, or else opens the folder that holds it;
     // says why when nothing can.

@@ -44,10 +44,10 @@ bool installed(const QString& id, const QStringList& folders)
     return false;
 }
 
-std::optional<QString> openFolderOf(const QString& path)
+std::optional<QString> openFolder(const QString& folder)
 {
     if (handlers(QStringLiteral("inode/directory")).isEmpty()
-        || !QDesktopServices::openUrl(QUrl::fromLocalFile(QFileInfo(path).absolutePath())))
+        || !QDesktopServices::openUrl(QUrl::fromLocalFile(folder)))
         return QStringLiteral("Nothing on this system shows folders.");
     return std::nullopt;
 }
@@ -127,6 +127,8 @@ QStringList handlers(const QString& mimeType)
 
 std::optional<QString> open(const QString& path, int line)
 {
+    if (QFileInfo(path).isDir())
+        return openFolder(path);
     if (const QString editor = qEnvironmentVariable("KORVANE_EDITOR"); !editor.trimmed().isEmpty()) {
         QStringList command = editorCommand(editor, path, line);
         const QString program = command.isEmpty() ? editor : command.takeFirst();
@@ -150,7 +152,7 @@ std::optional<QString> reveal(
 {
     QDBusConnection bus = QDBusConnection::sessionBus();
     if (!fileManagerAnswers(bus))
-        return openFolderOf(path);
+        return openFolder(QFileInfo(path).absolutePath());
     QDBusMessage call = QDBusMessage::createMethodCall(fileManagerService,
         QStringLiteral("/org/freedesktop/FileManager1"), fileManagerService, QStringLiteral("ShowItems"));
     call << QStringList { QUrl::fromLocalFile(path).toString() } << QString();
@@ -159,7 +161,7 @@ std::optional<QString> reveal(
         watcher->deleteLater();
         if (!watcher->isError())
             return;
-        if (const std::optional<QString> why = openFolderOf(path))
+        if (const std::optional<QString> why = openFolder(QFileInfo(path).absolutePath()))
             failed(*why);
     });
     return std::nullopt;

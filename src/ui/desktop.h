@@ -22,8 +22,8 @@ QStringList editorCommand(const QString& editor, const QString& file, int line);
 // only those installed.
 QStringList handlers(const QString& mimeType);
 
-// Opens a file in KORVANE_EDITOR when it is set, else with the program for its type. Says why when
-// nothing can open it.
+// Opens a file in KORVANE_EDITOR when it is set, else with the program for its type, and a folder
+// with the desktop's program for folders. Says why when nothing can open it.
 std::optional<QString> open(const QString& path, int line);
 
 // Asks the file manager to show the file or folder selected; when no file manager answers, opens

@@ -603,6 +603,7 @@ TEST_P(HandOver, OpensOrShowsOnlyWhatIsInsideTheFolder)
 INSTANTIATE_TEST_SUITE_P(Table, HandOver,
     testing::Values(HandOverCase { "openAFile", "src/main.c", "open", "src/main.c" },
         HandOverCase { "openALink", "src/link.c", "open", "" },
+        HandOverCase { "openAFolder", "src", "open", "src" },
         HandOverCase { "openALinkToAFolder", "elsewhere", "open", "" },
         HandOverCase { "revealALinkInItsFolder", "src/link.c", "reveal", "src/link.c" },
         HandOverCase { "revealAFolder", "src", "reveal", "src" },
