@@ -1,5 +1,6 @@
 #include "cli/commandline.h"
 
+#include "model/buildinfo.h"
 #include "model/terminal.h"
 
 namespace Cli {
@@ -92,22 +93,43 @@ bool isCommand(const QString& word)
         commands().begin(), commands().end(), [&](const Command& c) { return c.name == word; });
 }
 
-namespace {
+// --reset-settings is the window's own and is answered by the executable, before run().
+const QList<TopLevelOption>& topLevelOptions()
+{
+    static const QList<TopLevelOption> list {
+        { QStringLiteral("--help"), QStringLiteral("Print how to run korvane and every command, then exit") },
+        { QStringLiteral("--version"),
+            QStringLiteral("Print the version and the commit Korvane was built from, then exit") },
+        { QStringLiteral("--reset-settings"),
+            QStringLiteral("Forget the window's remembered settings and recent folders") },
+    };
+    return list;
+}
 
 QString usage()
 {
-    QString text
-        = QStringLiteral("Usage: korvane [PATH]\n"
-                         "       korvane COMMAND [ARGUMENTS]\n"
-                         "       korvane --help | --version\n\n"
+    QStringList alone;
+    for (const TopLevelOption& option : topLevelOptions())
+        alone << option.name;
+    QString text = QStringLiteral("Usage: korvane [PATH]\n"
+                                  "       korvane COMMAND [ARGUMENTS]\n"
+                                  "       korvane ")
+        + alone.join(QStringLiteral(" | "))
+        + QStringLiteral("\n\n"
                          "Korvane draws a folder or Git repository as a city, a tree, a replay of its\n"
                          "history or a graph of its imports. Without a command it opens its window (on\n"
                          "PATH, when given). Its commands run without a window:\n\n");
     for (const Command& command : commands())
         text += QStringLiteral("  korvane ") + command.synopsis + QStringLiteral("\n      ") + command.summary
             + u'\n';
+    text += QStringLiteral("\n");
+    for (const TopLevelOption& option : topLevelOptions())
+        text += QStringLiteral("  korvane ") + option.name + QStringLiteral("\n      ") + option.summary
+            + u'\n';
     return text;
 }
+
+namespace {
 
 int usageError(const QString& problem)
 {
@@ -127,7 +149,7 @@ int run(const QStringList& arguments, const WindowCommand& window)
         return 0;
     }
     if (first == u"--version") {
-        Terminal::out(QStringLiteral("korvane " KORVANE_VERSION "\n"));
+        Terminal::out(QStringLiteral("korvane ") + BuildInfo::versionText() + u'\n');
         return 0;
     }
     const auto command = std::find_if(

@@ -33,6 +33,16 @@ struct Command {
 const QList<Command>& commands();
 bool isCommand(const QString& word);
 
+// The words that stand alone in place of a command ("korvane --version").
+struct TopLevelOption {
+    QString name;
+    QString summary;
+};
+const QList<TopLevelOption>& topLevelOptions();
+
+// The text of --help: the ways to run korvane, then every command with its synopsis and summary.
+QString usage();
+
 // Scans with a progress bar on a terminal; on failure says why on standard error.
 std::optional<ScanResult> scanFolder(const QString& path, Scanner::Scope scope = Scanner::Scope::everything);
 // The document of one file, as much of it as the readers use; on failure says why on standard error.
