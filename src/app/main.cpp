@@ -1,10 +1,12 @@
 #include "cli/commandline.h"
+#include "model/buildinfo.h"
 #include "state/settingsfile.h"
 #include "ui/replaycommand.h"
 #include "ui/snapshotcommand.h"
 #include "ui/startup.h"
 
 #include <QApplication>
+#include <QIcon>
 
 #include <cstdio>
 
@@ -14,7 +16,7 @@ void name(QCoreApplication&)
 {
     QCoreApplication::setApplicationName(QStringLiteral("Korvane"));
     QCoreApplication::setOrganizationName(QStringLiteral("Korvane"));
-    QCoreApplication::setApplicationVersion(QStringLiteral(KORVANE_VERSION));
+    QCoreApplication::setApplicationVersion(BuildInfo::versionText());
 }
 
 bool hasDisplay()
@@ -68,6 +70,9 @@ int main(int argc, char* argv[])
     useWindowFormat();
     QApplication app(argc, argv);
     name(app);
+    // The desktop matches the window to its entry and icon by this id, once Korvane is installed.
+    QGuiApplication::setDesktopFileName(BuildInfo::applicationId());
+    QApplication::setWindowIcon(QIcon::fromTheme(BuildInfo::applicationId()));
     QStringList arguments = QCoreApplication::arguments();
     arguments.removeFirst();
     if (drawn) {
