@@ -331,7 +331,7 @@ namespace {
 
 // Reads the log's output as it arrives, in NUL-ended pieces: one of 0x01 and digits starts a commit
 // and holds its time, every other piece is a path the commit touched, as git's raw bytes (never
-// quoted), counted on a view into the kept output.
+// quoted). Only a piece cut by the end of a chunk is kept until the next one.
 class LogParser {
 public:
     explicit LogParser(qsizetype maxPaths = std::numeric_limits<qsizetype>::max())
@@ -342,42 +342,31 @@ public:
     // Whether as many paths as allowed were met: the log can stop.
     bool full() const { return m_history.paths.size() >= m_maxPaths; }
 
-    void feed(const QByteArray& chunk)
+    void feed(QByteArrayView chunk)
     {
         qsizetype start = 0;
         if (!m_pending.isEmpty()) {
             const qsizetype end = chunk.indexOf('\0');
-            m_pending += chunk.left(end < 0 ? chunk.size() : end);
+            m_pending += chunk.first(end < 0 ? chunk.size() : end);
             if (end < 0)
                 return;
-            keepAndRead(std::exchange(m_pending, {}));
+            piece(m_pending);
+            m_pending.clear();
             start = end + 1;
         }
-        const qsizetype last = chunk.lastIndexOf('\0');
-        if (last >= start) {
-            m_history.output.append(chunk);
-            for (qsizetype end; start <= last; start = end + 1) {
-                end = chunk.indexOf('\0', start);
-                piece(QByteArrayView(chunk.constData() + start, end - start));
-            }
-        }
-        m_pending = chunk.mid(start);
+        for (qsizetype end; (end = chunk.indexOf('\0', start)) >= 0; start = end + 1)
+            piece(chunk.sliced(start, end - start));
+        m_pending = chunk.sliced(start).toByteArray();
     }
 
     Git::History finish()
     {
         if (!m_pending.isEmpty())
-            keepAndRead(std::exchange(m_pending, {}));
+            piece(std::exchange(m_pending, {}));
         return std::move(m_history);
     }
 
 private:
-    void keepAndRead(const QByteArray& whole)
-    {
-        m_history.output.append(whole);
-        piece(whole);
-    }
-
     void piece(QByteArrayView text)
     {
         // The paths of a commit start on a line of their own after its header.
@@ -397,10 +386,15 @@ private:
         // machine's load, and the counts must not.
         if (full())
             return;
-        Git::History::Touches& path = m_history.paths[text];
-        ++path.commits;
-        if (m_date && (!path.last || *path.last < *m_date))
-            path.last = m_date;
+        auto found = m_history.paths.find(text);
+        if (found == m_history.paths.end()) {
+            // A QByteArray's bytes stay where they are while the list grows, so the key can view them.
+            m_history.names.append(text.toByteArray());
+            found = m_history.paths.insert(QByteArrayView(m_history.names.constLast()), {});
+        }
+        ++found->commits;
+        if (m_date && (!found->last || *found->last < *m_date))
+            found->last = m_date;
     }
 
     qsizetype m_maxPaths;
@@ -418,10 +412,13 @@ Git::History Git::history(int maxCommits, qsizetype maxPaths) const
     // limit git is stopped, and what it gave so far stands.
     LogParser parser(maxPaths);
     const Git log = withStop([&] { return parser.full() || stopped(); });
+    // git keeps up to 96 MB of unpacked objects to rebuild others from; for a log of names, 8 MB
+    // serves as fast and halves git's memory on a large repository.
     const bool ok = log.stream(
-        { QStringLiteral("log"), QStringLiteral("--relative"), QStringLiteral("--no-renames"),
-            QStringLiteral("--format=%x01%ct"), QStringLiteral("--name-only"), QStringLiteral("-z"),
-            QStringLiteral("-n"), QString::number(maxCommits), QStringLiteral("--"), QStringLiteral(".") },
+        { QStringLiteral("-c"), QStringLiteral("core.deltaBaseCacheLimit=8m"), QStringLiteral("log"),
+            QStringLiteral("--relative"), QStringLiteral("--no-renames"), QStringLiteral("--format=%x01%ct"),
+            QStringLiteral("--name-only"), QStringLiteral("-z"), QStringLiteral("-n"),
+            QString::number(maxCommits), QStringLiteral("--"), QStringLiteral(".") },
         [&](const QByteArray& chunk) { parser.feed(chunk); });
     return ok || (parser.full() && !stopped()) ? parser.finish() : History {};
 }

@@ -19,16 +19,16 @@
 // configuration names is ever run.
 class Git {
 public:
-    // What the newest commits did to each path. Paths are the UTF-8 bytes git printed, viewed in
-    // place in the log's own output, which the value keeps: a large history is neither copied nor
-    // decoded.
+    // What the newest commits did to each path. Paths are the UTF-8 bytes git printed, each copied
+    // once when first met into `names`, which the keys view: the log itself is read as it streams
+    // and never held, so memory follows the paths, not the length of the history.
     struct History {
         struct Touches {
             int commits = 0; // commits naming the path
             std::optional<qint64> last; // newest of their times, seconds since 1970
         };
         QHash<QByteArrayView, Touches> paths;
-        QByteArrayList output;
+        QByteArrayList names;
     };
 
     // stopRequested, when given, is polled while git runs; a true answer kills git and yields none.
