@@ -156,10 +156,7 @@ std::optional<std::vector<FileRead>> readAll(const DependencyGraph& graph,
     const auto count = int(candidates.size());
     std::vector<FileRead> reads(candidates.size());
     PhaseProgress reading(progress, QStringLiteral("Reading imports"), count);
-    const FileNode* top = graph.root;
-    while (top && top->parent)
-        top = top->parent;
-    const Beneath folder(top ? top->url : QString());
+    const Beneath folder(graph.root ? graph.root->top().url : QString());
     parallelFor(count, workerCount(), [&](int c) {
         if (isCancelled(cancel))
             return;

@@ -82,6 +82,14 @@ void FileNode::finalize(int newDepth)
     });
 }
 
+const FileNode& FileNode::top() const
+{
+    const FileNode* node = this;
+    while (node->parent)
+        node = node->parent;
+    return *node;
+}
+
 void FileNode::sumCommits()
 {
     if (!isDirectory)

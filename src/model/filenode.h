@@ -66,6 +66,10 @@ public:
 
     const FileNode* find(QStringView relativePath) const;
 
+    // The node of the scanned folder itself, at the top of the tree this node is in: its url is where
+    // every relative path below starts.
+    const FileNode& top() const;
+
     // The largest commit count of any file below; 0 when there is none.
     qint64 changeCeiling() const;
 };

@@ -89,10 +89,7 @@ std::optional<TextSearchResult> search(
             ++passedOver;
     });
     const auto cancelled = [&] { return cancel && cancel->isCancelled(); };
-    const FileNode* top = &root;
-    while (top->parent)
-        top = top->parent;
-    const Beneath folder(top->url);
+    const Beneath folder(root.top().url);
 
     // Files are handed out in chunks: small enough to keep both cores busy to the end, large enough
     // that taking the next one costs nothing next to reading it.

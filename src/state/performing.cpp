@@ -31,12 +31,10 @@ QString mergedKeys(const QStringList& keys)
 // never opens something elsewhere on the disk. A link itself may be shown in its folder.
 std::optional<QString> handOverRefusal(const FileNode& node, bool linkShown = false)
 {
-    const FileNode* root = &node;
-    while (root->parent)
-        root = root->parent;
-    if (&node == root)
+    const FileNode& top = node.top();
+    if (&node == &top)
         return std::nullopt;
-    const std::optional<struct stat> status = Beneath(root->url).status(node.relativePath.toUtf8());
+    const std::optional<struct stat> status = Beneath(top.url).status(node.relativePath.toUtf8());
     if (!status)
         return node.relativePath + QStringLiteral(" is not in the folder now, or is reached through a link.");
     if (S_ISLNK(status->st_mode) && !linkShown)
