@@ -179,7 +179,7 @@ TEST(FishCompletion, OffersEveryCommandAndItsOptions)
 }
 
 // zsh's completion system cannot be driven from a script, so its file is read: every command has
-// its case, and every flag and option its specification.
+// its case, and every flag and option a line in that case.
 TEST(ZshCompletion, NamesEveryCommandAndItsOptions)
 {
     ASSERT_EQ(Installation::get().error().toStdString(), "");
@@ -190,11 +190,11 @@ TEST(ZshCompletion, NamesEveryCommandAndItsOptions)
         EXPECT_TRUE(script.contains(u"    '"_s + command.name + u':')) << "described among the commands";
         const qsizetype start = script.indexOf(u"    ("_s + command.name + u")\n"_s);
         ASSERT_GE(start, 0) << "a case of its own";
-        const QString specifications = script.mid(start, script.indexOf(u";;"_s, start) - start);
+        const QString caseText = script.mid(start, script.indexOf(u";;"_s, start) - start);
         for (const QString& flag : command.flags)
-            EXPECT_TRUE(specifications.contains(u'\'' + flag + u'\'')) << flag.toStdString();
+            EXPECT_TRUE(caseText.contains(u'\'' + flag + u'\'')) << flag.toStdString();
         for (const QString& option : command.options)
-            EXPECT_TRUE(specifications.contains(u'\'' + option + u':')) << option.toStdString();
+            EXPECT_TRUE(caseText.contains(u'\'' + option + u':')) << option.toStdString();
     }
 }
 
