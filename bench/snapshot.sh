@@ -29,5 +29,5 @@ done
 echo
 echo "Stages of the snapshot ($runs runs):"
 for _ in $(seq "$runs"); do
-    bash -c "$snap --timings" 2>&1 | grep '^scan'
+    bash -c "$snap --timings" 2>&1 | grep '^tree'
 done

@@ -29,7 +29,7 @@ run "$here/build/release/bench/timeline_bench" "$repo" "$@"
 echo
 echo "The window, 3 pressed with the cache warm (history: the wait for the read; then the build and the first frame):"
 for i in 1 2 3; do
-    run "$here/build/release/src/app/korvane" snapshot "$repo" --out "$work/h.png" --size 1600x1000 --keys 3 --timings 2>&1 | grep '^scan'
+    run "$here/build/release/src/app/korvane" snapshot "$repo" --out "$work/h.png" --size 1600x1000 --keys 3 --timings 2>&1 | grep '^tree'
 done
 echo
 echo "Load average after: $(cut -d' ' -f1-3 /proc/loadavg)"

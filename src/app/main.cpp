@@ -45,7 +45,14 @@ int resetSettings()
 int main(int argc, char* argv[])
 {
     const QString first = argc > 1 ? QString::fromLocal8Bit(argv[1]) : QString();
-    const bool window = argc == 1 || (argc == 2 && !first.startsWith(u'-') && !Cli::isCommand(first));
+    // The window takes a folder and --timings, in either order.
+    QStringList windowArguments;
+    for (int i = 1; i < argc; ++i)
+        windowArguments << QString::fromLocal8Bit(argv[i]);
+    const bool timings = windowArguments.removeAll(QStringLiteral("--timings")) > 0;
+    const bool window = windowArguments.isEmpty()
+        || (windowArguments.size() == 1 && !windowArguments[0].startsWith(u'-')
+            && !Cli::isCommand(windowArguments[0]));
     // Without a folder, the command line says what these commands need.
     const bool drawn = (first == u"snapshot" || first == u"replay") && argc > 2;
     if (!window && !drawn) {
@@ -81,5 +88,6 @@ int main(int argc, char* argv[])
             return command == u"replay" ? replayCommand(given) : snapshotCommand(given);
         });
     }
-    return runWindow(arguments.isEmpty() ? std::nullopt : std::optional(arguments.first()));
+    return runWindow(
+        windowArguments.isEmpty() ? std::nullopt : std::optional(windowArguments.first()), timings);
 }

@@ -81,7 +81,8 @@ const Entry environment[] = {
     { "KORVANE_SIZE", "The window's size in pixels, such as 1280x800." },
     { "KORVANE_TIMINGS",
         "When set, a snapshot prints on standard error how long the scan, the imports, the history, the "
-        "layout, the scene and the first frame took, and the keys typed." },
+        "layout, the scene and the first frame took, and the keys typed; the window prints when it first "
+        "drew the folder's city and when the commits arrived, as --timings does." },
     { "KORVANE_GIT_PATIENCE",
         "The seconds git may go without printing anything before Korvane stops it and says that git "
         "stopped answering (15)." },
@@ -143,7 +144,7 @@ QByteArray manPage(const QString& version, const QString& date)
     const auto form = [&page](const QString& words, bool named) {
         page += QStringLiteral(".SY korvane\n") + synopsisText(words, named) + QStringLiteral("\n.YS\n");
     };
-    form(QStringLiteral("[PATH]"), false);
+    form(QStringLiteral("[PATH] [--timings]"), false);
     form(alone.join(QStringLiteral(" | ")), false);
     for (const Cli::Command& command : Cli::commands())
         form(command.synopsis, true);
@@ -161,7 +162,8 @@ QByteArray manPage(const QString& version, const QString& date)
         QStringLiteral(
             "Without a command, korvane opens its window, on PATH when one is given, or on the welcome "
             "screen with the recent folders. The window is kept at the keyboard: ? shows every key. "
-            "It needs a display."));
+            "It needs a display. With --timings it prints on standard error when it first drew the "
+            "folder's city and when the commits arrived."));
     paragraph(page,
         QStringLiteral(
             "The commands run without a window, for scripts and CI. Each prints a readable summary, or "

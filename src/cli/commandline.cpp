@@ -111,14 +111,15 @@ QString usage()
     QStringList alone;
     for (const TopLevelOption& option : topLevelOptions())
         alone << option.name;
-    QString text = QStringLiteral("Usage: korvane [PATH]\n"
+    QString text = QStringLiteral("Usage: korvane [PATH] [--timings]\n"
                                   "       korvane COMMAND [ARGUMENTS]\n"
                                   "       korvane ")
         + alone.join(QStringLiteral(" | "))
         + QStringLiteral("\n\n"
                          "Korvane draws a folder or Git repository as a city, a tree, a replay of its\n"
                          "history or a graph of its imports. Without a command it opens its window (on\n"
-                         "PATH, when given). Its commands run without a window:\n\n");
+                         "PATH, when given; --timings says when it first drew the city). Its commands\n"
+                         "run without a window:\n\n");
     for (const Command& command : commands())
         text += QStringLiteral("  korvane ") + command.synopsis + QStringLiteral("\n      ") + command.summary
             + u'\n';

@@ -176,18 +176,26 @@ int Beneath::openFolder(QByteArrayView relative) const
     return openAt(relative, pathOnly | O_DIRECTORY);
 }
 
+std::optional<struct stat> Beneath::statusIn(int folder, QByteArrayView name)
+{
+    if (folder < 0 || !isPlain(name) || name.contains('/'))
+        return std::nullopt;
+    struct stat entry;
+    if (fstatat(folder, name.toByteArray().constData(), &entry, AT_SYMLINK_NOFOLLOW) != 0)
+        return std::nullopt;
+    return entry;
+}
+
 int Beneath::openFileIn(int folder, QByteArrayView name, struct stat* info)
 {
-    if (folder < 0 || !isPlain(name) || name.contains('/')) {
+    const std::optional<struct stat> entry = statusIn(folder, name);
+    if (!entry || !S_ISREG(entry->st_mode)) {
         errno = ENOENT;
         return -1;
     }
-    const QByteArray terminated = name.toByteArray();
-    struct stat entry;
-    if (fstatat(folder, terminated.constData(), &entry, AT_SYMLINK_NOFOLLOW) != 0 || !S_ISREG(entry.st_mode))
-        return -1;
     return keepIfRegular(
-        ::openat(folder, terminated.constData(), O_RDONLY | O_NONBLOCK | O_NOFOLLOW | O_CLOEXEC), info);
+        ::openat(folder, name.toByteArray().constData(), O_RDONLY | O_NONBLOCK | O_NOFOLLOW | O_CLOEXEC),
+        info);
 }
 
 std::optional<QByteArray> Beneath::read(QByteArrayView relative, qint64 limit, bool* whole) const

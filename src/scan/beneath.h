@@ -41,7 +41,8 @@ public:
     // name alone with openFileIn, which costs far less than walking each file's whole path. -1 when
     // it cannot be reached; the caller closes it.
     int openFolder(QByteArrayView relative) const;
-    // openFile for a file directly in a folder from openFolder, named without any "/".
+    // status and openFile for an entry directly in a folder from openFolder, named without any "/".
+    static std::optional<struct stat> statusIn(int folder, QByteArrayView name);
     static int openFileIn(int folder, QByteArrayView name, struct stat* info = nullptr);
 
     // The first `limit` bytes of a regular file (all of it when it is shorter); `whole` tells

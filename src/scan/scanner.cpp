@@ -9,6 +9,7 @@
 #include <QFile>
 #include <QFileInfo>
 #include <QHash>
+#include <QScopeGuard>
 #include <QThread>
 
 #include <algorithm>
@@ -134,6 +135,8 @@ LineCount Scanner::countLines(int fd, qint64 size)
         lines += std::count(buffer.get(), buffer.get() + n, '\n');
         last = buffer[n - 1];
         read += n;
+        if (read >= size)
+            break; // the end, without asking for it
     }
     if (last != '\n')
         ++lines;
@@ -182,7 +185,7 @@ std::vector<FileNode*> Scanner::buildTree(FileNode& root, const QList<QByteArray
 void Scanner::measure(const std::vector<FileNode*>& files, const QList<QByteArray>& paths, int workers,
     const std::function<void(qint64, qint64)>& report) const
 {
-    const Beneath folder(m_rootPath);
+    const Beneath root(m_rootPath);
     const qint64 count = qint64(files.size());
     const int chunkCount = std::max(1, 6 * QThread::idealThreadCount());
     const qint64 chunkSize = std::max<qint64>(1, (count + chunkCount - 1) / chunkCount);
@@ -191,11 +194,28 @@ void Scanner::measure(const std::vector<FileNode*>& files, const QList<QByteArra
     QElapsedTimer sinceReport;
     sinceReport.start();
     parallelFor(chunkCount, workers, [&](int chunk) {
+        // The paths come sorted, a folder's files together: each folder is opened once (never
+        // through a link), and its files by name alone.
+        std::optional<QByteArrayView> openPath;
+        int folder = -1;
+        const auto closeFolder = qScopeGuard([&] {
+            if (folder >= 0)
+                close(folder);
+        });
         const qint64 end = std::min((chunk + 1) * chunkSize, count);
         for (qint64 index = chunk * chunkSize; index < end; ++index) {
             if (cancelled())
                 return;
-            measureFile(*files[size_t(index)], folder, paths[index]);
+            const QByteArrayView path = paths[index];
+            const qsizetype slash = path.lastIndexOf('/');
+            const QByteArrayView parent = path.first(std::max<qsizetype>(slash, 0));
+            if (openPath != parent) {
+                if (folder >= 0)
+                    close(folder);
+                folder = root.openFolder(parent);
+                openPath = parent;
+            }
+            measureFile(*files[size_t(index)], folder, path.sliced(slash + 1));
             if (index % 64 != 0)
                 continue;
             qint64 reached = -1;
@@ -213,10 +233,10 @@ void Scanner::measure(const std::vector<FileNode*>& files, const QList<QByteArra
     });
 }
 
-void Scanner::measureFile(FileNode& file, const Beneath& folder, const QByteArray& path)
+void Scanner::measureFile(FileNode& file, int folder, QByteArrayView name)
 {
     // Whatever cannot be reached from inside the folder, such as a path through a link, is left out.
-    const std::optional<struct stat> info = folder.status(path);
+    const std::optional<struct stat> info = Beneath::statusIn(folder, name);
     if (!info || S_ISDIR(info->st_mode)) {
         file.excluded = true;
         return;
@@ -225,7 +245,7 @@ void Scanner::measureFile(FileNode& file, const Beneath& folder, const QByteArra
     file.modified = qint64(info->st_mtim.tv_sec);
     if (!S_ISREG(info->st_mode) || file.language->isBinary)
         return; // a link, a device or a picture is never read
-    const int fd = folder.openFile(path);
+    const int fd = Beneath::openFileIn(folder, name);
     const LineCount measured = countLines(fd, file.size);
     if (fd >= 0)
         close(fd);
@@ -235,7 +255,43 @@ void Scanner::measureFile(FileNode& file, const Beneath& folder, const QByteArra
         file.language = &Languages::binary();
 }
 
-std::variant<ScanResult, ScanError> Scanner::scan(const ProgressCallback& progress) const
+PendingHistory::PendingHistory(
+    const Git& git, const CancelFlagPtr& scanCancel, int maxCommits, qsizetype maxPaths)
+    : m_git(git.withStop([scanCancel, stop = m_stop] {
+        return stop->isCancelled() || (scanCancel && scanCancel->isCancelled());
+    }))
+    , m_log([git = m_git, maxCommits, maxPaths] { return git.history(maxCommits, maxPaths); })
+{
+}
+
+ScanHistory PendingHistory::finish()
+{
+    const Git::History log = m_log.take();
+    ScanHistory history;
+    history.tree = m_tree;
+    history.files.reserve(m_files.size());
+    for (const auto& [file, path] : m_files)
+        history.files.emplace_back(file, log.paths.value(path));
+    for (const Git::History::Touches& touches : log.paths)
+        history.peakCommits = std::max<qint64>(history.peakCommits, touches.commits);
+    history.warning = m_git.stall();
+    return history;
+}
+
+bool ScanHistory::applyTo(const std::shared_ptr<FileNode>& root) const
+{
+    if (!root || root != tree.lock())
+        return false;
+    for (const auto& [file, touches] : files) {
+        file->commits = touches.commits;
+        file->lastCommit = touches.last;
+    }
+    root->sumCommits();
+    return true;
+}
+
+std::variant<ScanResult, ScanError> Scanner::scan(
+    const ProgressCallback& progress, HistoryTiming timing) const
 {
     const auto report = [&](const QString& phase, qint64 done, qint64 total) {
         if (progress)
@@ -244,18 +300,16 @@ std::variant<ScanResult, ScanError> Scanner::scan(const ProgressCallback& progre
     if (!QFileInfo(m_rootPath).isDir())
         return ScanError { ScanError::Kind::notADirectory, m_rootPath };
     report(QStringLiteral("Listing files"), 0, 0);
-
     const Git git(m_rootPath, [cancel = m_cancel] { return cancel && cancel->isCancelled(); });
     ScanResult result;
     result.isGit = git.isInsideWorkTree();
 
     // The history is git's slowest answer: it starts first, on a thread of its own, and the rest of
     // the scan (listing, measuring, the status, finishing the tree) keeps to the other cores.
-    std::optional<SideJob<Git::History>> history;
+    std::shared_ptr<PendingHistory> history;
     const bool everything = m_scope == Scope::everything;
     if (result.isGit && everything)
-        history.emplace(
-            [git, paths = 2 * qsizetype(m_maxFiles)] { return git.history(historyCommits, paths); });
+        history.reset(new PendingHistory(git, m_cancel, historyCommits, 2 * qsizetype(m_maxFiles)));
 
     QList<QByteArray> paths;
     if (result.isGit)
@@ -275,20 +329,28 @@ std::variant<ScanResult, ScanError> Scanner::scan(const ProgressCallback& progre
     if (cancelled())
         return ScanError { ScanError::Kind::cancelled, m_rootPath };
 
+    // git's status stats every file as the measuring does: the two run side by side.
+    std::optional<SideJob<QHash<QString, GitFileStatus>>> status;
+    if (result.isGit && everything)
+        status.emplace([git] { return git.status(); });
+
     const QString rootName = QFileInfo(m_rootPath).fileName();
     result.root = std::make_shared<FileNode>(
         m_rootPath, rootName.isEmpty() ? m_rootPath : rootName, QString(), true, nullptr);
     const std::vector<FileNode*> files = buildTree(*result.root, paths);
 
-    // While git reads the history it keeps one core busy; leave that core to it.
-    const int workers = std::max(1, QThread::idealThreadCount() - (history ? 1 : 0));
+    // While git reads the history it keeps one core busy: a scan that waits for it leaves it that
+    // core, while one that hands the tree over first measures on every core, the tree being wanted
+    // first.
+    const bool treeFirst = timing == HistoryTiming::later;
+    const int workers = std::max(1, QThread::idealThreadCount() - (history && !treeFirst ? 1 : 0));
     if (everything)
         measure(files, paths, workers,
             [&](qint64 done, qint64 total) { report(QStringLiteral("Counting lines"), done, total); });
 
     if (result.isGit && everything) {
         result.branch = git.branch();
-        const QHash<QString, GitFileStatus> statuses = git.status();
+        const QHash<QString, GitFileStatus> statuses = status->take();
         for (FileNode* file : files) {
             const auto status = statuses.constFind(file->relativePath);
             if (status != statuses.cend())
@@ -299,30 +361,28 @@ std::variant<ScanResult, ScanError> Scanner::scan(const ProgressCallback& progre
         return ScanError { ScanError::Kind::cancelled, m_rootPath };
     // The history knows paths by git's raw bytes, which a name that is not UTF-8 does not survive
     // the trip through a QString with: they are kept beside each file left in the tree.
-    std::vector<std::pair<FileNode*, QByteArrayView>> keyed;
     if (history) {
-        keyed.reserve(files.size());
+        history->m_files.reserve(files.size());
         for (size_t i = 0; i < files.size(); ++i) {
             if (!files[i]->excluded)
-                keyed.emplace_back(files[i], paths[qsizetype(i)]);
+                history->m_files.emplace_back(files[i], paths[qsizetype(i)]);
         }
+        history->m_paths = std::move(paths);
+        history->m_tree = result.root;
     }
     result.root->finalize(0);
-
-    if (history) {
-        report(QStringLiteral("Reading git history"), qint64(files.size()), qint64(files.size()));
-        const Git::History touched = history->take();
-        for (const auto& [file, path] : keyed) {
-            const Git::History::Touches touches = touched.paths.value(path);
-            file->commits = touches.commits;
-            file->lastCommit = touches.last;
-        }
-        result.root->sumCommits();
-        for (const Git::History::Touches& touches : touched.paths)
-            result.peakCommits = std::max<qint64>(result.peakCommits, touches.commits);
-        if (cancelled())
-            return ScanError { ScanError::Kind::cancelled, m_rootPath };
-    }
     result.warning = git.stall();
+    if (!history || timing == HistoryTiming::later) {
+        result.history = std::move(history);
+        return result;
+    }
+
+    report(QStringLiteral("Reading git history"), qint64(files.size()), qint64(files.size()));
+    const ScanHistory read = history->finish();
+    if (cancelled())
+        return ScanError { ScanError::Kind::cancelled, m_rootPath };
+    read.applyTo(result.root);
+    result.peakCommits = read.peakCommits;
+    result.warning = read.warning;
     return result;
 }

@@ -1,7 +1,9 @@
 #pragma once
 
+#include "git/git.h"
 #include "model/filenode.h"
 #include "scan/cancelflag.h"
+#include "scan/parallel.h"
 
 #include <QByteArray>
 #include <QString>
@@ -12,13 +14,13 @@
 #include <variant>
 #include <vector>
 
-class Beneath;
-
 struct ScanProgress {
     QString phase;
     qint64 done = 0;
     qint64 total = 0;
 };
+
+class PendingHistory;
 
 struct ScanResult {
     std::shared_ptr<FileNode> root;
@@ -28,6 +30,44 @@ struct ScanResult {
     qint64 peakCommits = 0;
     // What went wrong along the way without spoiling the tree, such as git giving up.
     std::optional<QString> warning;
+    // Set when the tree was handed over before the history was read: git's log, still reading, whose
+    // commit counts and times are then written into the tree by ScanHistory::applyTo.
+    std::shared_ptr<PendingHistory> history;
+};
+
+// What a repository's recent history says of a scanned tree's files, gathered apart from the tree so
+// that the tree can be in use meanwhile.
+struct ScanHistory {
+    std::vector<std::pair<FileNode*, Git::History::Touches>> files;
+    qint64 peakCommits = 0;
+    // Why git was given up, if it was.
+    std::optional<QString> warning;
+    std::weak_ptr<FileNode> tree;
+
+    // Writes the commit counts and times into the tree they were read for, and sums them up its
+    // folders; any other tree is left alone and false returned.
+    bool applyTo(const std::shared_ptr<FileNode>& root) const;
+};
+
+// The history of a scan that handed its tree over first.
+class PendingHistory {
+public:
+    // Waits for git's log and matches it to the tree's files, writing nothing into the tree. Once.
+    ScanHistory finish();
+    // Stops git: finish returns soon after, with nothing read. Any thread.
+    void cancel() { m_stop->cancel(); }
+
+private:
+    friend class Scanner;
+    PendingHistory(const Git& git, const CancelFlagPtr& scanCancel, int maxCommits, qsizetype maxPaths);
+
+    CancelFlagPtr m_stop = std::make_shared<CancelFlag>();
+    Git m_git;
+    SideJob<Git::History> m_log;
+    // The tree's files, each with the path bytes git knows it by (views into m_paths).
+    std::vector<std::pair<FileNode*, QByteArrayView>> m_files;
+    QList<QByteArray> m_paths;
+    std::weak_ptr<FileNode> m_tree;
 };
 
 struct ScanError {
@@ -63,8 +103,13 @@ public:
     Scanner(const QString& rootPath, CancelFlagPtr cancel, int maxFiles = defaultMaxFiles,
         Scope scope = Scope::everything);
 
+    // Whether the scan ends once the history is read too, or hands the tree over before (see
+    // ScanResult::history).
+    enum class HistoryTiming { wait, later };
+
     // progress may be called from any thread.
-    std::variant<ScanResult, ScanError> scan(const ProgressCallback& progress = {}) const;
+    std::variant<ScanResult, ScanError> scan(
+        const ProgressCallback& progress = {}, HistoryTiming timing = HistoryTiming::wait) const;
 
     // Folders never entered by the walk, and the only dot-names it keeps.
     static const QList<QByteArray>& skippedDirectories();
@@ -80,7 +125,8 @@ private:
     std::vector<FileNode*> buildTree(FileNode& root, const QList<QByteArray>& paths) const;
     void measure(const std::vector<FileNode*>& files, const QList<QByteArray>& paths, int workers,
         const std::function<void(qint64 done, qint64 total)>& report) const;
-    static void measureFile(FileNode& file, const Beneath& folder, const QByteArray& path);
+    // Measures a file by its name in a folder opened beneath the root (-1 when that failed).
+    static void measureFile(FileNode& file, int folder, QByteArrayView name);
     bool cancelled() const { return m_cancel && m_cancel->isCancelled(); }
 
     QString m_rootPath;

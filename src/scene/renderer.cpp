@@ -44,7 +44,11 @@ QSurfaceFormat Renderer::defaultFormat()
 
 void Renderer::useDefaultFormat()
 {
-    QSurfaceFormat::setDefaultFormat(defaultFormat());
+    // A window only composes its widgets' images, which needs no samples; a multisampled window
+    // made each repaint of a progress bar cost a software renderer a tenth of a second.
+    QSurfaceFormat window = defaultFormat();
+    window.setSamples(0);
+    QSurfaceFormat::setDefaultFormat(window);
 }
 
 namespace {

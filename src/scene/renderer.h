@@ -25,9 +25,10 @@ public:
     static constexpr int shadowMapSize = 2048;
     static constexpr int groundShadeSize = 1024;
 
-    // 3.3 core with depth, stencil and 4× multisampling; useDefaultFormat() makes it the
-    // application's default, and must run before the QApplication is made.
+    // 3.3 core with depth, stencil and 4× multisampling, for the scene's own framebuffer.
     static QSurfaceFormat defaultFormat();
+    // Makes it, without the samples, the application's default, the format of the windows the
+    // scene's widgets are composed in; must run before the QApplication is made.
     static void useDefaultFormat();
     // Whether OpenGL is drawn by the processor (Mesa's llvmpipe or softpipe, SwiftShader), found
     // once with a throwaway context; needs a QGuiApplication.

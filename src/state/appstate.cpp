@@ -13,6 +13,7 @@ AppState::AppState(QObject* parent, bool persistent)
     m_recents = adopt<Recents>(persistent);
     connect(m_display, &DisplaySettings::modeChanged, this, &AppState::modeChanged);
     connect(m_scan, &ScanController::scanned, this, [this](const ScanResult& result) { apply(result); });
+    connect(m_scan, &ScanController::historyRead, this, &AppState::applyHistory);
     connect(m_imports, &DependencyController::showImportsChanged, this, &AppState::followImportsNeed);
     connect(m_timeline, &TimelineController::phaseChanged, this, &AppState::followHistory);
 }
@@ -66,6 +67,15 @@ void AppState::apply(ScanResult result)
     m_pendingSelection.reset();
     if (warning)
         setErrorMessage(warning);
+}
+
+void AppState::applyHistory(const ScanHistory& history)
+{
+    if (!history.applyTo(m_root))
+        return;
+    emit commitsChanged();
+    if (history.warning)
+        setErrorMessage(history.warning);
 }
 
 void AppState::installRoot(ScanResult result)

@@ -66,8 +66,10 @@ public:
     // Starts scanning a folder in the background and remembers it among the recent folders; a scan
     // still running is cancelled and its late results dropped.
     void open(const QString& path);
-    // Takes a finished scan into the state.
+    // Takes a finished scan into the state; in a repository its history may follow.
     void apply(ScanResult result);
+    // Writes the commit counts and times read for the tree into it, if it is still the one shown.
+    void applyHistory(const ScanHistory& history);
     void setErrorMessage(const std::optional<QString>& message);
     // The relative path to select once the next scan is applied.
     void setPendingSelection(const std::optional<QString>& relativePath)
@@ -107,6 +109,8 @@ public:
 
 signals:
     void rootChanged();
+    // The tree's commit counts and last-commit times arrived after the tree.
+    void commitsChanged();
     void viewRootChanged();
     void selectionChanged();
     void errorMessageChanged();

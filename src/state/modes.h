@@ -53,6 +53,16 @@ inline bool needsGit(ColorMode mode)
     return mode == ColorMode::churn || mode == ColorMode::status;
 }
 
+// Colourings and heights drawn from the files' commits, which in a repository arrive after the tree.
+inline bool readsCommits(ColorMode mode)
+{
+    return mode == ColorMode::churn || mode == ColorMode::age;
+}
+inline bool readsCommits(HeightMode mode)
+{
+    return mode == HeightMode::churn;
+}
+
 // The case after (step 1) or before (step -1) the given one, wrapping around.
 template <typename Mode, std::size_t N> Mode cycled(const std::array<Mode, N>& all, Mode mode, int step)
 {

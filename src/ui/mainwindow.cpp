@@ -158,6 +158,8 @@ void MainWindow::watchState()
     for (const auto signal : { &DisplaySettings::colorModeChanged, &DisplaySettings::heightModeChanged })
         connect(display, signal, this, &MainWindow::refreshMasthead);
     connect(scan, &ScanController::scanningChanged, this, &MainWindow::refreshMasthead);
+    connect(scan, &ScanController::readingHistoryChanged, this, &MainWindow::refreshMasthead);
+    connect(scan, &ScanController::readingHistoryChanged, this, &MainWindow::refreshLegend);
 
     for (const auto signal : { &AppState::rootChanged, &AppState::errorMessageChanged })
         connect(&m_state, signal, this, &MainWindow::refreshPanels);
@@ -249,6 +251,8 @@ void MainWindow::refreshMasthead()
     facts << Format::count(root->fileCount, u"file") << Format::count(root->lines, u"line");
     if (m_state.truncated())
         facts << QStringLiteral("first %1 files only").arg(Format::grouped(root->fileCount));
+    if (m_state.scan().readingHistory())
+        facts << QStringLiteral("reading history…");
     if (m_state.viewRoot() && !m_state.viewRoot()->relativePath.isEmpty())
         facts << QStringLiteral("in ") + m_state.viewRoot()->relativePath;
     m_facts->setText(facts.join(QStringLiteral("  ·  ")));
@@ -314,9 +318,12 @@ void MainWindow::refreshLegend()
                     SceneController::heatColor(theme, SceneController::coolestHeat), files(*least) });
         }
     }
-    m_legend->setEntries(entries, facts, theme);
-    m_legend->setVisible(
-        m_state.root() && !m_state.panels().captureImage() && (!entries.isEmpty() || !facts.isEmpty()));
+    // Churn and age colours wait for the commits, which come after the tree.
+    const bool waiting = m_state.scan().readingHistory() && readsCommits(scene.config().color)
+        && scene.config().mode != VisualizationMode::history;
+    m_legend->setEntries(entries, facts, theme, waiting ? QStringLiteral("reading history…") : QString());
+    m_legend->setVisible(m_state.root() && !m_state.panels().captureImage()
+        && (!entries.isEmpty() || !facts.isEmpty() || waiting));
     placeOverlays();
 }
 

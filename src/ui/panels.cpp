@@ -66,7 +66,10 @@ ProgressPanel::ProgressPanel(AppState& state, QWidget* parent)
     row->addWidget(hint);
     layout->addLayout(row);
     setFixedWidth(360);
+    m_later.setSingleShot(true);
+    connect(&m_later, &QTimer::timeout, this, &ProgressPanel::refresh);
     connect(&state.scan(), &ScanController::scanningChanged, this, &ProgressPanel::refresh);
+    connect(&state.scan(), &ScanController::progressChanged, this, &ProgressPanel::refresh);
     connect(&state.imports(), &DependencyController::progressChanged, this, &ProgressPanel::refresh);
     refresh();
 }
@@ -80,9 +83,19 @@ void ProgressPanel::refresh()
     if (!scan && !imports)
         return;
     const QString phase = scan ? scan->phase : imports->phase;
+    // Each repaint composes the whole window again, which on a software renderer takes a core's
+    // share from the work being shown: the bar moves four times a second, a new phase at once.
+    const QString shownPhase = phase + QStringLiteral("…");
+    if (shownPhase == m_phase->text() && m_sinceShown.isValid() && m_sinceShown.elapsed() < repaintMs) {
+        if (!m_later.isActive())
+            m_later.start(repaintMs - int(m_sinceShown.elapsed()));
+        return;
+    }
+    m_later.stop();
+    m_sinceShown.start();
     const qint64 done = scan ? scan->done : imports->done;
     const qint64 total = scan ? scan->total : imports->total;
-    m_phase->setText(phase + QStringLiteral("…"));
+    m_phase->setText(shownPhase);
     if (total > 0) {
         m_bar->setRange(0, 1000);
         m_bar->setValue(int(1000 * std::min(done, total) / total));
@@ -140,21 +153,24 @@ Legend::Legend(QWidget* parent)
     setAttribute(Qt::WA_TransparentForMouseEvents);
 }
 
-void Legend::setEntries(const QList<LegendEntry>& entries, const QList<LegendFact>& facts, const Theme& theme)
+void Legend::setEntries(const QList<LegendEntry>& entries, const QList<LegendFact>& facts, const Theme& theme,
+    const QString& note)
 {
-    m_entries = entries;
+    m_entries = note.isEmpty() ? entries : QList<LegendEntry> {};
     m_facts = facts;
+    m_note = note;
     m_theme = theme;
-    const int rows = int(std::min<qsizetype>(entries.size(), legendShown + 1) + facts.size());
-    int labelWidth = 80;
+    const int keys = note.isEmpty() ? int(std::min<qsizetype>(entries.size(), legendShown + 1)) : 1;
+    const int rows = keys + int(facts.size());
+    int labelWidth = std::max(80, fontMetrics().horizontalAdvance(note) - legendCount);
     for (qsizetype i = 0; i < std::min<qsizetype>(entries.size(), legendShown); ++i)
         labelWidth = std::max(labelWidth, fontMetrics().horizontalAdvance(entries[i].label));
     for (const LegendFact& fact : facts)
         labelWidth = std::max(labelWidth, fontMetrics().horizontalAdvance(fact.first) - 18);
     m_labelWidth = std::min(labelWidth, 260);
-    const int gap = facts.isEmpty() || entries.isEmpty() ? 0 : legendGap;
+    const int gap = facts.isEmpty() || keys == 0 ? 0 : legendGap;
     setFixedSize(28 + m_labelWidth + 12 + legendCount + 10, rows * legendRow + gap + 12);
-    setVisible(!entries.isEmpty() || !facts.isEmpty());
+    setVisible(keys > 0 || !facts.isEmpty());
     update();
 }
 
@@ -178,11 +194,13 @@ void Legend::paintEvent(QPaintEvent*)
             m_theme.ink3, Qt::AlignRight);
         y += legendRow;
     }
-    if (!m_facts.isEmpty() && !m_entries.isEmpty()) {
+    if (!m_facts.isEmpty() && (!m_entries.isEmpty() || !m_note.isEmpty())) {
         painter.setPen(m_theme.rule);
         painter.drawLine(10, y + legendGap / 2, width() - 10, y + legendGap / 2);
         y += legendGap;
     }
+    if (!m_note.isEmpty())
+        text(QRect(10, y, width() - 20, legendRow), m_note, m_theme.ink3, Qt::AlignLeft);
     qint64 rest = 0;
     for (qsizetype i = 0; i < m_entries.size(); ++i) {
         const LegendEntry& entry = m_entries[i];
@@ -318,6 +336,7 @@ Drawer::Drawer(AppState& state, QWidget* parent)
     outer->addWidget(scroll);
     for (const auto signal : { &AppState::selectionChanged, &AppState::viewRootChanged })
         connect(&state, signal, this, &Drawer::refresh);
+    connect(&state.scan(), &ScanController::readingHistoryChanged, this, &Drawer::refresh);
     connect(&state.display(), &DisplaySettings::darkChanged, this, &Drawer::refresh);
     connect(&state.display(), &DisplaySettings::modeChanged, this, &Drawer::refresh);
     connect(&state.display(), &DisplaySettings::colorModeChanged, this, &Drawer::refreshFilters);
@@ -341,7 +360,9 @@ void Drawer::fileRows(const FileNode& node, const Row& row) const
     }
     if (node.modified)
         row(QStringLiteral("Modified"), Format::date(*node.modified));
-    if (m_state.isGit()) {
+    if (m_state.isGit() && m_state.scan().readingHistory()) {
+        row(QStringLiteral("Commits"), QStringLiteral("reading history…"));
+    } else if (m_state.isGit()) {
         row(QStringLiteral("Commits"), Format::grouped(node.commits));
         if (node.lastCommit)
             row(QStringLiteral("Last commit"), Format::date(*node.lastCommit));

@@ -3,7 +3,9 @@
 #include "scene/scenecontroller.h"
 #include "state/appstate.h"
 
+#include <QElapsedTimer>
 #include <QFrame>
+#include <QTimer>
 #include <QWidget>
 
 class QLabel;
@@ -29,10 +31,13 @@ public:
     void refresh();
 
 private:
+    static constexpr int repaintMs = 250;
     AppState& m_state;
     QLabel* m_phase;
     QProgressBar* m_bar;
     QLabel* m_count;
+    QElapsedTimer m_sinceShown;
+    QTimer m_later; // shows the newest progress once a skipped one is due
 };
 
 // Every key that works, on "?".
@@ -50,7 +55,9 @@ class Legend : public QWidget {
     Q_OBJECT
 public:
     explicit Legend(QWidget* parent = nullptr);
-    void setEntries(const QList<LegendEntry>& entries, const QList<LegendFact>& facts, const Theme& theme);
+    // A note, when given, stands in for the colour keys: why there are none yet.
+    void setEntries(const QList<LegendEntry>& entries, const QList<LegendFact>& facts, const Theme& theme,
+        const QString& note = {});
 
 protected:
     void paintEvent(QPaintEvent* event) override;
@@ -58,6 +65,7 @@ protected:
 private:
     QList<LegendEntry> m_entries;
     QList<LegendFact> m_facts;
+    QString m_note;
     Theme m_theme = Theme::darkPalette();
     int m_labelWidth = 140;
 };

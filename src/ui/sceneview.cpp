@@ -50,6 +50,7 @@ SceneView::SceneView(AppState& state, QWidget* parent)
     : QOpenGLWidget(parent)
     , m_state(state)
 {
+    setFormat(Renderer::defaultFormat());
     setMouseTracking(true);
     setFocusPolicy(Qt::StrongFocus);
     setMinimumSize(200, 150);
@@ -64,6 +65,15 @@ SceneView::SceneView(AppState& state, QWidget* parent)
         scheduleBuild(true);
     });
     const DisplaySettings& display = state.display();
+    // Commit counts arriving after the tree change what the churn and age colours and heights show,
+    // and which files the fewest-changes filter dims.
+    connect(&state, &AppState::commitsChanged, this, [this] {
+        const DisplaySettings& display = m_state.display();
+        if (readsCommits(display.colorMode()) || readsCommits(display.heightMode()))
+            scheduleBuild(false);
+        applyFilter();
+        update();
+    });
     connect(&state, &AppState::viewRootChanged, this, [this] { scheduleBuild(true); });
     connect(&display, &DisplaySettings::modeChanged, this, [this] { scheduleBuild(true); });
     for (const auto signal : { &DisplaySettings::colorModeChanged, &DisplaySettings::heightModeChanged,

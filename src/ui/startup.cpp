@@ -234,6 +234,12 @@ QByteArray stateJson(const AppState& state, MainWindow& window)
         [](const Placement& placement) { return placement.kind == PlacementKind::building; });
     object.insert(u"drawn"_s,
         QJsonObject { { u"buildings"_s, buildings }, { u"links"_s, qint64(layout.edges.size()) } });
+    // The colour keys, each with its words and how many buildings wear it.
+    QJsonArray legend;
+    for (const LegendEntry& entry : scene.legend())
+        legend.append(QJsonObject { { u"label"_s, entry.label }, { u"count"_s, entry.count } });
+    object.insert(u"legend"_s, legend);
+    object.insert(u"readingHistory"_s, state.scan().readingHistory());
     const QString note = emptySceneNote(scene);
     object.insert(u"notice"_s, note.isEmpty() ? QJsonValue() : QJsonValue(note));
     return QJsonDocument(object).toJson(QJsonDocument::Indented);
@@ -256,12 +262,45 @@ void StartupRunner::start()
         QTimer::singleShot(0, this, &StartupRunner::run);
         return;
     }
-    // Keys wait for the folder: they run once its scan has ended, drawn or refused.
-    connect(&m_state.scan(), &ScanController::scanningChanged, this, [this] {
-        if (!m_state.scan().scanning() && !m_ran)
+    // Keys wait for the folder: they run once its scan has ended, drawn or refused, and its commits
+    // have arrived, so that they act on the whole of it.
+    const auto scanEnded = [this] {
+        if (m_state.scan().idle() && !m_ran)
             QTimer::singleShot(0, this, &StartupRunner::run);
+    };
+    connect(&m_state.scan(), &ScanController::scanningChanged, this, scanEnded);
+    connect(&m_state.scan(), &ScanController::readingHistoryChanged, this, scanEnded);
+    connect(&m_state, &AppState::rootChanged, this, [this] {
+        if (!m_treeMs)
+            m_treeMs = m_clock.elapsed();
     });
+    if (m_script.timings)
+        reportFirstCity();
     m_state.open(*m_script.open);
+}
+
+// How long the window took to draw the folder's city, and then to colour it by its commits.
+void StartupRunner::reportFirstCity()
+{
+    SceneView& scene = m_window.sceneView();
+    connect(&scene, &SceneView::built, this, [this, &scene] {
+        if (m_cityBuilt || !m_state.root())
+            return;
+        m_cityBuilt = true;
+        const qint64 layoutMs = scene.controller().layoutMilliseconds();
+        const qint64 buildMs = std::max<qint64>(scene.lastBuildMilliseconds() - layoutMs, 0);
+        auto* once = new QObject(this);
+        connect(&scene, &QOpenGLWidget::frameSwapped, once, [this, once, layoutMs, buildMs] {
+            std::fprintf(stderr,
+                "first city drawn %lld ms (tree %lld ms, layout %lld ms, scene build %lld ms)\n",
+                static_cast<long long>(m_clock.elapsed()), static_cast<long long>(m_treeMs.value_or(0)),
+                static_cast<long long>(layoutMs), static_cast<long long>(buildMs));
+            once->deleteLater();
+        });
+    });
+    connect(&m_state, &AppState::commitsChanged, this, [this] {
+        std::fprintf(stderr, "commits read %lld ms\n", static_cast<long long>(m_clock.elapsed()));
+    });
 }
 
 void StartupRunner::run()
@@ -406,10 +445,11 @@ void StartupRunner::printTimings(qint64 frameMs) const
     const SceneView& scene = m_window.sceneView();
     const qint64 layoutMs = scene.controller().layoutMilliseconds();
     std::fprintf(stderr,
-        "scan %lld ms, imports %lld ms, history %lld ms, layout %lld ms, scene build %lld ms, first frame "
-        "%lld ms\n",
-        static_cast<long long>(m_scanMs), static_cast<long long>(m_importsMs),
-        static_cast<long long>(m_historyMs), static_cast<long long>(layoutMs),
+        "tree %lld ms, scan %lld ms, imports %lld ms, history %lld ms, layout %lld ms, scene build %lld ms, "
+        "first frame %lld ms\n",
+        static_cast<long long>(m_treeMs.value_or(m_scanMs)), static_cast<long long>(m_scanMs),
+        static_cast<long long>(m_importsMs), static_cast<long long>(m_historyMs),
+        static_cast<long long>(layoutMs),
         static_cast<long long>(std::max<qint64>(scene.lastBuildMilliseconds() - layoutMs, 0)),
         static_cast<long long>(frameMs));
     // The median of a measure over the keys typed into the search field, or over the others.
@@ -501,10 +541,11 @@ void useWindowFormat()
     Renderer::useDefaultFormat();
 }
 
-int runWindow(const std::optional<QString>& folder)
+int runWindow(const std::optional<QString>& folder, bool timings)
 {
     QString error;
     StartupScript script = StartupScript::fromEnvironment(&error);
+    script.timings = script.timings || timings;
     if (!error.isEmpty()) {
         std::fprintf(stderr, "korvane: %s\n", qPrintable(error));
         return 2;

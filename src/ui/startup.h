@@ -77,12 +77,15 @@ private:
     void waitForSearch();
     int finish();
     void printTimings(qint64 frameMs) const;
+    void reportFirstCity();
 
     MainWindow& m_window;
     AppState& m_state;
     StartupScript m_script;
     bool m_ran = false;
-    qint64 m_scanMs = 0;
+    qint64 m_scanMs = 0; // until the keys could start: the tree and its commits
+    std::optional<qint64> m_treeMs; // until the tree was in the state
+    bool m_cityBuilt = false;
     qint64 m_importsMs = 0; // waiting for the imports to be read, read and settled
     qint64 m_historyMs = 0; // waiting for the history to be read
     // Each key: whether it was typed into the search field, how long until its own effects were
@@ -102,7 +105,8 @@ private:
 // The OpenGL format of every view; call it before the QApplication is made.
 void useWindowFormat();
 // Opens the window (on a folder, when given), runs the script of the environment, and returns the
-// exit status. A QApplication must exist.
-int runWindow(const std::optional<QString>& folder);
+// exit status; with timings it says on standard error when the folder's city was first drawn. A
+// QApplication must exist.
+int runWindow(const std::optional<QString>& folder, bool timings = false);
 // Renders a folder into an image without showing the window; returns the exit status.
 int runSnapshot(const StartupScript& script);

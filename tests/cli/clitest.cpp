@@ -172,7 +172,8 @@ INSTANTIATE_TEST_SUITE_P(Table, CommandLineUsage,
         UsageCase { "flowReach", { u"flow"_s, u"a.js"_s, u"--reach"_s, u"0"_s }, 2, "",
             "korvane: --reach takes a number of calls from 1 to" },
         UsageCase { "version", { u"--version"_s }, 0, "korvane " KORVANE_VERSION, "" },
-        UsageCase { "help", { u"--help"_s }, 0, "Usage: korvane [PATH]\n       korvane COMMAND", "" },
+        UsageCase {
+            "help", { u"--help"_s }, 0, "Usage: korvane [PATH] [--timings]\n       korvane COMMAND", "" },
         UsageCase { "commandHelp", { u"scan"_s, u"--help"_s }, 0, "Usage: korvane scan PATH [--json]", "" }),
     rowName);
 

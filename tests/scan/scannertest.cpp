@@ -277,6 +277,48 @@ TEST(Scanner, ReadsGitStateWithoutWritingIntoTheRepository)
     EXPECT_EQ(root.find(u"dist")->lastCommit, 1700000000);
 }
 
+TEST(Scanner, ATreeHandedOverBeforeItsHistoryTakesItsCommitsOnlyWhereItIsApplied)
+{
+    GitRepo repo;
+    repo.write(u"a.c"_s, "x\n");
+    repo.write(u"b.c"_s, "x\n");
+    repo.commitAll(u"one"_s, 1700000000);
+    repo.write(u"a.c"_s, "y\n");
+    repo.commitAll(u"two"_s, 1700000500);
+
+    auto early = Scanner(repo.path(), std::make_shared<CancelFlag>()).scan({}, Scanner::HistoryTiming::later);
+    ASSERT_TRUE(std::holds_alternative<ScanResult>(early));
+    ScanResult& result = std::get<ScanResult>(early);
+    ASSERT_TRUE(result.history);
+    EXPECT_EQ(result.root->commits, 0);
+    const ScanHistory history = result.history->finish();
+    EXPECT_EQ(history.peakCommits, 2);
+    // Read, but not yet written: the tree is the caller's until it applies the history.
+    EXPECT_EQ(result.root->find(u"a.c")->commits, 0);
+
+    // Another scan's tree of the same folder is a different tree: nothing is written into it.
+    const ScanResult other = scanOk(repo.path());
+    const qint64 before = other.root->commits;
+    EXPECT_FALSE(history.applyTo(other.root));
+    EXPECT_EQ(other.root->commits, before);
+
+    EXPECT_TRUE(history.applyTo(result.root));
+    EXPECT_EQ(result.root->find(u"a.c")->commits, 2);
+    EXPECT_EQ(result.root->find(u"a.c")->lastCommit, 1700000500);
+    EXPECT_EQ(result.root->commits, 3);
+    EXPECT_EQ(result.root->lastCommit, 1700000500);
+}
+
+TEST(Scanner, AFolderOutsideARepositoryHasNoHistoryToFollow)
+{
+    TempFolder folder;
+    folder.write(u"a.c"_s, "x\n");
+    auto early
+        = Scanner(folder.path(), std::make_shared<CancelFlag>()).scan({}, Scanner::HistoryTiming::later);
+    ASSERT_TRUE(std::holds_alternative<ScanResult>(early));
+    EXPECT_FALSE(std::get<ScanResult>(early).history);
+}
+
 TEST(Scanner, ASubfolderOfARepositoryIsScannedRelativeToItself)
 {
     GitRepo repo;

@@ -38,7 +38,7 @@ protected:
     void open(const QString& path)
     {
         state.open(path);
-        ASSERT_TRUE(waitFor([&] { return !state.scan().scanning() && state.root(); }));
+        ASSERT_TRUE(waitFor([&] { return state.scan().idle() && state.root(); }));
     }
     void readGraph()
     {
@@ -123,7 +123,7 @@ INSTANTIATE_TEST_SUITE_P(Imports, ReadingInterrupted,
         Interruption { "ANewFolderLandsInTheCity",
             [](ImportsState&, AppState& state, KeyRouter&, const QString& elsewhere) {
                 state.open(elsewhere);
-                ASSERT_TRUE(waitFor([&] { return !state.scan().scanning(); }));
+                ASSERT_TRUE(waitFor([&] { return state.scan().idle(); }));
             },
             VisualizationMode::city }),
     rowName);

@@ -14,7 +14,7 @@ namespace {
 void openAndWait(AppState& state, const QString& path)
 {
     state.open(path);
-    ASSERT_TRUE(waitFor([&] { return !state.scan().scanning(); })) << "scan of " << path.toStdString();
+    ASSERT_TRUE(waitFor([&] { return state.scan().idle(); })) << "scan of " << path.toStdString();
 }
 
 // A search that runs while a new folder opens is dropped: its results never arrive, and the new
@@ -33,7 +33,7 @@ TEST(SearchState, ASearchRunningWhenAnotherFolderOpensNeverReportsBack)
     state.filters().setSearchText(u"needle"_s);
     ASSERT_TRUE(waitFor([&] { return state.search().textSearching(); }));
     state.open(second.path());
-    ASSERT_TRUE(waitFor([&] { return !state.scan().scanning(); }));
+    ASSERT_TRUE(waitFor([&] { return state.scan().idle(); }));
     EXPECT_FALSE(state.search().textSearching());
     // Long enough for the abandoned search to have finished and posted, were it going to.
     int results = 0;

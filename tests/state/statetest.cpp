@@ -17,7 +17,7 @@ namespace {
 void openAndWait(AppState& state, const QString& path)
 {
     state.open(path);
-    ASSERT_TRUE(waitFor([&] { return !state.scan().scanning(); })) << "scan of " << path.toStdString();
+    ASSERT_TRUE(waitFor([&] { return state.scan().idle(); })) << "scan of " << path.toStdString();
 }
 
 const FileNode& node(const AppState& state, const QString& relativePath)
@@ -148,13 +148,91 @@ TEST_F(StateTest, ASecondOpenCancelsTheFirstAndOnlyItsTreeArrives)
     QObject::connect(&state, &AppState::rootChanged, [&] { ++roots; });
     state.open(first.path());
     state.open(second.path());
-    ASSERT_TRUE(waitFor([&] { return !state.scan().scanning(); }));
+    ASSERT_TRUE(waitFor([&] { return state.scan().idle(); }));
     // Let any late delivery of the first scan through: it must change nothing.
     QThread::msleep(200);
     QCoreApplication::processEvents();
     EXPECT_EQ(roots, 1);
     EXPECT_EQ(state.root()->url, second.path());
     EXPECT_NE(state.root()->find(u"only-here.txt"_s), nullptr);
+}
+
+// A repository whose log takes git a while, long after the tree is measured.
+class LongHistory : public GitRepo {
+public:
+    static constexpr int commits = 3000;
+
+    LongHistory()
+    {
+        write(u"README.md"_s, "# r\n");
+        commitMany(commits);
+        write(u"src/part1/file1.c"_s, "int x = 0; // changed\n");
+    }
+};
+
+// Every measure of every node, in the tree's order, as one text to compare.
+QString describe(const FileNode& node)
+{
+    QString text = u"%1 size=%2 lines=%3 files=%4 commits=%5 last=%6 status=%7 changed=%8 lang=%9\n"_s
+                       .arg(node.relativePath)
+                       .arg(node.size)
+                       .arg(node.lines)
+                       .arg(node.fileCount)
+                       .arg(node.commits)
+                       .arg(node.lastCommit.value_or(-1))
+                       .arg(node.gitStatus ? int(*node.gitStatus) : -1)
+                       .arg(node.changedCount)
+                       .arg(node.language ? node.language->name : QString());
+    for (const auto& child : node.children)
+        text += describe(*child);
+    return text;
+}
+
+TEST_F(StateTest, ARepositorysTreeArrivesBeforeItsCommitsAndEndsAsACompleteScanWould)
+{
+    LongHistory repo;
+    AppState state(nullptr, false);
+    std::optional<bool> waitingAtFirst;
+    qint64 commitsAtFirst = -1;
+    int changes = 0;
+    QObject::connect(&state, &AppState::rootChanged, [&] {
+        waitingAtFirst = state.scan().readingHistory();
+        commitsAtFirst = state.root()->commits;
+    });
+    QObject::connect(&state, &AppState::commitsChanged, [&] { ++changes; });
+    state.open(repo.path());
+    ASSERT_TRUE(waitFor([&] { return state.scan().idle(); }));
+    EXPECT_EQ(waitingAtFirst, true);
+    EXPECT_EQ(commitsAtFirst, 0);
+    EXPECT_EQ(changes, 1);
+
+    const auto complete = Scanner(repo.path(), std::make_shared<CancelFlag>()).scan();
+    ASSERT_TRUE(std::holds_alternative<ScanResult>(complete));
+    const FileNode& whole = *std::get<ScanResult>(complete).root;
+    EXPECT_EQ(state.root()->commits, whole.commits);
+    EXPECT_EQ(node(state, u"src/part1/file1.c"_s).gitStatus, GitFileStatus::modified);
+    EXPECT_EQ(describe(*state.root()), describe(whole));
+    EXPECT_GT(whole.commits, LongHistory::commits);
+    EXPECT_FALSE(state.errorMessage());
+}
+
+TEST_F(StateTest, AFolderOpenedWhileTheHistoryIsReadNeverTakesItsCommits)
+{
+    LongHistory repo;
+    Project plain;
+    AppState state(nullptr, false);
+    state.open(repo.path());
+    ASSERT_TRUE(waitFor([&] { return state.root() != nullptr; }));
+    ASSERT_TRUE(state.scan().readingHistory());
+    state.open(plain.path());
+    ASSERT_TRUE(waitFor([&] { return state.scan().idle(); }));
+    // Let any late delivery of the first history through: it must change nothing.
+    QThread::msleep(300);
+    QCoreApplication::processEvents();
+    EXPECT_EQ(state.root()->url, plain.path());
+    EXPECT_EQ(state.root()->commits, 0);
+    EXPECT_FALSE(state.scan().readingHistory());
+    EXPECT_FALSE(state.errorMessage());
 }
 
 TEST_F(StateTest, AMissingFolderIsReportedInPlace)

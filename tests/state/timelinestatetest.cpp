@@ -75,7 +75,7 @@ protected:
     void openAndRead(const QString& path)
     {
         state.open(path);
-        ASSERT_TRUE(waitFor([&] { return !state.scan().scanning() && state.root(); }));
+        ASSERT_TRUE(waitFor([&] { return state.scan().idle() && state.root(); }));
         ASSERT_TRUE(waitFor([&] { return state.timeline().phase() != TimelineController::Phase::indexing; }));
         ASSERT_EQ(state.timeline().phase(), TimelineController::Phase::ready)
             << state.timeline().error().toStdString();
@@ -264,7 +264,7 @@ TEST_F(TimelineState, CancellingTheReadingSaysSoAndTheHistoryViewTriesAgain)
 {
     Story repo;
     state.open(repo.path());
-    ASSERT_TRUE(waitFor([&] { return !state.scan().scanning() && state.root(); }));
+    ASSERT_TRUE(waitFor([&] { return state.scan().idle() && state.root(); }));
     TimelineController& timeline = state.timeline();
     if (timeline.phase() == TimelineController::Phase::indexing) {
         timeline.cancel();
@@ -283,7 +283,7 @@ TEST_F(TimelineState, APlainFolderHasNoHistoryAndARepositoryWithoutCommitsSaysSo
     TempFolder plain;
     plain.write(u"a.c"_s, "int a;\n");
     state.open(plain.path());
-    ASSERT_TRUE(waitFor([&] { return !state.scan().scanning() && state.root(); }));
+    ASSERT_TRUE(waitFor([&] { return state.scan().idle() && state.root(); }));
     EXPECT_EQ(state.timeline().phase(), TimelineController::Phase::idle);
     EXPECT_FALSE(router.perform(u"history"_s));
     EXPECT_EQ(state.errorMessage(), u"History needs a git repository."_s);

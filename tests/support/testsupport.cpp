@@ -116,19 +116,45 @@ void GitRepo::writeIndex(QList<QByteArray> paths, const QByteArray& content) con
     file.write(index);
 }
 
+QByteArray GitRepo::gitWithInput(const QStringList& arguments, const QByteArray& input) const
+{
+    QProcess process;
+    process.setWorkingDirectory(path());
+    process.start(QStringLiteral("/usr/bin/git"), arguments);
+    process.write(input);
+    process.closeWriteChannel();
+    process.waitForFinished(-1);
+    EXPECT_EQ(process.exitCode(), 0) << process.readAllStandardError().toStdString();
+    return process.readAllStandardOutput().trimmed();
+}
+
+void GitRepo::commitMany(int count) const
+{
+    constexpr int files = 40;
+    const auto name = [](int file) -> QByteArray {
+        return "src/part" + QByteArray::number(file % 5) + "/file" + QByteArray::number(file) + ".c";
+    };
+    for (int file = 0; file < files; ++file)
+        write(QString::fromLatin1(name(file)), "int x;\n");
+    commitAll(QStringLiteral("start"), 1600000000);
+    QByteArray stream;
+    for (int i = 1; i <= count; ++i) {
+        stream += "commit refs/heads/main\ncommitter T <t@e> " + QByteArray::number(1600000000 + i)
+            + " +0000\ndata 2\nc\n" + (i == 1 ? "from refs/heads/main^0\n" : "");
+        for (const int file : { i % files, (i * 7) % 13 }) {
+            const QByteArray text = "int x = " + QByteArray::number(i) + ";\n";
+            stream += "M 100644 inline " + name(file) + "\ndata " + QByteArray::number(text.size()) + "\n"
+                + text;
+        }
+    }
+    gitWithInput(
+        { QStringLiteral("fast-import"), QStringLiteral("--quiet"), QStringLiteral("--force") }, stream);
+    git({ QStringLiteral("reset"), QStringLiteral("--hard"), QStringLiteral("-q") });
+}
+
 QByteArray GitRepo::commitTreeBomb(int levels, int fanout) const
 {
-    const auto withInput = [&](const QStringList& arguments, const QByteArray& input) {
-        QProcess process;
-        process.setWorkingDirectory(path());
-        process.start(QStringLiteral("/usr/bin/git"), arguments);
-        process.write(input);
-        process.closeWriteChannel();
-        process.waitForFinished(-1);
-        EXPECT_EQ(process.exitCode(), 0) << process.readAllStandardError().toStdString();
-        return process.readAllStandardOutput().trimmed();
-    };
-    const QByteArray blob = withInput(
+    const QByteArray blob = gitWithInput(
         { QStringLiteral("hash-object"), QStringLiteral("-w"), QStringLiteral("--stdin") }, "x\n");
     QByteArray tree = blob;
     QByteArray kind = "100644 blob ";
@@ -136,14 +162,14 @@ QByteArray GitRepo::commitTreeBomb(int levels, int fanout) const
         QByteArray entries;
         for (int i = 0; i < fanout; ++i)
             entries += kind + tree + "\t" + (level == 0 ? "f" : "d") + QByteArray::number(i) + "\n";
-        tree = withInput({ QStringLiteral("mktree") }, entries);
+        tree = gitWithInput({ QStringLiteral("mktree") }, entries);
         kind = "040000 tree ";
     }
     const QByteArray head = git({ QStringLiteral("rev-parse"), QStringLiteral("HEAD") }).trimmed();
     const QByteArray headTree = git({ QStringLiteral("rev-parse"), QStringLiteral("HEAD^{tree}") }).trimmed();
     const QByteArray listed = git({ QStringLiteral("ls-tree"), QString::fromLatin1(headTree) });
     const QByteArray bombTree
-        = withInput({ QStringLiteral("mktree") }, listed + "040000 tree " + tree + "\tbomb\n");
+        = gitWithInput({ QStringLiteral("mktree") }, listed + "040000 tree " + tree + "\tbomb\n");
     const auto commit = [&](const QByteArray& of, const QByteArray& parent, const char* message) {
         return git({ QStringLiteral("commit-tree"), QString::fromLatin1(of), QStringLiteral("-p"),
                        QString::fromLatin1(parent), QStringLiteral("-m"), QString::fromLatin1(message) })

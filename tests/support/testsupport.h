@@ -35,6 +35,11 @@ public:
     // Runs git in the folder (or a subfolder); fails the test when git fails unless allowFailure.
     // Commits it makes carry the given time, in seconds since 1970, as author and committer time.
     QByteArray git(const QStringList& arguments, bool allowFailure = false, qint64 time = 1700000000) const;
+    // Runs git with the input on its standard input; fails the test when git fails. Its output.
+    QByteArray gitWithInput(const QStringList& arguments, const QByteArray& input) const;
+    // Adds `count` commits on top of HEAD, each changing two of 40 files under src/ (made when
+    // missing), and checks them out: a log that keeps git busy a while after the files are listed.
+    void commitMany(int count) const;
     // Stages everything and commits at the given time.
     void commitAll(const QString& message, qint64 time = 1700000000) const;
     // Writes the index byte by byte, as a hand-made one would be: every path names one blob holding

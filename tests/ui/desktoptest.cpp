@@ -187,6 +187,35 @@ TEST(Remembering, AColouringThatReadsGitWaitsForTheNextRepository)
     EXPECT_EQ(runWindow(repository.path(), {}, config.path())[u"colorMode"_s], u"churn"_s);
 }
 
+// A window that opens coloured by churn draws its city before git has read the history, and colours
+// it by the commits once they arrive: in the end as a snapshot, made from the whole scan, colours it.
+TEST(Remembering, AChurnCityDrawnBeforeItsCommitsEndsColouredAsTheWholeScanColoursIt)
+{
+    GitRepo repository;
+    repository.commitMany(3000);
+    TempFolder config;
+    ASSERT_EQ(runWindow(repository.path(), u"c c"_s, config.path())[u"colorMode"_s], u"churn"_s);
+
+    Outcome run;
+    const QJsonObject window = runWindow(repository.path(), {}, config.path(),
+        { { u"KORVANE_TIMINGS"_s, u"1"_s }, { u"KORVANE_SIZE"_s, u"1000x640"_s } }, &run);
+    EXPECT_FALSE(window[u"readingHistory"_s].toBool());
+    // The city was drawn first, and the commits came after it.
+    const qsizetype drawn = run.err.indexOf("first city drawn");
+    const qsizetype read = run.err.indexOf("commits read");
+    ASSERT_GE(drawn, 0) << run.err.toStdString();
+    EXPECT_GT(read, drawn) << run.err.toStdString();
+
+    TempFolder out;
+    const Outcome snapshot = korvaneOnDisplay({ u"snapshot"_s, repository.path(), u"--out"_s,
+        out.path(u"s.png"_s), u"--size"_s, u"1000x640"_s, u"--color"_s, u"churn"_s, u"--print-state"_s });
+    ASSERT_EQ(snapshot.exitCode, 0) << snapshot.err.toStdString();
+    const QJsonArray legend = QJsonDocument::fromJson(snapshot.out).object()[u"legend"_s].toArray();
+    ASSERT_GT(legend.size(), 1);
+    EXPECT_TRUE(legend.first().toObject()[u"label"_s].toString().contains(u"commit"_s));
+    EXPECT_EQ(window[u"legend"_s].toArray(), legend);
+}
+
 struct DamageCase {
     const char* name;
     const char* says;
