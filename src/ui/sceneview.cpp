@@ -181,8 +181,11 @@ void SceneView::build()
     // Byte sizes at a past commit are not known: the history is measured in lines.
     const HeightMode heightMode
         = history && display.heightMode() == HeightMode::size ? HeightMode::lines : display.heightMode();
-    const SceneConfig config { display.mode(), display.colorMode(), heightMode, display.heightScale(),
-        Theme::of(display.dark()) };
+    // Until a repository's commits arrive no file has any, and its age would be the checkout's time:
+    // the age colouring waits in churn's neutral colour.
+    const bool waiting = !history && m_state.scan().readingHistory() && display.colorMode() == ColorMode::age;
+    const SceneConfig config { display.mode(), waiting ? ColorMode::churn : display.colorMode(), heightMode,
+        display.heightScale(), Theme::of(display.dark()) };
     const bool reset = m_resetPending || root != m_builtRoot || display.mode() != m_builtMode;
     m_resetPending = false;
     QElapsedTimer clock;
