@@ -3,37 +3,40 @@
 #include "model/terminal.h"
 #include "search/foldersearch.h"
 
+#include <QDir>
+#include <QFileInfo>
+
 namespace Cli {
 
 namespace {
 
-QString summary(const TextSearchResult& result, const TextNeedle& needle)
+QString summary(const PathSearchResult& result, const TextNeedle& needle)
 {
     qint64 lines = 0;
-    for (const qint64 count : result.counts)
+    for (const auto& [path, count] : result.files)
         lines += count;
-    const qsizetype files = result.nodes.size();
+    const qsizetype files = qsizetype(result.files.size());
     if (files == 0)
         return QStringLiteral("No line holds \"") + needle.text() + QStringLiteral("\".\n");
     QString text = Format::grouped(lines) + (lines == 1 ? u" line"_qs : u" lines"_qs) + QStringLiteral(" in ")
         + Format::grouped(files) + (files == 1 ? u" file"_qs : u" files"_qs) + QStringLiteral(" hold \"")
         + needle.text()
         + (needle.caseSensitive() ? u"\", matching case\n\n"_qs : u"\", ignoring case\n\n"_qs);
-    const qsizetype width = Format::grouped(result.counts.value(result.nodes.first())).size();
-    for (const FileNode* node : result.nodes)
-        text += Format::grouped(result.counts.value(node)).rightJustified(width) + QStringLiteral("  ")
-            + node->relativePath + u'\n';
+    const qsizetype width = Format::grouped(result.files.front().second).size();
+    for (const auto& [path, count] : result.files)
+        text += Format::grouped(count).rightJustified(width) + QStringLiteral("  ") + QString::fromUtf8(path)
+            + u'\n';
     return text;
 }
 
-QByteArray json(const TextSearchResult& result)
+QByteArray json(const PathSearchResult& result)
 {
     JsonWriter json;
     json.beginArray();
-    for (const FileNode* node : result.nodes) {
+    for (const auto& [path, count] : result.files) {
         json.beginObject();
-        json.value("relativePath", node->relativePath);
-        json.value("count", result.counts.value(node));
+        json.value("relativePath", QString::fromUtf8(path));
+        json.value("count", count);
         json.endObject();
     }
     json.endArray();
@@ -49,13 +52,15 @@ int search(const Arguments& arguments)
         Terminal::err(QStringLiteral("The text to search for is blank.\n"));
         return 1;
     }
-    // The search reads every file itself, so the scan only lists them: no measures, no history.
-    const std::optional<ScanResult> scanned
-        = scanFolder(arguments.positional.first(), Scanner::Scope::listing);
-    if (!scanned)
+    // The search reads every file itself: the folder is only listed, and no tree is made of it.
+    const QString folder = QDir::cleanPath(QFileInfo(arguments.positional.first()).absoluteFilePath());
+    auto listed = Scanner(folder, std::make_shared<CancelFlag>()).list();
+    if (const auto* error = std::get_if<ScanError>(&listed)) {
+        Terminal::err(error->description() + u'\n');
         return 1;
-    const std::optional<TextSearchResult> result
-        = FolderSearch::search(*scanned->root, *needle, std::make_shared<CancelFlag>());
+    }
+    const std::optional<PathSearchResult> result = FolderSearch::search(
+        folder, std::get<ScanListing>(listed).paths, *needle, std::make_shared<CancelFlag>());
     if (arguments.flags.contains(QStringLiteral("--json")))
         Terminal::out(json(*result));
     else

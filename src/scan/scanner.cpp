@@ -255,6 +255,39 @@ void Scanner::measureFile(FileNode& file, int folder, QByteArrayView name)
         file.language = &Languages::binary();
 }
 
+QList<QByteArray> Scanner::listPaths(const Git& git, bool isGit, bool* truncated) const
+{
+    QList<QByteArray> paths;
+    if (isGit)
+        paths = git.listFiles().value_or(QList<QByteArray>());
+    if (paths.isEmpty())
+        paths = walk();
+    // A path that would leave the folder, or is deeper than any real project, is never taken in.
+    const qsizetype listed = paths.size();
+    paths.removeIf([](const QByteArray& path) {
+        return !Beneath::isPlain(path) || Beneath::depth(path) > Beneath::maxDepth;
+    });
+    *truncated = paths.size() < listed;
+    if (paths.size() > m_maxFiles) {
+        paths.resize(m_maxFiles);
+        *truncated = true;
+    }
+    return paths;
+}
+
+std::variant<ScanListing, ScanError> Scanner::list() const
+{
+    if (!QFileInfo(m_rootPath).isDir())
+        return ScanError { ScanError::Kind::notADirectory, m_rootPath };
+    const Git git(m_rootPath, [cancel = m_cancel] { return cancel && cancel->isCancelled(); });
+    ScanListing listing;
+    listing.isGit = git.isInsideWorkTree();
+    listing.paths = listPaths(git, listing.isGit, &listing.truncated);
+    if (cancelled())
+        return ScanError { ScanError::Kind::cancelled, m_rootPath };
+    return listing;
+}
+
 PendingHistory::PendingHistory(
     const Git& git, const CancelFlagPtr& scanCancel, int maxCommits, qsizetype maxPaths)
     : m_git(git.withStop([scanCancel, stop = m_stop] {
@@ -311,21 +344,7 @@ std::variant<ScanResult, ScanError> Scanner::scan(
     if (result.isGit && everything)
         history.reset(new PendingHistory(git, m_cancel, historyCommits, 2 * qsizetype(m_maxFiles)));
 
-    QList<QByteArray> paths;
-    if (result.isGit)
-        paths = git.listFiles().value_or(QList<QByteArray>());
-    if (paths.isEmpty())
-        paths = walk();
-    // A path that would leave the folder, or is deeper than any real project, is never taken in.
-    const qsizetype listed = paths.size();
-    paths.removeIf([](const QByteArray& path) {
-        return !Beneath::isPlain(path) || Beneath::depth(path) > Beneath::maxDepth;
-    });
-    result.truncated = paths.size() < listed;
-    if (paths.size() > m_maxFiles) {
-        paths.resize(m_maxFiles);
-        result.truncated = true;
-    }
+    QList<QByteArray> paths = listPaths(git, result.isGit, &result.truncated);
     if (cancelled())
         return ScanError { ScanError::Kind::cancelled, m_rootPath };
 

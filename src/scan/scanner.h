@@ -70,6 +70,13 @@ private:
     std::weak_ptr<FileNode> m_tree;
 };
 
+// The files of a folder as a scan lists them, before any is measured.
+struct ScanListing {
+    QList<QByteArray> paths; // relative, in git's order (or the walk's), each a plain path inside
+    bool isGit = false;
+    bool truncated = false;
+};
+
 struct ScanError {
     enum class Kind { notADirectory, cancelled };
     Kind kind;
@@ -111,6 +118,9 @@ public:
     std::variant<ScanResult, ScanError> scan(
         const ProgressCallback& progress = {}, HistoryTiming timing = HistoryTiming::wait) const;
 
+    // Only the list of the files, for work that reads them itself, such as a text search.
+    std::variant<ScanListing, ScanError> list() const;
+
     // Folders never entered by the walk, and the only dot-names it keeps.
     static const QList<QByteArray>& skippedDirectories();
     static const QList<QByteArray>& hiddenAllowed();
@@ -122,6 +132,9 @@ public:
 
 private:
     QList<QByteArray> walk() const;
+    // git's list inside a work tree, else the walk's, without what leaves the folder or is too deep,
+    // and at most m_maxFiles; *truncated tells whether anything was left out.
+    QList<QByteArray> listPaths(const Git& git, bool isGit, bool* truncated) const;
     std::vector<FileNode*> buildTree(FileNode& root, const QList<QByteArray>& paths) const;
     void measure(const std::vector<FileNode*>& files, const QList<QByteArray>& paths, int workers,
         const std::function<void(qint64 done, qint64 total)>& report) const;

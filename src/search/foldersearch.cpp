@@ -61,11 +61,96 @@ std::optional<QByteArrayView> readWhole(int folder, const QByteArray& name)
     return QByteArrayView(buffer.constData(), length);
 }
 
+// A file that holds the needle: its place in the list searched, its matching lines, and the natural
+// order's key of its name.
 struct Hit {
-    const FileNode* node;
+    qsizetype index;
     qint64 count;
-    std::optional<QCollatorSortKey> key;
+    QCollatorSortKey key;
 };
+
+// Reads each file of `paths` (relative to the folder, a folder's files one after another) whole, on
+// every core, and counts its matching lines: the files that hold the needle, in the order of
+// `paths`. Files that cannot be read or are binary add to `unread`. None when cancelled.
+std::optional<std::vector<Hit>> countLines(const Beneath& folder, const std::vector<QByteArrayView>& paths,
+    const TextNeedle& needle, const CancelFlagPtr& cancel, qint64* unread)
+{
+    const auto cancelled = [&] { return cancel && cancel->isCancelled(); };
+    // Files are handed out in chunks: small enough to keep both cores busy to the end, large enough
+    // that taking the next one costs nothing next to reading it.
+    const qsizetype count = qsizetype(paths.size());
+    constexpr qsizetype chunkSize = 64;
+    const int chunks = int((count + chunkSize - 1) / chunkSize);
+    std::vector<std::vector<Hit>> found(static_cast<size_t>(chunks));
+    std::atomic<qint64> notRead = 0;
+    parallelFor(chunks, std::max(1, QThread::idealThreadCount()), [&](int chunk) {
+        if (cancelled())
+            return;
+        std::vector<Hit>& hits = found[size_t(chunk)];
+        const qsizetype end = std::min(count, (chunk + 1) * chunkSize);
+        // Each folder is opened once, and its files by name.
+        std::optional<QByteArrayView> openPath;
+        int parentFd = -1;
+        const auto closeParent = qScopeGuard([&] {
+            if (parentFd >= 0)
+                ::close(parentFd);
+        });
+        for (qsizetype i = chunk * chunkSize; i < end; ++i) {
+            const QByteArrayView path = paths[size_t(i)];
+            const qsizetype slash = path.lastIndexOf('/');
+            const QByteArrayView parent = path.first(std::max<qsizetype>(slash, 0));
+            if (openPath != parent) {
+                if (parentFd >= 0)
+                    ::close(parentFd);
+                parentFd = folder.openFolder(parent);
+                openPath = parent;
+            }
+            const QByteArray name = path.sliced(slash + 1).toByteArray();
+            const std::optional<QByteArrayView> text = readWhole(parentFd, name);
+            if (!text
+                || std::memchr(text->data(), 0, size_t(std::min<qint64>(text->size(), binaryProbeBytes)))) {
+                notRead.fetch_add(1, std::memory_order_relaxed);
+                continue;
+            }
+            if (const qint64 lines = needle.lineCount(*text); lines > 0)
+                hits.push_back({ i, lines, naturalSortKey(QString::fromUtf8(name)) });
+        }
+    });
+    if (cancelled())
+        return std::nullopt;
+    *unread = notRead.load();
+    std::vector<Hit> all;
+    for (std::vector<Hit>& hits : found)
+        std::move(hits.begin(), hits.end(), std::back_inserter(all));
+    return all;
+}
+
+// Most matching lines first, then names in natural order; equal names keep the order they come in.
+void rank(std::vector<Hit>& hits)
+{
+    std::stable_sort(hits.begin(), hits.end(), [](const Hit& a, const Hit& b) {
+        if (a.count != b.count)
+            return a.count > b.count;
+        return a.key.compare(b.key) < 0;
+    });
+}
+
+// Whether path a comes before path b in a scanned tree, whose folders list their folders first and
+// then their files, each in natural order; names the natural order calls equal keep the listing's order.
+bool beforeInTree(QByteArrayView a, QByteArrayView b)
+{
+    for (qsizetype at = 0;;) {
+        const qsizetype endA = a.indexOf('/', at), endB = b.indexOf('/', at);
+        const QByteArrayView partA = a.sliced(at, (endA < 0 ? a.size() : endA) - at);
+        const QByteArrayView partB = b.sliced(at, (endB < 0 ? b.size() : endB) - at);
+        if (partA != partB || endA < 0 || endB < 0) {
+            if ((endA < 0) != (endB < 0))
+                return endB < 0; // a folder before a file
+            return naturalCompare(QString::fromUtf8(partA), QString::fromUtf8(partB)) < 0;
+        }
+        at = endA + 1;
+    }
+}
 
 } // namespace
 
@@ -81,73 +166,61 @@ std::optional<TextSearchResult> search(
     const FileNode& root, const TextNeedle& needle, const CancelFlagPtr& cancel)
 {
     std::vector<const FileNode*> files;
+    std::vector<QByteArray> bytes;
     qint64 passedOver = 0;
     root.forEach([&](const FileNode& node) {
-        if (considers(node))
-            files.push_back(&node);
-        else
+        if (!considers(node)) {
             ++passedOver;
-    });
-    const auto cancelled = [&] { return cancel && cancel->isCancelled(); };
-    const Beneath folder(root.top().url);
-
-    // Files are handed out in chunks: small enough to keep both cores busy to the end, large enough
-    // that taking the next one costs nothing next to reading it.
-    const int count = int(files.size());
-    constexpr int chunkSize = 64;
-    const int chunks = (count + chunkSize - 1) / chunkSize;
-    std::vector<std::vector<Hit>> found(static_cast<size_t>(chunks));
-    std::atomic<qint64> unread = 0;
-    parallelFor(chunks, std::max(1, QThread::idealThreadCount()), [&](int chunk) {
-        if (cancelled())
             return;
-        std::vector<Hit>& hits = found[size_t(chunk)];
-        const int end = std::min(count, (chunk + 1) * chunkSize);
-        // Files come folder by folder: each folder is opened once, and its files by name.
-        const FileNode* parent = nullptr;
-        int parentFd = -1;
-        const auto closeParent = qScopeGuard([&] {
-            if (parentFd >= 0)
-                ::close(parentFd);
-        });
-        for (int i = chunk * chunkSize; i < end; ++i) {
-            const FileNode* node = files[size_t(i)];
-            if (node->parent != parent) {
-                if (parentFd >= 0)
-                    ::close(parentFd);
-                parent = node->parent;
-                parentFd = folder.openFolder(parent ? parent->relativePath.toUtf8() : QByteArray());
-            }
-            const std::optional<QByteArrayView> text = readWhole(parentFd, node->name.toUtf8());
-            if (!text
-                || std::memchr(text->data(), 0, size_t(std::min<qint64>(text->size(), binaryProbeBytes)))) {
-                unread.fetch_add(1, std::memory_order_relaxed);
-                continue;
-            }
-            if (const qint64 lines = needle.lineCount(*text); lines > 0)
-                hits.push_back({ node, lines, naturalSortKey(node->name) });
         }
+        files.push_back(&node);
+        bytes.push_back(node.relativePath.toUtf8());
     });
-    if (cancelled())
+    const std::vector<QByteArrayView> paths(bytes.begin(), bytes.end());
+    qint64 unread = 0;
+    std::optional<std::vector<Hit>> hits
+        = countLines(Beneath(root.top().url), paths, needle, cancel, &unread);
+    if (!hits)
         return std::nullopt;
-
-    std::vector<Hit> all;
-    for (std::vector<Hit>& hits : found)
-        std::move(hits.begin(), hits.end(), std::back_inserter(all));
-    // Chunks keep the tree's order, so names that the natural order calls equal stay in tree order.
-    std::stable_sort(all.begin(), all.end(), [](const Hit& a, const Hit& b) {
-        if (a.count != b.count)
-            return a.count > b.count;
-        return a.key->compare(*b.key) < 0;
-    });
+    // The files came in the tree's order, which names the natural order calls equal keep.
+    rank(*hits);
     TextSearchResult result;
-    result.skipped = passedOver + unread.load();
-    result.counts.reserve(qsizetype(all.size()));
-    result.nodes.reserve(qsizetype(all.size()));
-    for (const Hit& hit : all) {
-        result.counts.insert(hit.node, hit.count);
-        result.nodes.append(hit.node);
+    result.skipped = passedOver + unread;
+    result.counts.reserve(qsizetype(hits->size()));
+    result.nodes.reserve(qsizetype(hits->size()));
+    for (const Hit& hit : *hits) {
+        const FileNode* node = files[size_t(hit.index)];
+        result.counts.insert(node, hit.count);
+        result.nodes.append(node);
     }
+    return result;
+}
+
+std::optional<PathSearchResult> search(const QString& folder, const QList<QByteArray>& listed,
+    const TextNeedle& needle, const CancelFlagPtr& cancel)
+{
+    std::vector<QByteArrayView> paths;
+    paths.reserve(size_t(listed.size()));
+    PathSearchResult result;
+    for (const QByteArray& path : listed) {
+        if (Languages::languageFor(QString::fromUtf8(path.sliced(path.lastIndexOf('/') + 1))).isBinary)
+            ++result.skipped;
+        else
+            paths.push_back(path);
+    }
+    qint64 unread = 0;
+    std::optional<std::vector<Hit>> hits = countLines(Beneath(folder), paths, needle, cancel, &unread);
+    if (!hits)
+        return std::nullopt;
+    result.skipped += unread;
+    // Only the files found are put in the tree's order, which names the natural order calls equal keep.
+    std::stable_sort(hits->begin(), hits->end(), [&](const Hit& a, const Hit& b) {
+        return beforeInTree(paths[size_t(a.index)], paths[size_t(b.index)]);
+    });
+    rank(*hits);
+    result.files.reserve(hits->size());
+    for (const Hit& hit : *hits)
+        result.files.push_back({ paths[size_t(hit.index)].toByteArray(), hit.count });
     return result;
 }
 

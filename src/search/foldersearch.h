@@ -8,6 +8,8 @@
 #include <QList>
 
 #include <optional>
+#include <utility>
+#include <vector>
 
 // The folder-wide text search: how many lines of each file hold the needle.
 struct TextSearchResult {
@@ -17,6 +19,13 @@ struct TextSearchResult {
     // Files not read: binary, of a binary language, or at the size limit (measured by the scan or
     // found so when read).
     qint64 skipped = 0;
+};
+
+// The same for a folder's listed paths, without a tree.
+struct PathSearchResult {
+    // Relative paths with their matching lines, in the order of TextSearchResult::nodes.
+    std::vector<std::pair<QByteArray, qint64>> files;
+    qint64 skipped = 0; // of a binary language, binary, too large or unreadable
 };
 
 namespace FolderSearch {
@@ -33,5 +42,11 @@ bool considers(const FileNode& node);
 // since) is skipped as well. None when the search was cancelled.
 std::optional<TextSearchResult> search(
     const FileNode& root, const TextNeedle& needle, const CancelFlagPtr& cancel);
+
+// The same over the paths of a folder as the scan lists them (a folder's files together), with the
+// same results as the search of the scanned tree, but without measuring or sorting what holds
+// nothing: the command line's search.
+std::optional<PathSearchResult> search(const QString& folder, const QList<QByteArray>& paths,
+    const TextNeedle& needle, const CancelFlagPtr& cancel);
 
 } // namespace FolderSearch

@@ -6,6 +6,7 @@
 
 #include <gtest/gtest.h>
 
+#include <QDir>
 #include <QFile>
 
 #include <sys/stat.h>
@@ -61,6 +62,20 @@ QStringList found(const FileNode& root, const QString& query)
     QStringList rows;
     for (const FileNode* node : result->nodes)
         rows << node->relativePath + u' ' + QString::number(result->counts.value(node));
+    return rows;
+}
+
+// The same rows from the command line's search of the folder's listed paths, with its skipped count.
+QStringList foundInPaths(const QString& folder, const QString& query, qint64* skipped = nullptr)
+{
+    auto listed = Scanner(folder, std::make_shared<CancelFlag>()).list();
+    const auto result = FolderSearch::search(
+        folder, std::get<ScanListing>(listed).paths, *TextNeedle::make(query), std::make_shared<CancelFlag>());
+    QStringList rows;
+    for (const auto& [path, count] : result->files)
+        rows << QString::fromUtf8(path) + u' ' + QString::number(count);
+    if (skipped)
+        *skipped = result->skipped;
     return rows;
 }
 
@@ -232,6 +247,32 @@ TEST(FolderSearch, OrdersByCountThenNaturalNameAndSkipsWhatIsNotTextOrNotAFile)
     // The search finds for itself what the scan measures, so a tree that was only listed gives the same.
     EXPECT_EQ(found(*scan(folder.path(), Scanner::Scope::listing), u"needle"_s), expected);
     EXPECT_EQ(found(*scan(folder.path()), u"NEEDLE"_s), (QStringList { u"file2.txt 1"_s }));
+}
+
+// Without a tree, the listed paths are searched into the same order: equal counts by name, and
+// equal names as the tree holds them (a folder's folders before its files, natural order, and names
+// the natural order calls equal as listed), in a repository and in a plain folder.
+TEST(FolderSearch, ListedPathsFindWhatTheTreeFindsInTheTreesOrder)
+{
+    GitRepo repo;
+    const QStringList names { u"b/x.txt"_s, u"a/x.txt"_s, u"x.txt"_s, u"a/b/x.txt"_s, u"a-b/x.txt"_s,
+        u"A/x.txt"_s, u"f10/x.txt"_s, u"f9/x.txt"_s, u"f09/x.txt"_s, u"a/y.txt"_s, u"a/Y.txt"_s,
+        u"z/file10.txt"_s, u"z/file9.txt"_s, u"pic/x.png"_s, u"bin.txt"_s, u"big/x.txt"_s };
+    for (const QString& name : names)
+        repo.write(name, "needle\n");
+    repo.write(u"bin.txt"_s, QByteArray("needle\n\0", 8));
+    repo.write(u"big/x.txt"_s, "needle\nneedle\n");
+    repo.commitAll(u"one"_s);
+    repo.write(u"untracked/x.txt"_s, "needle\n");
+
+    const QStringList fromTree = found(*scan(repo.path()), u"needle"_s);
+    ASSERT_EQ(fromTree.size(), names.size() - 1); // the picture is passed over, the zero byte skipped
+    EXPECT_EQ(fromTree.first(), u"big/x.txt 2"_s);
+    qint64 skipped = 0;
+    EXPECT_EQ(foundInPaths(repo.path(), u"needle"_s, &skipped), fromTree);
+    EXPECT_EQ(skipped, 2);
+    QDir(repo.path(u".git"_s)).removeRecursively();
+    EXPECT_EQ(foundInPaths(repo.path(), u"needle"_s), found(*scan(repo.path()), u"needle"_s));
 }
 
 TEST(FolderSearch, ACancelledSearchReportsNothing)
