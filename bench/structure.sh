@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
-# bench/structure.sh: walking into large files on a Release build. Generates a 4 MB minified script
-# bundle, a 3 MB stylesheet, a page of 3,000 elements and a 20,000-line C++ file
-# (bench/make-sources.sh), then:
+# bench/structure.sh [FILE...]: walking into large files on a Release build. Generates a 4 MB
+# minified script bundle, a 3 MB stylesheet, a page of 3,000 elements and a 20,000-line C++ file
+# (bench/make-sources.sh), or takes the real files given, then:
 #   - the median time of WebReader::read in process (bench/structurebench.cpp), the walk itself;
 #   - `korvane outline FILE` from start to exit against universal-ctags on the same file and the
 #     cost of reading it (cat), with hyperfine;
@@ -11,8 +11,16 @@
 set -euo pipefail
 source "$(dirname "$0")/common.sh" universal-ctags
 "$here/scripts/build.sh" release structure_bench >&2
-"$here/bench/make-sources.sh" "$work"
-files=(bundle.js styles.css page.html big.cpp)
+files=()
+if [ $# -gt 0 ]; then
+    for given in "$@"; do
+        cp "$given" "$work/"
+        files+=("$(basename "$given")")
+    done
+else
+    "$here/bench/make-sources.sh" "$work"
+    files=(bundle.js styles.css page.html big.cpp)
+fi
 
 echo "Walking into files, $(date -u +%Y-%m-%d), $(nproc) cores, load $(cut -d' ' -f1 /proc/loadavg), $(git -C "$here" rev-parse --short HEAD)"
 echo
