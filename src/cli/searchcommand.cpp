@@ -60,7 +60,7 @@ int search(const Arguments& arguments)
         return 1;
     }
     const std::optional<PathSearchResult> result = FolderSearch::search(
-        folder, std::get<ScanListing>(listed).paths, *needle, std::make_shared<CancelFlag>());
+        folder, std::get<ScanListing>(listed), *needle, std::make_shared<CancelFlag>());
     if (arguments.flags.contains(QStringLiteral("--json")))
         Terminal::out(json(*result));
     else

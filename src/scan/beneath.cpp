@@ -193,8 +193,17 @@ int Beneath::openFileIn(int folder, QByteArrayView name, struct stat* info)
         errno = ENOENT;
         return -1;
     }
-    return keepIfRegular(
-        ::openat(folder, name.toByteArray().constData(), O_RDONLY | O_NONBLOCK | O_NOFOLLOW | O_CLOEXEC),
+    return openKnownFileIn(folder, name, info);
+}
+
+int Beneath::openKnownFileIn(int folder, QByteArrayView name, struct stat* info)
+{
+    if (folder < 0 || !isPlain(name) || name.contains('/')) {
+        errno = ENOENT;
+        return -1;
+    }
+    return keepIfRegular(::openat(folder, name.toByteArray().constData(),
+                             O_RDONLY | O_NONBLOCK | O_NOCTTY | O_NOFOLLOW | O_CLOEXEC),
         info);
 }
 

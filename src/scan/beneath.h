@@ -44,6 +44,10 @@ public:
     // status and openFile for an entry directly in a folder from openFolder, named without any "/".
     static std::optional<struct stat> statusIn(int folder, QByteArrayView name);
     static int openFileIn(int folder, QByteArrayView name, struct stat* info = nullptr);
+    // openFileIn for an entry known to be a regular file or a link, because git listed it (git
+    // lists nothing else) or it was just looked at: opened without looking first, which saves a
+    // call a file. A link is still refused, and whatever turns out not to be a regular file closed.
+    static int openKnownFileIn(int folder, QByteArrayView name, struct stat* info = nullptr);
 
     // The first `limit` bytes of a regular file (all of it when it is shorter); `whole` tells
     // whether that was the end of the file. None when it cannot be opened.

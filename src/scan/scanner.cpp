@@ -245,7 +245,7 @@ void Scanner::measureFile(FileNode& file, int folder, QByteArrayView name)
     file.modified = qint64(info->st_mtim.tv_sec);
     if (!S_ISREG(info->st_mode) || file.language->isBinary)
         return; // a link, a device or a picture is never read
-    const int fd = Beneath::openFileIn(folder, name);
+    const int fd = Beneath::openKnownFileIn(folder, name);
     const LineCount measured = countLines(fd, file.size);
     if (fd >= 0)
         close(fd);
@@ -255,24 +255,26 @@ void Scanner::measureFile(FileNode& file, int folder, QByteArrayView name)
         file.language = &Languages::binary();
 }
 
-QList<QByteArray> Scanner::listPaths(const Git& git, bool isGit, bool* truncated) const
+ScanListing Scanner::listPaths(const Git& git, bool askGit) const
 {
-    QList<QByteArray> paths;
-    if (isGit)
+    ScanListing listing;
+    QList<QByteArray>& paths = listing.paths;
+    if (askGit)
         paths = git.listFiles().value_or(QList<QByteArray>());
-    if (paths.isEmpty())
+    listing.byGit = !paths.isEmpty();
+    if (!listing.byGit)
         paths = walk();
     // A path that would leave the folder, or is deeper than any real project, is never taken in.
     const qsizetype listed = paths.size();
     paths.removeIf([](const QByteArray& path) {
         return !Beneath::isPlain(path) || Beneath::depth(path) > Beneath::maxDepth;
     });
-    *truncated = paths.size() < listed;
+    listing.truncated = paths.size() < listed;
     if (paths.size() > m_maxFiles) {
         paths.resize(m_maxFiles);
-        *truncated = true;
+        listing.truncated = true;
     }
-    return paths;
+    return listing;
 }
 
 std::variant<ScanListing, ScanError> Scanner::list() const
@@ -280,9 +282,8 @@ std::variant<ScanListing, ScanError> Scanner::list() const
     if (!QFileInfo(m_rootPath).isDir())
         return ScanError { ScanError::Kind::notADirectory, m_rootPath };
     const Git git(m_rootPath, [cancel = m_cancel] { return cancel && cancel->isCancelled(); });
-    ScanListing listing;
-    listing.isGit = git.isInsideWorkTree();
-    listing.paths = listPaths(git, listing.isGit, &listing.truncated);
+    // Outside a work tree git lists nothing, so it is simply asked.
+    ScanListing listing = listPaths(git, true);
     if (cancelled())
         return ScanError { ScanError::Kind::cancelled, m_rootPath };
     return listing;
@@ -344,7 +345,9 @@ std::variant<ScanResult, ScanError> Scanner::scan(
     if (result.isGit && everything)
         history.reset(new PendingHistory(git, m_cancel, historyCommits, 2 * qsizetype(m_maxFiles)));
 
-    QList<QByteArray> paths = listPaths(git, result.isGit, &result.truncated);
+    ScanListing listing = listPaths(git, result.isGit);
+    QList<QByteArray> paths = std::move(listing.paths);
+    result.truncated = listing.truncated;
     if (cancelled())
         return ScanError { ScanError::Kind::cancelled, m_rootPath };
 

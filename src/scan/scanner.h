@@ -73,7 +73,9 @@ private:
 // The files of a folder as a scan lists them, before any is measured.
 struct ScanListing {
     QList<QByteArray> paths; // relative, in git's order (or the walk's), each a plain path inside
-    bool isGit = false;
+    // Whether git listed them, which lists only regular files and links; a walk lists whatever
+    // stands in the folder, devices and pipes too.
+    bool byGit = false;
     bool truncated = false;
 };
 
@@ -132,9 +134,9 @@ public:
 
 private:
     QList<QByteArray> walk() const;
-    // git's list inside a work tree, else the walk's, without what leaves the folder or is too deep,
-    // and at most m_maxFiles; *truncated tells whether anything was left out.
-    QList<QByteArray> listPaths(const Git& git, bool isGit, bool* truncated) const;
+    // git's list when asked for and it lists anything, else the walk's, without what leaves the folder
+    // or is too deep, and at most m_maxFiles.
+    ScanListing listPaths(const Git& git, bool askGit) const;
     std::vector<FileNode*> buildTree(FileNode& root, const QList<QByteArray>& paths) const;
     void measure(const std::vector<FileNode*>& files, const QList<QByteArray>& paths, int workers,
         const std::function<void(qint64 done, qint64 total)>& report) const;

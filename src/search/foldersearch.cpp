@@ -30,11 +30,12 @@ QByteArray& readBuffer()
 }
 
 // The file's whole contents, or none when it cannot be read, is no regular file, or has reached
-// the size limit.
-std::optional<QByteArrayView> readWhole(int folder, const QByteArray& name)
+// the size limit. An entry known to be a regular file or a link is opened without a look first.
+std::optional<QByteArrayView> readWhole(int folder, const QByteArray& name, bool known)
 {
     struct stat info;
-    const int fd = Beneath::openFileIn(folder, name, &info);
+    const int fd
+        = known ? Beneath::openKnownFileIn(folder, name, &info) : Beneath::openFileIn(folder, name, &info);
     if (fd < 0)
         return std::nullopt;
     if (info.st_size >= FolderSearch::sizeLimit) {
@@ -54,6 +55,8 @@ std::optional<QByteArrayView> readWhole(int folder, const QByteArray& name)
         if (n <= 0)
             break;
         length += n;
+        if (length == info.st_size)
+            break; // a read of a regular file that stops short of what it was asked has met the end
     }
     ::close(fd);
     if (length >= FolderSearch::sizeLimit)
@@ -71,9 +74,10 @@ struct Hit {
 
 // Reads each file of `paths` (relative to the folder, a folder's files one after another) whole, on
 // every core, and counts its matching lines: the files that hold the needle, in the order of
-// `paths`. Files that cannot be read or are binary add to `unread`. None when cancelled.
+// `paths`. Files that cannot be read or are binary add to `unread`. None when cancelled. `byGit`
+// tells paths git listed, which name nothing but regular files and links.
 std::optional<std::vector<Hit>> countLines(const Beneath& folder, const std::vector<QByteArrayView>& paths,
-    const TextNeedle& needle, const CancelFlagPtr& cancel, qint64* unread)
+    bool byGit, const TextNeedle& needle, const CancelFlagPtr& cancel, qint64* unread)
 {
     const auto cancelled = [&] { return cancel && cancel->isCancelled(); };
     // Files are handed out in chunks: small enough to keep both cores busy to the end, large enough
@@ -106,7 +110,7 @@ std::optional<std::vector<Hit>> countLines(const Beneath& folder, const std::vec
                 openPath = parent;
             }
             const QByteArray name = path.sliced(slash + 1).toByteArray();
-            const std::optional<QByteArrayView> text = readWhole(parentFd, name);
+            const std::optional<QByteArrayView> text = readWhole(parentFd, name, byGit);
             if (!text
                 || std::memchr(text->data(), 0, size_t(std::min<qint64>(text->size(), binaryProbeBytes)))) {
                 notRead.fetch_add(1, std::memory_order_relaxed);
@@ -179,7 +183,7 @@ std::optional<TextSearchResult> search(
     const std::vector<QByteArrayView> paths(bytes.begin(), bytes.end());
     qint64 unread = 0;
     std::optional<std::vector<Hit>> hits
-        = countLines(Beneath(root.top().url), paths, needle, cancel, &unread);
+        = countLines(Beneath(root.top().url), paths, false, needle, cancel, &unread);
     if (!hits)
         return std::nullopt;
     // The files came in the tree's order, which names the natural order calls equal keep.
@@ -196,20 +200,21 @@ std::optional<TextSearchResult> search(
     return result;
 }
 
-std::optional<PathSearchResult> search(const QString& folder, const QList<QByteArray>& listed,
-    const TextNeedle& needle, const CancelFlagPtr& cancel)
+std::optional<PathSearchResult> search(
+    const QString& folder, const ScanListing& listing, const TextNeedle& needle, const CancelFlagPtr& cancel)
 {
     std::vector<QByteArrayView> paths;
-    paths.reserve(size_t(listed.size()));
+    paths.reserve(size_t(listing.paths.size()));
     PathSearchResult result;
-    for (const QByteArray& path : listed) {
+    for (const QByteArray& path : listing.paths) {
         if (Languages::languageFor(QString::fromUtf8(path.sliced(path.lastIndexOf('/') + 1))).isBinary)
             ++result.skipped;
         else
             paths.push_back(path);
     }
     qint64 unread = 0;
-    std::optional<std::vector<Hit>> hits = countLines(Beneath(folder), paths, needle, cancel, &unread);
+    std::optional<std::vector<Hit>> hits
+        = countLines(Beneath(folder), paths, listing.byGit, needle, cancel, &unread);
     if (!hits)
         return std::nullopt;
     result.skipped += unread;

@@ -2,6 +2,7 @@
 
 #include "model/filenode.h"
 #include "scan/cancelflag.h"
+#include "scan/scanner.h"
 #include "text/textneedle.h"
 
 #include <QHash>
@@ -46,7 +47,7 @@ std::optional<TextSearchResult> search(
 // The same over the paths of a folder as the scan lists them (a folder's files together), with the
 // same results as the search of the scanned tree, but without measuring or sorting what holds
 // nothing: the command line's search.
-std::optional<PathSearchResult> search(const QString& folder, const QList<QByteArray>& paths,
-    const TextNeedle& needle, const CancelFlagPtr& cancel);
+std::optional<PathSearchResult> search(
+    const QString& folder, const ScanListing& listing, const TextNeedle& needle, const CancelFlagPtr& cancel);
 
 } // namespace FolderSearch

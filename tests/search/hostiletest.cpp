@@ -149,9 +149,12 @@ TEST(Beneath, ReadsOnlyRegularFilesReachedWithoutALink)
 }
 
 // Files opened by name inside a folder opened once: the same refusals as a whole path, for names
-// and folders alike.
-TEST(Beneath, OpensFilesByNameOnlyInsideAFolderReachedWithoutALink)
+// and folders alike, whether the entry is looked at first or known from git's list.
+class OpenIn : public testing::TestWithParam<int (*)(int, QByteArrayView, struct stat*)> { };
+
+TEST_P(OpenIn, OpensFilesByNameOnlyInsideAFolderReachedWithoutALink)
 {
+    const auto open = GetParam();
     TempFolder outside;
     outside.write(u"secret.txt"_s, "SECRET\n");
     TempFolder folder;
@@ -166,17 +169,20 @@ TEST(Beneath, OpensFilesByNameOnlyInsideAFolderReachedWithoutALink)
     const int src = beneath.openFolder("src");
     ASSERT_GE(src, 0);
     struct stat info;
-    const int file = Beneath::openFileIn(src, "a.txt", &info);
+    const int file = open(src, "a.txt", &info);
     EXPECT_GE(file, 0);
     EXPECT_EQ(info.st_size, 10);
     ::close(file);
     for (const char* name : { "link.txt", "pipe", "../out/secret.txt", "..", ".", "", "x/a.txt" })
-        EXPECT_LT(Beneath::openFileIn(src, name), 0) << name;
+        EXPECT_LT(open(src, name, nullptr), 0) << name;
     ::close(src);
     const int top = beneath.openFolder("");
-    EXPECT_LT(Beneath::openFileIn(top, "src"), 0) << "a folder is no file to read";
+    EXPECT_LT(open(top, "src", nullptr), 0) << "a folder is no file to read";
     ::close(top);
 }
+
+INSTANTIATE_TEST_SUITE_P(
+    LookingFirstOrNot, OpenIn, testing::Values(&Beneath::openFileIn, &Beneath::openKnownFileIn));
 
 // A folder replaced by a link to another place after the scan is not searched through.
 TEST(FolderSearch, AFolderSwappedForALinkAfterTheScanIsNotFollowed)

@@ -9,6 +9,8 @@
 #include <QDir>
 #include <QFile>
 
+#include <cctype>
+
 #include <sys/stat.h>
 
 using namespace Qt::StringLiterals;
@@ -70,7 +72,7 @@ QStringList foundInPaths(const QString& folder, const QString& query, qint64* sk
 {
     auto listed = Scanner(folder, std::make_shared<CancelFlag>()).list();
     const auto result = FolderSearch::search(
-        folder, std::get<ScanListing>(listed).paths, *TextNeedle::make(query), std::make_shared<CancelFlag>());
+        folder, std::get<ScanListing>(listed), *TextNeedle::make(query), std::make_shared<CancelFlag>());
     QStringList rows;
     for (const auto& [path, count] : result->files)
         rows << QString::fromUtf8(path) + u' ' + QString::number(count);
@@ -196,6 +198,44 @@ INSTANTIATE_TEST_SUITE_P(Table, NeedleLines,
         NeedleRow { "minifiedLineCountsOnce", "x", "x;x;x;x;x;x;x;x;x;x;x;x;x;x;x;x;x", 1 }),
     [](const auto& info) { return std::string(info.param.label); });
 
+// Long texts are searched many places at a time: a hit is found wherever it stands against those
+// blocks, at the very end too, and bytes that only look alike to a block's quick test are turned away.
+// The decoded count, which compares characters one by one, is the reference.
+class NeedleInLongText : public testing::TestWithParam<const char*> { };
+
+TEST_P(NeedleInLongText, BytesCountWhatTheDecodedTextCountsWhereverTheHitStands)
+{
+    const QByteArray query(GetParam());
+    const auto needle = TextNeedle::make(QString::fromUtf8(query));
+    // Bytes that differ from the needle's only in the bit that makes a letter lower-case.
+    QByteArray lookAlike = query;
+    for (char& c : lookAlike)
+        c = char(c ^ 0x20);
+    QByteArray upper = query.toUpper();
+    for (const qsizetype length : { 15, 16, 17, 31, 47, 64, 100 }) {
+        for (qsizetype at = 0; at + query.size() <= length; ++at) {
+            for (const QByteArray& put : { query, upper, lookAlike }) {
+                QByteArray text(length, 'x');
+                text.replace(at, put.size(), put);
+                if (at > 20)
+                    text[at / 2] = '\n';
+                const qsizetype expected = needle->lineCount(QString::fromLatin1(text));
+                EXPECT_EQ(needle->lineCount(QByteArrayView(text)), expected)
+                    << text.constData() << " (" << length << " bytes, at " << at << ")";
+            }
+        }
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(Needles, NeedleInLongText,
+    testing::Values("l", "linux", "Linux", "@x", "`x", "[x]", "x{", "a_b", "0x10", "needle in a haystack"),
+    [](const auto& info) {
+        std::string name;
+        for (const char* c = info.param; *c; ++c)
+            name += std::isalnum(uchar(*c)) ? *c : '_';
+        return name + std::to_string(info.index);
+    });
+
 TEST(LineHits, ListTheMatchingLinesOfEveryNodeThatHoldsThem)
 {
     const QByteArray script = "function outer() {\n"
@@ -273,6 +313,26 @@ TEST(FolderSearch, ListedPathsFindWhatTheTreeFindsInTheTreesOrder)
     EXPECT_EQ(skipped, 2);
     QDir(repo.path(u".git"_s)).removeRecursively();
     EXPECT_EQ(foundInPaths(repo.path(), u"needle"_s), found(*scan(repo.path()), u"needle"_s));
+}
+
+// git lists only files and links, so its paths are opened without a look first: one that has become
+// a pipe or a link since it was committed is still never read, and the search does not wait on it.
+TEST(FolderSearch, ATrackedFileThatBecameAPipeOrALinkIsNotRead)
+{
+    TempFolder outside;
+    outside.write(u"secret.txt"_s, "needle\n");
+    GitRepo repo;
+    repo.write(u"a.txt"_s, "needle\n");
+    repo.write(u"pipe.txt"_s, "needle\n");
+    repo.write(u"link.txt"_s, "needle\n");
+    repo.commitAll(u"one"_s);
+    ASSERT_TRUE(QFile::remove(repo.path(u"pipe.txt"_s)));
+    ASSERT_EQ(mkfifo(QFile::encodeName(repo.path(u"pipe.txt"_s)).constData(), 0600), 0);
+    ASSERT_TRUE(QFile::remove(repo.path(u"link.txt"_s)));
+    ASSERT_TRUE(QFile::link(outside.path(u"secret.txt"_s), repo.path(u"link.txt"_s)));
+    qint64 skipped = 0;
+    EXPECT_EQ(foundInPaths(repo.path(), u"needle"_s, &skipped), QStringList { u"a.txt 1"_s });
+    EXPECT_EQ(skipped, 2);
 }
 
 TEST(FolderSearch, ACancelledSearchReportsNothing)
