@@ -54,13 +54,17 @@ int search(const Arguments& arguments)
     }
     // The search reads every file itself: the folder is only listed, and no tree is made of it.
     const QString folder = QDir::cleanPath(QFileInfo(arguments.positional.first()).absoluteFilePath());
-    auto listed = Scanner(folder, std::make_shared<CancelFlag>()).list();
+    // In a repository, the tracked files are read while git still looks for untracked ones.
+    PathSearch search(folder, *needle, std::make_shared<CancelFlag>());
+    auto listed = Scanner(folder, std::make_shared<CancelFlag>()).list([&](const ScanListing& tracked) {
+        search.read(tracked);
+    });
     if (const auto* error = std::get_if<ScanError>(&listed)) {
         Terminal::err(error->description() + u'\n');
         return 1;
     }
-    const std::optional<PathSearchResult> result = FolderSearch::search(
-        folder, std::get<ScanListing>(listed), *needle, std::make_shared<CancelFlag>());
+    search.read(std::get<ScanListing>(listed));
+    const std::optional<PathSearchResult> result = search.result();
     if (arguments.flags.contains(QStringLiteral("--json")))
         Terminal::out(json(*result));
     else

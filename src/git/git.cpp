@@ -258,10 +258,18 @@ std::optional<QString> Git::branch() const
     return name;
 }
 
-std::optional<QList<QByteArray>> Git::listFiles() const
+std::optional<QList<QByteArray>> Git::listTracked() const
 {
-    const auto output = run({ QStringLiteral("ls-files"), QStringLiteral("-z"), QStringLiteral("--cached"),
-        QStringLiteral("--others"), QStringLiteral("--exclude-standard") });
+    const auto output = run({ QStringLiteral("ls-files"), QStringLiteral("-z"), QStringLiteral("--cached") });
+    if (!output)
+        return std::nullopt;
+    return parseFileList(*output);
+}
+
+std::optional<QList<QByteArray>> Git::listUntracked() const
+{
+    const auto output = run({ QStringLiteral("ls-files"), QStringLiteral("-z"), QStringLiteral("--others"),
+        QStringLiteral("--exclude-standard") });
     if (!output)
         return std::nullopt;
     return parseFileList(*output);
@@ -270,17 +278,16 @@ std::optional<QList<QByteArray>> Git::listFiles() const
 QList<QByteArray> Git::parseFileList(const QByteArray& output)
 {
     QList<QByteArray> paths;
-    QSet<QByteArrayView> seen;
+    QByteArrayView last;
     for (qsizetype start = 0; start < output.size();) {
         qsizetype end = output.indexOf('\0', start);
         if (end < 0)
             end = output.size();
         const QByteArrayView piece(output.constData() + start, end - start);
         // A conflicted file comes once per stage, always in a row.
-        if (!piece.isEmpty() && !seen.contains(piece)) {
-            seen.insert(piece);
+        if (!piece.isEmpty() && piece != last)
             paths.append(piece.toByteArray());
-        }
+        last = piece;
         start = end + 1;
     }
     return paths;

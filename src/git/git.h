@@ -57,8 +57,10 @@ public:
 
     bool isInsideWorkTree() const;
     std::optional<QString> branch() const;
-    // Raw path bytes as git prints them, each once, in git's order.
-    std::optional<QList<QByteArray>> listFiles() const;
+    // Raw path bytes as git prints them, each once, in git's order: the files git tracks, read from
+    // its index, and the untracked files it does not ignore, which it walks the folder to find.
+    std::optional<QList<QByteArray>> listTracked() const;
+    std::optional<QList<QByteArray>> listUntracked() const;
     QHash<QString, GitFileStatus> status() const;
     // At most maxPaths paths: once there are that many, git is stopped and the newer commits stand.
     History history(int maxCommits, qsizetype maxPaths = std::numeric_limits<qsizetype>::max()) const;
@@ -68,7 +70,7 @@ public:
     using Sink = std::function<void(const QByteArray& chunk)>;
     bool stream(const QStringList& arguments, const Sink& sink, QByteArray* errors = nullptr) const;
 
-    // The parsers behind listFiles, status and history, kept apart from the process.
+    // The parsers behind the lists, status and history, kept apart from the process.
     static QList<QByteArray> parseFileList(const QByteArray& output);
     static QHash<QString, GitFileStatus> parseStatus(const QByteArray& output, const QString& prefix);
     static History parseHistory(const QByteArrayList& chunks); // the log, in pieces as it came

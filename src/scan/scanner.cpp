@@ -255,35 +255,54 @@ void Scanner::measureFile(FileNode& file, int folder, QByteArrayView name)
         file.language = &Languages::binary();
 }
 
-ScanListing Scanner::listPaths(const Git& git, bool askGit) const
+namespace {
+
+// The paths a listing takes: plain ones, no deeper than a real project, and at most `room`.
+ScanListing listable(QList<QByteArray> paths, bool byGit, qsizetype room)
 {
-    ScanListing listing;
-    QList<QByteArray>& paths = listing.paths;
-    if (askGit)
-        paths = git.listFiles().value_or(QList<QByteArray>());
-    listing.byGit = !paths.isEmpty();
-    if (!listing.byGit)
-        paths = walk();
-    // A path that would leave the folder, or is deeper than any real project, is never taken in.
-    const qsizetype listed = paths.size();
-    paths.removeIf([](const QByteArray& path) {
+    ScanListing listing { std::move(paths), byGit, false };
+    const qsizetype listed = listing.paths.size();
+    listing.paths.removeIf([](const QByteArray& path) {
         return !Beneath::isPlain(path) || Beneath::depth(path) > Beneath::maxDepth;
     });
-    listing.truncated = paths.size() < listed;
-    if (paths.size() > m_maxFiles) {
-        paths.resize(m_maxFiles);
-        listing.truncated = true;
-    }
+    if (listing.paths.size() > room)
+        listing.paths.resize(std::max<qsizetype>(room, 0));
+    listing.truncated = listing.paths.size() < listed;
     return listing;
 }
 
-std::variant<ScanListing, ScanError> Scanner::list() const
+} // namespace
+
+ScanListing Scanner::listPaths(const Git& git, bool askGit, const ListingPart& tracked) const
+{
+    if (askGit) {
+        // git reads the tracked files from its index at once, but walks the whole folder for the
+        // untracked ones: both lists are made side by side, and the tracked files can be at work
+        // while git still walks.
+        SideJob<std::optional<QList<QByteArray>>> untracked([git] { return git.listUntracked(); });
+        QList<QByteArray> paths = git.listTracked().value_or(QList<QByteArray>());
+        if (tracked && !paths.isEmpty()) {
+            const ScanListing first = listable(std::move(paths), true, m_maxFiles);
+            tracked(first);
+            ScanListing rest = listable(
+                untracked.take().value_or(QList<QByteArray>()), true, m_maxFiles - first.paths.size());
+            rest.truncated = rest.truncated || first.truncated;
+            return rest;
+        }
+        paths += untracked.take().value_or(QList<QByteArray>());
+        if (!paths.isEmpty())
+            return listable(std::move(paths), true, m_maxFiles);
+    }
+    return listable(walk(), false, m_maxFiles);
+}
+
+std::variant<ScanListing, ScanError> Scanner::list(const ListingPart& tracked) const
 {
     if (!QFileInfo(m_rootPath).isDir())
         return ScanError { ScanError::Kind::notADirectory, m_rootPath };
     const Git git(m_rootPath, [cancel = m_cancel] { return cancel && cancel->isCancelled(); });
     // Outside a work tree git lists nothing, so it is simply asked.
-    ScanListing listing = listPaths(git, true);
+    ScanListing listing = listPaths(git, true, tracked);
     if (cancelled())
         return ScanError { ScanError::Kind::cancelled, m_rootPath };
     return listing;

@@ -120,8 +120,11 @@ public:
     std::variant<ScanResult, ScanError> scan(
         const ProgressCallback& progress = {}, HistoryTiming timing = HistoryTiming::wait) const;
 
-    // Only the list of the files, for work that reads them itself, such as a text search.
-    std::variant<ScanListing, ScanError> list() const;
+    // Only the list of the files, for work that reads them itself, such as a text search. In a work
+    // tree, `tracked` (when given) is handed the files git tracks as soon as they are known, to be
+    // at work on them while git still looks for untracked ones; what is returned is then only those.
+    using ListingPart = std::function<void(const ScanListing&)>;
+    std::variant<ScanListing, ScanError> list(const ListingPart& tracked = {}) const;
 
     // Folders never entered by the walk, and the only dot-names it keeps.
     static const QList<QByteArray>& skippedDirectories();
@@ -134,9 +137,10 @@ public:
 
 private:
     QList<QByteArray> walk() const;
-    // git's list when asked for and it lists anything, else the walk's, without what leaves the folder
-    // or is too deep, and at most m_maxFiles.
-    ScanListing listPaths(const Git& git, bool askGit) const;
+    // git's list (tracked files, then untracked ones) when asked for and it lists anything, else the
+    // walk's, without what leaves the folder or is too deep, and at most m_maxFiles; see list() for
+    // `tracked`.
+    ScanListing listPaths(const Git& git, bool askGit, const ListingPart& tracked = {}) const;
     std::vector<FileNode*> buildTree(FileNode& root, const QList<QByteArray>& paths) const;
     void measure(const std::vector<FileNode*>& files, const QList<QByteArray>& paths, int workers,
         const std::function<void(qint64 done, qint64 total)>& report) const;

@@ -200,33 +200,53 @@ std::optional<TextSearchResult> search(
     return result;
 }
 
-std::optional<PathSearchResult> search(
-    const QString& folder, const ScanListing& listing, const TextNeedle& needle, const CancelFlagPtr& cancel)
+} // namespace FolderSearch
+
+PathSearch::PathSearch(const QString& folder, const TextNeedle& needle, CancelFlagPtr cancel)
+    : m_folder(folder)
+    , m_needle(needle)
+    , m_cancel(std::move(cancel))
+{
+}
+
+void PathSearch::read(const ScanListing& part)
 {
     std::vector<QByteArrayView> paths;
-    paths.reserve(size_t(listing.paths.size()));
-    PathSearchResult result;
-    for (const QByteArray& path : listing.paths) {
+    paths.reserve(size_t(part.paths.size()));
+    for (const QByteArray& path : part.paths) {
         if (Languages::languageFor(QString::fromUtf8(path.sliced(path.lastIndexOf('/') + 1))).isBinary)
-            ++result.skipped;
+            ++m_skipped;
         else
             paths.push_back(path);
     }
     qint64 unread = 0;
     std::optional<std::vector<Hit>> hits
-        = countLines(Beneath(folder), paths, listing.byGit, needle, cancel, &unread);
+        = countLines(Beneath(m_folder), paths, part.byGit, m_needle, m_cancel, &unread);
     if (!hits)
-        return std::nullopt;
-    result.skipped += unread;
-    // Only the files found are put in the tree's order, which names the natural order calls equal keep.
-    std::stable_sort(hits->begin(), hits->end(), [&](const Hit& a, const Hit& b) {
-        return beforeInTree(paths[size_t(a.index)], paths[size_t(b.index)]);
-    });
-    rank(*hits);
-    result.files.reserve(hits->size());
-    for (const Hit& hit : *hits)
-        result.files.push_back({ paths[size_t(hit.index)].toByteArray(), hit.count });
-    return result;
+        return;
+    m_skipped += unread;
+    for (Hit& hit : *hits)
+        m_found.push_back({ paths[size_t(hit.index)].toByteArray(), hit.count, std::move(hit.key) });
 }
 
-} // namespace FolderSearch
+std::optional<PathSearchResult> PathSearch::result() const
+{
+    if (m_cancel && m_cancel->isCancelled())
+        return std::nullopt;
+    // Only the files found are put in the tree's order, which names the natural order calls equal
+    // keep: the order they were listed in.
+    std::vector<Hit> hits;
+    hits.reserve(m_found.size());
+    for (size_t i = 0; i < m_found.size(); ++i)
+        hits.push_back({ qsizetype(i), m_found[i].count, m_found[i].key });
+    std::stable_sort(hits.begin(), hits.end(), [&](const Hit& a, const Hit& b) {
+        return beforeInTree(m_found[size_t(a.index)].path, m_found[size_t(b.index)].path);
+    });
+    rank(hits);
+    PathSearchResult result;
+    result.skipped = m_skipped;
+    result.files.reserve(hits.size());
+    for (const Hit& hit : hits)
+        result.files.push_back({ m_found[size_t(hit.index)].path, hit.count });
+    return result;
+}

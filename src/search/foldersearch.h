@@ -5,6 +5,7 @@
 #include "scan/scanner.h"
 #include "text/textneedle.h"
 
+#include <QCollatorSortKey>
 #include <QHash>
 #include <QList>
 
@@ -44,10 +45,30 @@ bool considers(const FileNode& node);
 std::optional<TextSearchResult> search(
     const FileNode& root, const TextNeedle& needle, const CancelFlagPtr& cancel);
 
-// The same over the paths of a folder as the scan lists them (a folder's files together), with the
-// same results as the search of the scanned tree, but without measuring or sorting what holds
-// nothing: the command line's search.
-std::optional<PathSearchResult> search(
-    const QString& folder, const ScanListing& listing, const TextNeedle& needle, const CancelFlagPtr& cancel);
-
 } // namespace FolderSearch
+
+// The same over the paths of a folder as the scan lists them (a folder's files together), part after
+// part as they come (see Scanner::list), with the same results as the search of the scanned tree but
+// without measuring or sorting what holds nothing: the command line's search.
+class PathSearch {
+public:
+    PathSearch(const QString& folder, const TextNeedle& needle, CancelFlagPtr cancel);
+
+    // Reads the files of one part of the listing, on every core.
+    void read(const ScanListing& part);
+    // What the parts read hold; none when the search was cancelled.
+    std::optional<PathSearchResult> result() const;
+
+private:
+    struct Found {
+        QByteArray path;
+        qint64 count;
+        QCollatorSortKey key; // of the file's name
+    };
+
+    QString m_folder;
+    TextNeedle m_needle;
+    CancelFlagPtr m_cancel;
+    std::vector<Found> m_found; // in the order of the parts and their paths
+    qint64 m_skipped = 0;
+};

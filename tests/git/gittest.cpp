@@ -203,7 +203,8 @@ TEST_P(HostileRepository, NeverRunsTheProgramItNames)
 
     const Git git(repo.path());
     EXPECT_EQ(named(git.status()), (Statuses { { "a.txt", "modified" } }));
-    EXPECT_TRUE(git.listFiles());
+    EXPECT_TRUE(git.listTracked());
+    EXPECT_TRUE(git.listUntracked());
     EXPECT_EQ(git.history(10).paths.value("a.txt").commits, 1);
     EXPECT_EQ(git.branch(), u"main");
     EXPECT_FALSE(QFile::exists(marker));

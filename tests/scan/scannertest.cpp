@@ -354,6 +354,73 @@ TEST(Scanner, AConflictOnADetachedHeadIsListedOnceAndNamedByTheCommit)
     EXPECT_EQ(result.root->find(u"c.txt")->gitStatus, GitFileStatus::conflicted);
 }
 
+// A listing in a work tree hands over the tracked files first, to be read while git still looks for
+// untracked ones, and then only those; the file limit spans both parts. Where git tracks nothing,
+// there is one part.
+TEST(Scanner, AListingHandsOverTheTrackedFilesBeforeTheUntrackedOnes)
+{
+    GitRepo repo;
+    repo.write(u".gitignore"_s, "*.log\n");
+    repo.write(u"src/a.c"_s, "a\n");
+    repo.write(u"src/b.c"_s, "b\n");
+    repo.commitAll(u"one"_s);
+    repo.write(u"new.txt"_s, "n\n");
+    repo.write(u"src/z.c"_s, "z\n");
+    repo.write(u"noise.log"_s, "ignored\n");
+
+    const auto listInParts = [&](int maxFiles) {
+        QList<QByteArrayList> parts;
+        auto rest = Scanner(repo.path(), std::make_shared<CancelFlag>(), maxFiles)
+                        .list([&](const ScanListing& part) {
+                            EXPECT_TRUE(part.byGit);
+                            parts << part.paths;
+                        });
+        const ScanListing& last = std::get<ScanListing>(rest);
+        EXPECT_TRUE(last.byGit);
+        parts << last.paths;
+        return std::pair(parts, last.truncated);
+    };
+    const auto [parts, truncated] = listInParts(Scanner::defaultMaxFiles);
+    ASSERT_EQ(parts.size(), 2);
+    EXPECT_EQ(parts[0], (QByteArrayList { ".gitignore", "src/a.c", "src/b.c" }));
+    QByteArrayList untracked = parts[1];
+    std::sort(untracked.begin(), untracked.end());
+    EXPECT_EQ(untracked, (QByteArrayList { "new.txt", "src/z.c" }));
+    EXPECT_FALSE(truncated);
+
+    const auto [cut, cutShort] = listInParts(4);
+    EXPECT_EQ(cut[0].size() + cut[1].size(), 4);
+    EXPECT_TRUE(cutShort);
+    const auto [tight, tightShort] = listInParts(2);
+    EXPECT_EQ(tight[0].size(), 2);
+    EXPECT_TRUE(tight[1].isEmpty());
+    EXPECT_TRUE(tightShort);
+
+    // Whole, as the scan takes it: tracked files first, then untracked ones.
+    const auto whole = Scanner(repo.path(), std::make_shared<CancelFlag>()).list();
+    EXPECT_EQ(std::get<ScanListing>(whole).paths.mid(0, 3), parts[0]);
+    EXPECT_EQ(std::get<ScanListing>(whole).paths.size(), 5);
+
+    GitRepo fresh;
+    fresh.write(u"only.txt"_s, "o\n");
+    bool handed = false;
+    const auto one = Scanner(fresh.path(), std::make_shared<CancelFlag>()).list([&](const ScanListing&) {
+        handed = true;
+    });
+    EXPECT_FALSE(handed) << "nothing is tracked yet";
+    EXPECT_EQ(std::get<ScanListing>(one).paths, QByteArrayList { "only.txt" });
+    EXPECT_TRUE(std::get<ScanListing>(one).byGit);
+
+    TempFolder plain;
+    plain.write(u"a.txt"_s, "a\n");
+    const auto walked = Scanner(plain.path(), std::make_shared<CancelFlag>()).list([&](const ScanListing&) {
+        handed = true;
+    });
+    EXPECT_FALSE(handed);
+    EXPECT_FALSE(std::get<ScanListing>(walked).byGit);
+    EXPECT_EQ(std::get<ScanListing>(walked).paths, QByteArrayList { "a.txt" });
+}
+
 TEST(Scanner, ProgressPhasesComeInOrder)
 {
     GitRepo repo;

@@ -70,9 +70,12 @@ QStringList found(const FileNode& root, const QString& query)
 // The same rows from the command line's search of the folder's listed paths, with its skipped count.
 QStringList foundInPaths(const QString& folder, const QString& query, qint64* skipped = nullptr)
 {
-    auto listed = Scanner(folder, std::make_shared<CancelFlag>()).list();
-    const auto result = FolderSearch::search(
-        folder, std::get<ScanListing>(listed), *TextNeedle::make(query), std::make_shared<CancelFlag>());
+    PathSearch search(folder, *TextNeedle::make(query), std::make_shared<CancelFlag>());
+    auto listed = Scanner(folder, std::make_shared<CancelFlag>()).list([&](const ScanListing& tracked) {
+        search.read(tracked);
+    });
+    search.read(std::get<ScanListing>(listed));
+    const auto result = search.result();
     QStringList rows;
     for (const auto& [path, count] : result->files)
         rows << QString::fromUtf8(path) + u' ' + QString::number(count);
