@@ -72,8 +72,9 @@ const QList<QByteArray>& Scanner::hiddenAllowed()
     return names;
 }
 
-QList<QByteArray> Scanner::walk() const
+QList<QByteArray> Scanner::walk(bool* filesOnly) const
 {
+    *filesOnly = true;
     const QByteArray root = QFile::encodeName(m_rootPath);
     const bool rootIsHome = m_rootPath == QDir::cleanPath(QDir::homePath());
     QList<QByteArray> files;
@@ -98,13 +99,18 @@ QList<QByteArray> Scanner::walk() const
                 || (entry.name.startsWith('.') && !hiddenAllowed().contains(entry.name)))
                 continue;
             const QByteArray path = relative.isEmpty() ? entry.name : relative + '/' + entry.name;
-            bool isFolder = entry.type == DT_DIR;
-            if (entry.type == DT_UNKNOWN) {
+            unsigned char type = entry.type;
+            if (type == DT_UNKNOWN) {
                 struct stat info;
-                isFolder = lstat(joinPath(root, path).constData(), &info) == 0 && S_ISDIR(info.st_mode);
+                if (lstat(joinPath(root, path).constData(), &info) == 0)
+                    type = S_ISDIR(info.st_mode) ? DT_DIR
+                        : S_ISREG(info.st_mode)  ? DT_REG
+                        : S_ISLNK(info.st_mode)  ? DT_LNK
+                                                 : DT_UNKNOWN;
             }
-            if (!isFolder) {
+            if (type != DT_DIR) {
                 files.append(path); // a link to a folder is never entered: it is a file here
+                *filesOnly = *filesOnly && (type == DT_REG || type == DT_LNK);
                 continue;
             }
             if (skippedDirectories().contains(entry.name) && !(entry.name == "Library" && !rootIsHome))
@@ -258,9 +264,9 @@ void Scanner::measureFile(FileNode& file, int folder, QByteArrayView name)
 namespace {
 
 // The paths a listing takes: plain ones, no deeper than a real project, and at most `room`.
-ScanListing listable(QList<QByteArray> paths, bool byGit, qsizetype room)
+ScanListing listable(QList<QByteArray> paths, bool filesOnly, qsizetype room)
 {
-    ScanListing listing { std::move(paths), byGit, false };
+    ScanListing listing { std::move(paths), filesOnly, false };
     const qsizetype listed = listing.paths.size();
     listing.paths.removeIf([](const QByteArray& path) {
         return !Beneath::isPlain(path) || Beneath::depth(path) > Beneath::maxDepth;
@@ -293,7 +299,9 @@ ScanListing Scanner::listPaths(const Git& git, bool askGit, const ListingPart& t
         if (!paths.isEmpty())
             return listable(std::move(paths), true, m_maxFiles);
     }
-    return listable(walk(), false, m_maxFiles);
+    bool filesOnly = false;
+    QList<QByteArray> walked = walk(&filesOnly);
+    return listable(std::move(walked), filesOnly, m_maxFiles);
 }
 
 std::variant<ScanListing, ScanError> Scanner::list(const ListingPart& tracked) const

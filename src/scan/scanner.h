@@ -73,9 +73,9 @@ private:
 // The files of a folder as a scan lists them, before any is measured.
 struct ScanListing {
     QList<QByteArray> paths; // relative, in git's order (or the walk's), each a plain path inside
-    // Whether git listed them, which lists only regular files and links; a walk lists whatever
-    // stands in the folder, devices and pipes too.
-    bool byGit = false;
+    // Whether every path named a regular file or a link when it was listed, as all of git's do; a
+    // walk lists whatever stands in the folder, devices and pipes too.
+    bool filesOnly = false;
     bool truncated = false;
 };
 
@@ -136,7 +136,8 @@ public:
     static LineCount countLines(int fd, qint64 size);
 
 private:
-    QList<QByteArray> walk() const;
+    // Every file below the folder; `filesOnly` tells whether all were regular files or links.
+    QList<QByteArray> walk(bool* filesOnly) const;
     // git's list (tracked files, then untracked ones) when asked for and it lists anything, else the
     // walk's, without what leaves the folder or is too deep, and at most m_maxFiles; see list() for
     // `tracked`.

@@ -74,10 +74,10 @@ struct Hit {
 
 // Reads each file of `paths` (relative to the folder, a folder's files one after another) whole, on
 // every core, and counts its matching lines: the files that hold the needle, in the order of
-// `paths`. Files that cannot be read or are binary add to `unread`. None when cancelled. `byGit`
-// tells paths git listed, which name nothing but regular files and links.
+// `paths`. Files that cannot be read or are binary add to `unread`. None when cancelled. `filesOnly`
+// tells paths listed as nothing but regular files and links.
 std::optional<std::vector<Hit>> countLines(const Beneath& folder, const std::vector<QByteArrayView>& paths,
-    bool byGit, const TextNeedle& needle, const CancelFlagPtr& cancel, qint64* unread)
+    bool filesOnly, const TextNeedle& needle, const CancelFlagPtr& cancel, qint64* unread)
 {
     const auto cancelled = [&] { return cancel && cancel->isCancelled(); };
     // Files are handed out in chunks: small enough to keep both cores busy to the end, large enough
@@ -110,7 +110,7 @@ std::optional<std::vector<Hit>> countLines(const Beneath& folder, const std::vec
                 openPath = parent;
             }
             const QByteArray name = path.sliced(slash + 1).toByteArray();
-            const std::optional<QByteArrayView> text = readWhole(parentFd, name, byGit);
+            const std::optional<QByteArrayView> text = readWhole(parentFd, name, filesOnly);
             if (!text
                 || std::memchr(text->data(), 0, size_t(std::min<qint64>(text->size(), binaryProbeBytes)))) {
                 notRead.fetch_add(1, std::memory_order_relaxed);
@@ -221,7 +221,7 @@ void PathSearch::read(const ScanListing& part)
     }
     qint64 unread = 0;
     std::optional<std::vector<Hit>> hits
-        = countLines(Beneath(m_folder), paths, part.byGit, m_needle, m_cancel, &unread);
+        = countLines(Beneath(m_folder), paths, part.filesOnly, m_needle, m_cancel, &unread);
     if (!hits)
         return;
     m_skipped += unread;

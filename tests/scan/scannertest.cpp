@@ -8,6 +8,7 @@
 #include <QFileInfo>
 
 #include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 using namespace Qt::StringLiterals;
@@ -372,11 +373,11 @@ TEST(Scanner, AListingHandsOverTheTrackedFilesBeforeTheUntrackedOnes)
         QList<QByteArrayList> parts;
         auto rest = Scanner(repo.path(), std::make_shared<CancelFlag>(), maxFiles)
                         .list([&](const ScanListing& part) {
-                            EXPECT_TRUE(part.byGit);
+                            EXPECT_TRUE(part.filesOnly);
                             parts << part.paths;
                         });
         const ScanListing& last = std::get<ScanListing>(rest);
-        EXPECT_TRUE(last.byGit);
+        EXPECT_TRUE(last.filesOnly);
         parts << last.paths;
         return std::pair(parts, last.truncated);
     };
@@ -409,7 +410,7 @@ TEST(Scanner, AListingHandsOverTheTrackedFilesBeforeTheUntrackedOnes)
     });
     EXPECT_FALSE(handed) << "nothing is tracked yet";
     EXPECT_EQ(std::get<ScanListing>(one).paths, QByteArrayList { "only.txt" });
-    EXPECT_TRUE(std::get<ScanListing>(one).byGit);
+    EXPECT_TRUE(std::get<ScanListing>(one).filesOnly);
 
     TempFolder plain;
     plain.write(u"a.txt"_s, "a\n");
@@ -417,8 +418,13 @@ TEST(Scanner, AListingHandsOverTheTrackedFilesBeforeTheUntrackedOnes)
         handed = true;
     });
     EXPECT_FALSE(handed);
-    EXPECT_FALSE(std::get<ScanListing>(walked).byGit);
+    EXPECT_TRUE(std::get<ScanListing>(walked).filesOnly);
     EXPECT_EQ(std::get<ScanListing>(walked).paths, QByteArrayList { "a.txt" });
+    // A walk lists a pipe as well, and says so.
+    ASSERT_EQ(mkfifo(QFile::encodeName(plain.path(u"pipe"_s)).constData(), 0600), 0);
+    const auto withPipe = Scanner(plain.path(), std::make_shared<CancelFlag>()).list();
+    EXPECT_EQ(std::get<ScanListing>(withPipe).paths.size(), 2);
+    EXPECT_FALSE(std::get<ScanListing>(withPipe).filesOnly);
 }
 
 TEST(Scanner, ProgressPhasesComeInOrder)
