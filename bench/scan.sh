@@ -51,7 +51,8 @@ for repo in "$@"; do
     echo
     g="git -C $repo -c core.quotePath=false"
     rows=("$(bench korvane_scan "$korvane scan $repo")")
-    rows+=("$(bench git_ls-files "$g ls-files -z --cached --others --exclude-standard")")
+    rows+=("$(bench git_ls-files_tracked "$g ls-files -z --cached")")
+    rows+=("$(bench git_ls-files_untracked "$g ls-files -z --others --exclude-standard")")
     rows+=("$(bench git_status "$g status --porcelain=v1 -z --untracked-files=all -- .")")
     rows+=("$(bench git_log "$g -c core.deltaBaseCacheLimit=8m log --relative --no-renames --format=%x01%ct --name-only -z -n 5000 -- .")")
     table "$(cut -d' ' -f2 <<<"${rows[0]}")" "${rows[@]}"
