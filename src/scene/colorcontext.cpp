@@ -49,10 +49,18 @@ ColorContext::ColorContext(ColorMode mode, bool dark, const QList<const FileNode
 {
     if (mode != ColorMode::age && mode != ColorMode::churn)
         return;
-    bucket = rank(mode, files);
-    m_ranked.reserve(size_t(files.size()));
-    for (const FileNode* file : files)
-        m_ranked.emplace_back(value(mode, *file), bucket.value(file));
+    // Once a history has been read, a file's age is its last commit; the files it never met are
+    // older than it reaches, and are left out of the ranks rather than crowding the oldest one.
+    m_history = mode == ColorMode::age && std::any_of(files.begin(), files.end(), [](const FileNode* file) {
+        return file->lastCommit.has_value();
+    });
+    QList<const FileNode*> ranked = files;
+    if (m_history)
+        ranked.removeIf([&](const FileNode* file) { return isOlderThanHistory(*file); });
+    bucket = rank(mode, ranked, m_history);
+    m_ranked.reserve(size_t(ranked.size()));
+    for (const FileNode* file : ranked)
+        m_ranked.emplace_back(value(mode, *file, m_history), bucket.value(file));
     std::sort(m_ranked.begin(), m_ranked.end());
     // A file without a date or a commit says nothing about a bucket's range.
     for (const auto& [value, rank] : m_ranked) {
@@ -63,26 +71,37 @@ ColorContext::ColorContext(ColorMode mode, bool dark, const QList<const FileNode
     }
 }
 
-double ColorContext::value(ColorMode mode, const FileNode& node)
+double ColorContext::value(ColorMode mode, const FileNode& node, bool history)
 {
     if (node.isDirectory) {
         double largest = 0;
-        node.forEach([&](const FileNode& file) { largest = std::max(largest, value(mode, file)); });
+        node.forEach([&](const FileNode& file) { largest = std::max(largest, value(mode, file, history)); });
         return largest;
     }
     if (mode == ColorMode::churn)
         return double(node.commits);
     if (node.lastCommit)
         return double(*node.lastCommit);
+    // A file no commit has taken in yet is as new as its last change.
+    const bool uncommitted
+        = node.gitStatus == GitFileStatus::untracked || node.gitStatus == GitFileStatus::added;
+    if (history && !uncommitted)
+        return 0;
     return double(node.modified.value_or(0));
 }
 
-QHash<const FileNode*, int> ColorContext::rank(ColorMode mode, const QList<const FileNode*>& files)
+bool ColorContext::isOlderThanHistory(const FileNode& node) const
+{
+    return m_history && value(mode, node, true) <= 0;
+}
+
+QHash<const FileNode*, int> ColorContext::rank(
+    ColorMode mode, const QList<const FileNode*>& files, bool history)
 {
     std::vector<std::pair<double, const FileNode*>> sorted;
     sorted.reserve(size_t(files.size()));
     for (const FileNode* file : files)
-        sorted.emplace_back(value(mode, *file), file);
+        sorted.emplace_back(value(mode, *file, history), file);
     std::stable_sort(
         sorted.begin(), sorted.end(), [](const auto& a, const auto& b) { return a.first < b.first; });
     QHash<const FileNode*, int> buckets;
@@ -103,7 +122,7 @@ int ColorContext::rankOf(const FileNode& node) const
         return *known;
     // Not among the ranked files (a folder drawn whole): the bucket of the first value at least
     // as large as its own.
-    const double own = value(mode, node);
+    const double own = value(mode, node, m_history);
     const auto at = std::lower_bound(m_ranked.begin(), m_ranked.end(), std::pair(own, 0),
         [](const auto& a, const auto& b) { return a.first < b.first; });
     return at == m_ranked.end() ? rankCount - 1 : at->second;
@@ -126,6 +145,8 @@ ColorStyle ColorContext::style(const FileNode& node) const
             return { QStringLiteral("none"), neutral(dark) };
         [[fallthrough]];
     case ColorMode::age: {
+        if (isOlderThanHistory(node))
+            return { QStringLiteral("older"), older(dark) };
         const int rank = rankOf(node);
         return { modeName(mode) + u':' + QString::number(rank),
             gradient(stops(mode, dark), double(rank) / (rankCount - 1)) };
@@ -142,6 +163,8 @@ QString ColorContext::label(const QString& key) const
         return tail;
     if (key == u"none")
         return QStringLiteral("none");
+    if (key == u"older")
+        return QStringLiteral("older than the history read");
     bool ok = false;
     const int rank = tail.toInt(&ok);
     if (!ok)
@@ -201,4 +224,11 @@ QColor ColorContext::statusColor(std::optional<GitFileStatus> status, bool dark)
 QColor ColorContext::neutral(bool dark)
 {
     return dark ? QColor(74, 82, 92) : QColor(200, 204, 208);
+}
+
+QColor ColorContext::older(bool dark)
+{
+    // A warm grey, apart from the cold end of the age colours and from the neutral of what has no
+    // status or commit.
+    return dark ? QColor(96, 90, 82) : QColor(176, 168, 156);
 }

@@ -16,7 +16,7 @@
 QColor mix(const QColor& from, const QColor& to, double fraction);
 
 struct ColorStyle {
-    QString key; // the legend key: "lang:C", "status:clean", "churn:7", "age:0", "none"
+    QString key; // the legend key: "lang:C", "status:clean", "churn:7", "age:0", "none", "older"
     QColor color;
 };
 
@@ -41,19 +41,27 @@ public:
     QString label(const QString& key) const;
 
     // The value a mode ranks by: commits for churn; for age the last commit, else the modification
-    // time, in seconds since 1970 (0 with neither). A folder takes the largest among its files.
-    static double value(ColorMode mode, const FileNode& node);
+    // time, in seconds since 1970 (0 with neither). With `history` (a history was read), a file
+    // without a commit counts 0 unless it is new (untracked or added). A folder takes the largest
+    // among its files.
+    static double value(ColorMode mode, const FileNode& node, bool history = false);
     // Ascending by value; ties share the bucket of the first of them.
-    static QHash<const FileNode*, int> rank(ColorMode mode, const QList<const FileNode*>& files);
+    static QHash<const FileNode*, int> rank(
+        ColorMode mode, const QList<const FileNode*>& files, bool history = false);
     static std::vector<QColor> stops(ColorMode mode, bool dark);
     static QColor gradient(const std::vector<QColor>& stops, double t);
     static QColor statusColor(std::optional<GitFileStatus> status, bool dark);
     // Files without a status, and files that were never committed in churn mode.
     static QColor neutral(bool dark);
+    // In age mode, files the history read never met ("older").
+    static QColor older(bool dark);
 
 private:
     int rankOf(const FileNode& node) const;
+    bool isOlderThanHistory(const FileNode& node) const;
 
+    // Whether ages are the history's: some file has a last commit.
+    bool m_history = false;
     // Every ranked value in ascending order with its bucket, to place values that were not ranked.
     std::vector<std::pair<double, int>> m_ranked;
     // The smallest and largest value above 0 in each bucket, for the legend; none when it holds no

@@ -541,7 +541,7 @@ void SceneController::makeLegend()
             return { status ? qint64(*status) : qint64(allGitFileStatuses.size()), {} };
         }
         case ColorMode::churn:
-        case ColorMode::age: return { e.key == u"none" ? -1 : tail.toLongLong(), {} };
+        case ColorMode::age: return { e.key == u"none" || e.key == u"older" ? -1 : tail.toLongLong(), {} };
         }
         return {};
     };

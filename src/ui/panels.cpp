@@ -358,7 +358,8 @@ void Drawer::fileRows(const FileNode& node, const Row& row) const
         row(QStringLiteral("Lines"), node.isBinary ? QStringLiteral("binary") : Format::grouped(node.lines));
         row(QStringLiteral("Size"), Format::bytes(node.size));
     }
-    if (node.modified)
+    // In a repository a file's age is its last commit, not when its checkout was written.
+    if (node.modified && !m_state.isGit())
         row(QStringLiteral("Modified"), Format::date(*node.modified));
     if (m_state.isGit() && m_state.scan().readingHistory()) {
         row(QStringLiteral("Commits"), QStringLiteral("reading history…"));
@@ -366,6 +367,8 @@ void Drawer::fileRows(const FileNode& node, const Row& row) const
         row(QStringLiteral("Commits"), Format::grouped(node.commits));
         if (node.lastCommit)
             row(QStringLiteral("Last commit"), Format::date(*node.lastCommit));
+        else if (node.gitStatus != GitFileStatus::untracked && node.gitStatus != GitFileStatus::added)
+            row(QStringLiteral("Last commit"), QStringLiteral("older than the history read"));
         if (!node.isDirectory)
             row(QStringLiteral("Status"),
                 node.gitStatus ? gitFileStatusName(*node.gitStatus) : QStringLiteral("clean"));

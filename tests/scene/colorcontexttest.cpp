@@ -73,20 +73,46 @@ INSTANTIATE_TEST_SUITE_P(ColorContext, RankTest,
         RankCase { "tiesAcrossBuckets", { 2, 1, 2, 3 }, { 3, 0, 3, 9 } }, RankCase { "one", { 7 }, { 0 } }),
     [](const auto& info) { return std::string(info.param.name); });
 
-TEST(ColorContext, AgeRanksByLastCommitThenModificationTimeThenZero)
+// Outside a repository, or before its history is read, a file's age is its modification time.
+TEST(ColorContext, AgeWithoutAHistoryRanksByModificationTimeThenZero)
 {
-    auto root = makeTree(u"a.c\nb.c\nc.c\nd.c\n"_s);
+    auto root = makeTree(u"a.c\nb.c\nc.c\n"_s);
     auto& files = root->children;
-    files[0]->lastCommit = 1700000000; // newest: its commit wins over a later modification time
-    files[0]->modified = 1900000000;
-    files[1]->modified = 1600000000;
-    files[2]->lastCommit = 1500000000;
-    // d.c has neither: it counts as 1970 and is the oldest.
-    EXPECT_EQ(ranks(*root, ColorMode::age), (std::vector<int> { 9, 6, 3, 0 }));
+    files[0]->modified = 1700000000;
+    files[1]->modified = 1500000000;
+    // c.c has no date: it counts as 1970 and is the oldest.
+    EXPECT_EQ(ranks(*root, ColorMode::age), (std::vector<int> { 8, 4, 0 }));
     const ColorContext age(ColorMode::age, false, root->allFiles());
-    EXPECT_EQ(age.label(u"age:9"_s), u"2023-11-14");
-    EXPECT_EQ(age.label(u"age:3"_s), u"2017-07-14");
+    EXPECT_EQ(age.label(u"age:8"_s), u"2023-11-14");
     EXPECT_EQ(age.label(u"age:0"_s), u"undated");
+}
+
+// Once a history is read, a file's age is its last commit, however recently its checkout was
+// written; a file the history never met is older than it reaches, in an entry of its own, unless it
+// is new. Only the dated files share the ranks.
+TEST(ColorContext, AgeFromAHistoryPutsWhatItNeverMetApart)
+{
+    auto root = makeTree(u"new.c\nold/a.c\nold/b.c\nrecent.c\nuntracked.c\n"_s);
+    node(*root, u"new.c"_s).lastCommit = 1700000000;
+    node(*root, u"new.c"_s).modified = 1900000000;
+    node(*root, u"recent.c"_s).lastCommit = 1600000000;
+    for (const QString& path : { u"new.c"_s, u"old/a.c"_s, u"old/b.c"_s, u"recent.c"_s })
+        node(*root, path).modified = 1950000000; // all checked out just now
+    node(*root, u"untracked.c"_s).modified = 1800000000;
+    node(*root, u"untracked.c"_s).gitStatus = GitFileStatus::untracked;
+    for (const bool dark : { true, false }) {
+        const ColorContext age(ColorMode::age, dark, root->allFiles());
+        for (const QString& path : { u"old/a.c"_s, u"old"_s }) {
+            const ColorStyle older = age.style(node(*root, path));
+            EXPECT_EQ(older.key, u"older") << path.toStdString();
+            expectColor(older.color, ColorContext::older(dark));
+        }
+        EXPECT_EQ(age.label(u"older"_s), u"older than the history read");
+        EXPECT_EQ(age.style(node(*root, u"recent.c"_s)).key, u"age:0") << "the oldest of the dated files";
+        EXPECT_EQ(age.style(node(*root, u"untracked.c"_s)).key, u"age:8") << "new, by its own date";
+        EXPECT_EQ(age.style(node(*root, u"new.c"_s)).key, u"age:4");
+        EXPECT_EQ(age.label(u"age:4"_s), u"2023-11-14");
+    }
 }
 
 TEST(ColorContext, ChurnAndAgeKeysAndTheUncommittedFile)

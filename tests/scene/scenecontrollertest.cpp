@@ -195,6 +195,32 @@ TEST(SceneController, LegendCountsTheBuildingsOfEachKey)
     EXPECT_EQ(scene.legend().back().label, u"2 commits");
 }
 
+// A repository whose oldest file was last committed before the newest commits the scan reads: its
+// city coloured by age shows that file in the legend's first entry, "older than the history read",
+// and not as the newest file for the time it was checked out.
+TEST(SceneController, TheAgeOfAFileOlderThanTheHistoryReadIsSaidSo)
+{
+    GitRepo repo;
+    repo.write(u"ancient.txt"_s, "old\n");
+    repo.commitAll(u"first"_s, 1400000000);
+    repo.commitMany(Scanner::historyCommits + 1);
+    const auto root = scanned(repo.path());
+    ASSERT_TRUE(root);
+    const FileNode& ancient = *root->find(u"ancient.txt"_s);
+    ASSERT_FALSE(ancient.lastCommit) << "beyond the commits read";
+    SceneConfig age = config();
+    age.color = ColorMode::age;
+    SceneController scene;
+    scene.build(*root, age, true);
+    ASSERT_FALSE(scene.legend().isEmpty());
+    EXPECT_EQ(scene.legend().front().key, u"older");
+    EXPECT_EQ(scene.legend().front().label, u"older than the history read");
+    EXPECT_EQ(scene.legend().front().count, 1);
+    const EntityNode* building = scene.entityFor(&ancient);
+    ASSERT_TRUE(building);
+    EXPECT_EQ(building->colorKey, u"older");
+}
+
 TEST(SceneController, PickAndScreenPointAgreeOnARealFolder)
 {
     const auto root = scanned(QStringLiteral(KORVANE_TEST_DATA "/scan-basic"));
