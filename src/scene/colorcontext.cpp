@@ -180,6 +180,21 @@ QString ColorContext::label(const QString& key) const
     return first == last ? first : first + u" – " + last;
 }
 
+std::pair<QString, QString> ColorContext::ends(const QString& key) const
+{
+    const qsizetype colon = key.indexOf(u':');
+    bool ok = false;
+    const int rank = key.mid(colon + 1).toInt(&ok);
+    if ((mode != ColorMode::age && mode != ColorMode::churn) || colon < 0 || !ok)
+        return {};
+    if (rank < 0 || rank >= rankCount || !m_ranges[size_t(rank)])
+        return { label(key), label(key) };
+    const auto [low, high] = *m_ranges[size_t(rank)];
+    if (mode == ColorMode::churn)
+        return { commitsText(qint64(low)), commitsText(qint64(high)) };
+    return { dayText(low), dayText(high) };
+}
+
 std::vector<QColor> ColorContext::stops(ColorMode mode, bool dark)
 {
     static constexpr std::array<QRgb, 5> churnDark { 0x3a3f47, 0x5e5a86, 0x9a8ce8, 0xef83bd, 0xefa463 };

@@ -10,6 +10,7 @@
 
 #include <array>
 #include <optional>
+#include <utility>
 #include <vector>
 
 // `from` moved toward `to` by `fraction`, channel by channel in sRGB, alpha included.
@@ -39,6 +40,9 @@ public:
     // The legend's words for a key this context hands out: a language, a status, a date range, a
     // commit count.
     QString label(const QString& key) const;
+    // The two ends of a rank's range in the legend's words ("2025-04-17" and "2025-08-05", "3 commits"
+    // and "5 commits"); empty for a key that is no rank.
+    std::pair<QString, QString> ends(const QString& key) const;
 
     // The value a mode ranks by: commits for churn; for age the last commit, else the modification
     // time, in seconds since 1970 (0 with neither). With `history` (a history was read), a file

@@ -528,7 +528,8 @@ void SceneController::makeLegend()
             continue;
         }
         at.insert(entity.colorKey, m_legend.size());
-        m_legend.append({ entity.colorKey, m_colors.label(entity.colorKey), entity.baseColor, 1 });
+        const auto [low, high] = m_colors.ends(entity.colorKey);
+        m_legend.append({ entity.colorKey, m_colors.label(entity.colorKey), entity.baseColor, 1, low, high });
     }
     // Languages by how many buildings they colour; statuses in their own order, clean last; ranks
     // from the oldest or least changed, with the unchanged first.

@@ -25,6 +25,9 @@ struct LegendEntry {
     QString label;
     QColor color;
     qint64 count = 0; // buildings shown in this colour
+    // Of one rank of ages or changes: the oldest and newest date, or the fewest and most commits, it
+    // holds ("2025-04-17", "34 commits"); empty for other keys.
+    QString low, high;
 };
 
 // The files and links that stand out from the rest: the selected file's imports and importers, or

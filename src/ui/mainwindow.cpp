@@ -312,16 +312,18 @@ void MainWindow::refreshLegend()
             const auto files
                 = [&](qint64 lines) { return qint64(std::count(counts.begin(), counts.end(), lines)); };
             entries.append({ QStringLiteral("most"), Format::count(*most, u"matching line"),
-                SceneController::heatColor(theme, 1), files(*most) });
+                SceneController::heatColor(theme, 1), files(*most), {}, {} });
             if (*least != *most)
                 entries.append({ QStringLiteral("least"), Format::count(*least, u"matching line"),
-                    SceneController::heatColor(theme, SceneController::coolestHeat), files(*least) });
+                    SceneController::heatColor(theme, SceneController::coolestHeat), files(*least), {}, {} });
         }
     }
     // Churn and age colours wait for the commits, which come after the tree.
     const bool waiting = m_state.scan().readingHistory() && readsCommits(scene.config().color)
         && scene.config().mode != VisualizationMode::history;
-    m_legend->setEntries(entries, facts, theme, waiting ? QStringLiteral("reading history…") : QString());
+    const bool textHits = search.isActive() && m_state.filters().searchInText();
+    m_legend->setEntries(entries, facts, theme, waiting ? QStringLiteral("reading history…") : QString(),
+        textHits ? QStringLiteral("files") : QStringLiteral("buildings"));
     m_legend->setVisible(m_state.root() && !m_state.panels().captureImage()
         && (!entries.isEmpty() || !facts.isEmpty() || waiting));
     placeOverlays();

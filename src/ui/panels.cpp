@@ -154,20 +154,33 @@ Legend::Legend(QWidget* parent)
 }
 
 void Legend::setEntries(const QList<LegendEntry>& entries, const QList<LegendFact>& facts, const Theme& theme,
-    const QString& note)
+    const QString& note, const QString& counted)
 {
-    m_entries = note.isEmpty() ? entries : QList<LegendEntry> {};
+    // The style sheet's font, not the default one, measures the labels.
+    ensurePolished();
+    m_entries.clear();
+    m_ranks.clear();
+    for (const LegendEntry& entry : note.isEmpty() ? entries : QList<LegendEntry> {})
+        (entry.low.isEmpty() ? m_entries : m_ranks).append(entry);
     m_facts = facts;
     m_note = note;
+    m_counted = counted;
     m_theme = theme;
-    const int keys = note.isEmpty() ? int(std::min<qsizetype>(entries.size(), legendShown + 1)) : 1;
+    const QFontMetrics metrics = fontMetrics();
+    const int listed = int(std::min<qsizetype>(m_entries.size(), legendShown + 1));
+    const bool keyed = listed > 0 || !m_ranks.isEmpty();
+    const int keys = !note.isEmpty() ? 1 : listed + (m_ranks.isEmpty() ? 0 : 2) + (keyed ? 1 : 0);
     const int rows = keys + int(facts.size());
-    int labelWidth = std::max(80, fontMetrics().horizontalAdvance(note) - legendCount);
-    for (qsizetype i = 0; i < std::min<qsizetype>(entries.size(), legendShown); ++i)
-        labelWidth = std::max(labelWidth, fontMetrics().horizontalAdvance(entries[i].label));
+    int labelWidth = std::max(80, metrics.horizontalAdvance(note) - legendCount);
+    for (qsizetype i = 0; i < std::min<qsizetype>(m_entries.size(), legendShown); ++i)
+        labelWidth = std::max(labelWidth, metrics.horizontalAdvance(m_entries[i].label));
+    if (!m_ranks.isEmpty())
+        labelWidth = std::max(labelWidth,
+            metrics.horizontalAdvance(m_ranks.front().low) + metrics.horizontalAdvance(m_ranks.back().high)
+                + 24);
     for (const LegendFact& fact : facts)
-        labelWidth = std::max(labelWidth, fontMetrics().horizontalAdvance(fact.first) - 18);
-    m_labelWidth = std::min(labelWidth, 260);
+        labelWidth = std::max(labelWidth, metrics.horizontalAdvance(fact.first) - 18);
+    m_labelWidth = std::min(labelWidth, 300);
     const int gap = facts.isEmpty() || keys == 0 ? 0 : legendGap;
     setFixedSize(28 + m_labelWidth + 12 + legendCount + 10, rows * legendRow + gap + 12);
     setVisible(keys > 0 || !facts.isEmpty());
@@ -188,19 +201,28 @@ void Legend::paintEvent(QPaintEvent*)
         painter.setPen(ink);
         painter.drawText(box, int(align | Qt::AlignVCenter), words);
     };
+    const QRect countColumn(width() - legendCount - 10, 0, legendCount, legendRow);
+    const auto count = [&](qint64 value) {
+        text(countColumn.translated(0, y), Format::grouped(value), m_theme.ink3, Qt::AlignRight);
+    };
     for (const LegendFact& fact : m_facts) {
         text(QRect(10, y, m_labelWidth + 18, legendRow), fact.first, m_theme.ink2, Qt::AlignLeft);
-        text(QRect(width() - legendCount - 10, y, legendCount, legendRow), Format::grouped(fact.second),
-            m_theme.ink3, Qt::AlignRight);
+        count(fact.second);
         y += legendRow;
     }
-    if (!m_facts.isEmpty() && (!m_entries.isEmpty() || !m_note.isEmpty())) {
+    if (!m_facts.isEmpty() && (!m_entries.isEmpty() || !m_ranks.isEmpty() || !m_note.isEmpty())) {
         painter.setPen(m_theme.rule);
         painter.drawLine(10, y + legendGap / 2, width() - 10, y + legendGap / 2);
         y += legendGap;
     }
-    if (!m_note.isEmpty())
+    if (!m_note.isEmpty()) {
         text(QRect(10, y, width() - 20, legendRow), m_note, m_theme.ink3, Qt::AlignLeft);
+        return;
+    }
+    if (m_entries.isEmpty() && m_ranks.isEmpty())
+        return;
+    text(countColumn.translated(-40, y).adjusted(0, 0, 40, 0), m_counted, m_theme.ink3, Qt::AlignRight);
+    y += legendRow;
     qint64 rest = 0;
     for (qsizetype i = 0; i < m_entries.size(); ++i) {
         const LegendEntry& entry = m_entries[i];
@@ -213,16 +235,39 @@ void Legend::paintEvent(QPaintEvent*)
         painter.drawRoundedRect(QRectF(10, y + 4, 10, 10), 2, 2);
         const QString label = fontMetrics().elidedText(entry.label, Qt::ElideRight, m_labelWidth);
         text(QRect(28, y, m_labelWidth, legendRow), label, m_theme.ink2, Qt::AlignLeft);
-        text(QRect(width() - legendCount - 10, y, legendCount, legendRow), Format::grouped(entry.count),
-            m_theme.ink3, Qt::AlignRight);
+        count(entry.count);
         y += legendRow;
     }
     if (rest > 0) {
         text(QRect(28, y, m_labelWidth, legendRow),
             QStringLiteral("%1 more").arg(m_entries.size() - legendShown), m_theme.ink3, Qt::AlignLeft);
-        text(QRect(width() - legendCount - 10, y, legendCount, legendRow), Format::grouped(rest),
-            m_theme.ink3, Qt::AlignRight);
+        count(rest);
+        y += legendRow;
     }
+    if (m_ranks.isEmpty())
+        return;
+    // The ranks side by side, each as wide as the buildings it colours, with the range's two ends
+    // under the bar's two ends.
+    qint64 ranked = 0;
+    for (const LegendEntry& rank : m_ranks)
+        ranked += rank.count;
+    const double left = 10, right = 28 + m_labelWidth;
+    double x = left;
+    painter.setPen(Qt::NoPen);
+    for (const LegendEntry& rank : m_ranks) {
+        const double w = (right - left) * double(rank.count) / double(std::max<qint64>(ranked, 1));
+        painter.setBrush(rank.color);
+        painter.drawRect(QRectF(x, y + 4, w + 0.5, 10));
+        x += w;
+    }
+    // A pale end stays visible against a pale panel.
+    painter.setPen(m_theme.rule);
+    painter.setBrush(Qt::NoBrush);
+    painter.drawRect(QRectF(left, y + 4, right - left, 10));
+    count(ranked);
+    y += legendRow;
+    text(QRect(10, y, m_labelWidth, legendRow), m_ranks.front().low, m_theme.ink2, Qt::AlignLeft);
+    text(QRect(10, y, int(right) - 10, legendRow), m_ranks.back().high, m_theme.ink2, Qt::AlignRight);
 }
 
 // --- language bar ---------------------------------------------------------------------------

@@ -55,17 +55,21 @@ class Legend : public QWidget {
     Q_OBJECT
 public:
     explicit Legend(QWidget* parent = nullptr);
-    // A note, when given, stands in for the colour keys: why there are none yet.
+    // A note, when given, stands in for the colour keys: why there are none yet. `counted` names what
+    // the counts count. The ranks of ages or changes are drawn as one bar from their low end to
+    // their high end, both always in view.
     void setEntries(const QList<LegendEntry>& entries, const QList<LegendFact>& facts, const Theme& theme,
-        const QString& note = {});
+        const QString& note = {}, const QString& counted = QStringLiteral("buildings"));
 
 protected:
     void paintEvent(QPaintEvent* event) override;
 
 private:
-    QList<LegendEntry> m_entries;
+    QList<LegendEntry> m_entries; // the keys listed one a row
+    QList<LegendEntry> m_ranks; // the keys drawn as the bar
     QList<LegendFact> m_facts;
     QString m_note;
+    QString m_counted;
     Theme m_theme = Theme::darkPalette();
     int m_labelWidth = 140;
 };

@@ -101,9 +101,9 @@ TEST(Language, CommonLanguagesOfRealRepositoriesHaveColoursOfTheirOwn)
         for (const Language* other : Languages::all()) {
             if (*other == language)
                 continue;
-            EXPECT_GE(apart(language.darkColor, other->darkColor), 12.0)
+            EXPECT_GE(apart(language.darkColor, other->darkColor), 10.0)
                 << language.name.toStdString() << " and " << other->name.toStdString() << ", dark";
-            EXPECT_GE(apart(language.lightColor, other->lightColor), 12.0)
+            EXPECT_GE(apart(language.lightColor, other->lightColor), 10.0)
                 << language.name.toStdString() << " and " << other->name.toStdString() << ", light";
         }
     }
