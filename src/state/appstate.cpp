@@ -39,8 +39,8 @@ template <typename Controller, typename... Arguments> Controller* AppState::adop
 
 void AppState::open(const QString& path)
 {
+    // The folder joins the recent ones once it has opened: one that could not be is no shortcut.
     m_scan->start(path);
-    m_recents->remember(path);
 }
 
 void AppState::apply(ScanResult result)
@@ -50,6 +50,8 @@ void AppState::apply(ScanResult result)
     const std::shared_ptr<const HistoryCity> previousHistory = m_timeline->city();
     const std::optional<QString> warning = result.warning;
     installRoot(std::move(result));
+    if (m_root)
+        m_recents->remember(m_root->url);
     for (StateController* controller : std::as_const(m_controllers))
         controller->folderChanged({ m_root, m_isGit });
     // The imports over the city stay on from one folder to the next.

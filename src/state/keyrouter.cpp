@@ -99,6 +99,13 @@ std::optional<Action> KeyRouter::route(const KeyPress& press) const
 
     if (m_state.panels().captureImage())
         return key == Qt::Key_Escape ? std::optional(Action::dismissCapture) : std::nullopt;
+    // The key sheet stands in front of everything: "?" and Escape close it, and no other key reaches
+    // what it covers.
+    if (m_state.panels().showKeys()) {
+        if (press.text == u"?")
+            return Action::keys;
+        return key == Qt::Key_Escape ? std::optional(Action::escape) : std::nullopt;
+    }
     if (m_state.panels().showPicker())
         return pickerAction(key);
     if (m_state.filters().searchFocused() && !command)
@@ -107,7 +114,7 @@ std::optional<Action> KeyRouter::route(const KeyPress& press) const
     if (m_state.scan().scanning())
         return key == Qt::Key_Escape ? std::optional(Action::cancelScan) : std::nullopt;
     if (!m_state.root())
-        return welcomeAction(key);
+        return welcomeAction(press);
     if (mods & Qt::MetaModifier)
         return std::nullopt;
     if (command) {
@@ -153,8 +160,11 @@ std::optional<Action> KeyRouter::searchAction(int key) const
     }
 }
 
-std::optional<Action> KeyRouter::welcomeAction(int key) const
+std::optional<Action> KeyRouter::welcomeAction(const KeyPress& press) const
 {
+    const int key = press.key;
+    if (press.text == u"?")
+        return Action::keys;
     if (key == Qt::Key_Up)
         return Action::recentUp;
     if (key == Qt::Key_Down)
@@ -203,8 +213,8 @@ std::optional<Action> KeyRouter::sceneAction(const KeyPress& press) const
 bool KeyRouter::handle(const KeyPress& key)
 {
     const std::optional<Action> action = route(key);
-    if (!action)
-        return false;
-    perform(*action);
-    return true;
+    if (action)
+        perform(*action);
+    // Keys the sheet of keys holds back are taken all the same.
+    return action || m_state.panels().showKeys();
 }

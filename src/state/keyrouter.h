@@ -46,7 +46,7 @@ public:
 private:
     std::optional<Action> pickerAction(int key) const;
     std::optional<Action> searchAction(int key) const;
-    std::optional<Action> welcomeAction(int key) const;
+    std::optional<Action> welcomeAction(const KeyPress& press) const;
     std::optional<Action> outlineAction(const KeyPress& press) const;
     std::optional<Action> sceneAction(const KeyPress& press) const;
 

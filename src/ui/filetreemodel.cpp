@@ -12,9 +12,9 @@ void FileTreeModel::setRoot(const FileNode* root)
     endResetModel();
 }
 
-void FileTreeModel::setDark(bool dark)
+void FileTreeModel::setColoring(Coloring coloring)
 {
-    m_dark = dark;
+    m_coloring = std::move(coloring);
     if (rowCount() > 0)
         emit dataChanged(index(0, 0), index(rowCount() - 1, 0), { Qt::DecorationRole });
 }
@@ -83,7 +83,7 @@ QVariant FileTreeModel::data(const QModelIndex& index, int role) const
         return node->relativePath;
     if (role == Qt::TextAlignmentRole && index.column() == 1)
         return int(Qt::AlignRight | Qt::AlignVCenter);
-    if (role == Qt::DecorationRole && index.column() == 0 && !node->isDirectory && node->language)
-        return QColor(QRgb(m_dark ? node->language->darkColor : node->language->lightColor));
+    if (role == Qt::DecorationRole && index.column() == 0 && !node->isDirectory && m_coloring)
+        return m_coloring(*node);
     return {};
 }

@@ -1,12 +1,15 @@
 #pragma once
 
 #include <QAbstractItemModel>
+#include <QColor>
+
+#include <functional>
 
 class FileNode;
 
 // The scanned tree for the folder rail: one row per file or folder, in the tree's own order, with
-// the line count beside the name. Nodes are looked up by address, so the rail and the scene share
-// one selection.
+// the line count beside the name and, for a file, a square of the colour it has in the scene. Nodes
+// are looked up by address, so the rail and the scene share one selection.
 class FileTreeModel : public QAbstractItemModel {
     Q_OBJECT
 
@@ -14,7 +17,9 @@ public:
     using QAbstractItemModel::QAbstractItemModel;
 
     void setRoot(const FileNode* root);
-    void setDark(bool dark);
+    // How a file is coloured now; the squares take it up as they are drawn.
+    using Coloring = std::function<QColor(const FileNode&)>;
+    void setColoring(Coloring coloring);
     const FileNode* node(const QModelIndex& index) const;
     QModelIndex indexOf(const FileNode* node) const;
 
@@ -26,5 +31,5 @@ public:
 
 private:
     const FileNode* m_root = nullptr;
-    bool m_dark = true;
+    Coloring m_coloring;
 };

@@ -74,6 +74,8 @@ MainWindow::MainWindow(AppState& state, QWidget* parent)
     m_rail->setModel(m_railModel);
     m_rail->setHeaderHidden(true);
     m_rail->setUniformRowHeights(true);
+    // Long names keep both ends, so that siblings alike at the start stay apart.
+    m_rail->setTextElideMode(Qt::ElideMiddle);
     m_rail->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
     m_rail->setFocusPolicy(Qt::ClickFocus);
     m_rail->header()->setStretchLastSection(false);
@@ -122,6 +124,12 @@ MainWindow::MainWindow(AppState& state, QWidget* parent)
     connect(&state, &AppState::rootChanged, this, [this] { m_railModel->setRoot(m_state.root()); });
     connect(&state, &AppState::selectionChanged, this, &MainWindow::syncRail);
     connect(m_scene, &SceneView::built, this, &MainWindow::refreshLegend);
+    // The rail's squares show each file in the colour the scene gives it.
+    connect(m_scene, &SceneView::built, this, [this] {
+        m_railModel->setColoring(
+            [this](const FileNode& file) { return m_scene->controller().colors().style(file).color; });
+        m_rail->viewport()->update();
+    });
     connect(&state.search(), &SearchController::resultsChanged, this, [this] {
         m_railStack->setCurrentWidget(
             m_state.search().isActive() ? static_cast<QWidget*>(m_results) : m_rail);
@@ -171,7 +179,6 @@ void MainWindow::watchState()
 
     connect(display, &DisplaySettings::darkChanged, this, [this] {
         applyTheme(*this, Theme::of(m_state.display().dark()));
-        m_railModel->setDark(m_state.display().dark());
         refreshLegend();
     });
 }
@@ -382,17 +389,19 @@ bool MainWindow::routeKey(QKeyEvent* event)
 {
     const KeyPress press { event->key(), event->text(), event->modifiers() };
     // The search field's own keys go to the router; what it does not take is typed into the field.
-    if (m_state.filters().searchFocused())
+    // Nothing is typed behind the key sheet.
+    if (m_state.filters().searchFocused() || m_state.panels().showKeys())
         return m_router.handle(press);
     // Another text field keeps its typing; the welcome list still answers the arrows, and Return in
-    // an empty field opens the highlighted recent folder.
+    // an empty field opens the highlighted recent folder ("?" there shows the keys).
     QWidget* focused = QApplication::focusWidget();
     if (qobject_cast<QAbstractSpinBox*>(focused) && event->key() != Qt::Key_Escape)
         return false;
     if (auto* field = qobject_cast<QLineEdit*>(focused)) {
         const int key = event->key();
         const bool listKey = key == Qt::Key_Up || key == Qt::Key_Down
-            || ((key == Qt::Key_Return || key == Qt::Key_Enter) && field->text().isEmpty());
+            || ((key == Qt::Key_Return || key == Qt::Key_Enter || event->text() == u"?")
+                && field->text().isEmpty());
         if (!listKey)
             return false;
     }

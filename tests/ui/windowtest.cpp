@@ -167,8 +167,24 @@ INSTANTIATE_TEST_SUITE_P(Keys, Script,
             { { u"railMode"_s, u"hidden"_s }, { u"drawerWidth"_s, 620 } } },
         ScriptCase { "EscapeClearsTheSelection", "Right Escape", { { u"selection"_s, QJsonValue() } } },
         ScriptCase { "ThreeOnAPlainFolderSaysWhyAndStaysInTheCity", "3",
-            { { u"errorMessage"_s, u"History needs a git repository."_s }, { u"mode"_s, u"city"_s } } }),
+            { { u"errorMessage"_s, u"History needs a git repository."_s }, { u"mode"_s, u"city"_s } } },
+        // Nothing behind the key sheet moves while it is up; "?" and Escape close it.
+        ScriptCase { "TheKeySheetHoldsBackTheKeysBehindIt", "? Right 2 c",
+            { { u"showKeys"_s, true }, { u"selection"_s, QJsonValue() }, { u"mode"_s, u"city"_s },
+                { u"colorMode"_s, u"language"_s } } },
+        ScriptCase { "QuestionMarkClosesTheKeySheetAgain", "? ? 2",
+            { { u"showKeys"_s, false }, { u"mode"_s, u"tree"_s } } }),
     [](const auto& info) { return std::string(info.param.name); });
+
+// Escape with the key sheet up closes the sheet and leaves the selection be.
+TEST(Window, EscapeClosesTheKeySheetBeforeItClearsTheSelection)
+{
+    const QJsonObject selected = playKeys(sharedProject().path(), u"Right"_s);
+    ASSERT_TRUE(selected[u"selection"_s].isString());
+    const QJsonObject closed = playKeys(sharedProject().path(), u"Right ? Escape"_s);
+    EXPECT_FALSE(closed[u"showKeys"_s].toBool());
+    EXPECT_EQ(closed[u"selection"_s], selected[u"selection"_s]);
+}
 
 // Ctrl+Down makes the selected file's folder the view root; Backspace climbs back to the top. The
 // harness writes the state once, at the end, so the dive and the climb are two runs.
@@ -321,6 +337,18 @@ TEST(Window, ASnapshotAtACommitTheHistoryDoesNotHoldSaysSo)
     EXPECT_TRUE(run.err.contains("no commit \"deadbeef\" in the history")) << run.err.toStdString();
 }
 
+// "?" shows the keys on the welcome screen too, though its path field has the focus.
+TEST(Window, QuestionMarkShowsTheKeysOnTheWelcomeScreen)
+{
+    TempFolder out;
+    const Outcome run
+        = korvane({}, { { u"KORVANE_KEYS"_s, u"?"_s }, { u"KORVANE_STATE"_s, out.path(u"state.json"_s) } });
+    ASSERT_EQ(run.exitCode, 0) << run.err.toStdString();
+    const QJsonObject state = parse(readFile(out.path(u"state.json"_s)));
+    EXPECT_TRUE(state[u"root"_s].isNull());
+    EXPECT_TRUE(state[u"showKeys"_s].toBool());
+}
+
 TEST(Window, AFolderThatIsNotThereIsShownInPlace)
 {
     TempFolder out;
@@ -331,6 +359,8 @@ TEST(Window, AFolderThatIsNotThereIsShownInPlace)
     const QJsonObject state = parse(readFile(out.path(u"state.json"_s)));
     EXPECT_EQ(state[u"errorMessage"_s].toString(), u"/no/such/folder is not a folder."_s);
     EXPECT_TRUE(state[u"root"_s].isNull());
+    EXPECT_FALSE(state[u"recents"_s].toArray().contains(u"/no/such/folder"_s))
+        << "no shortcut to what is not there";
     EXPECT_FALSE(QImage(out.path(u"error.png"_s)).isNull());
 }
 
