@@ -118,6 +118,8 @@ public:
     // The point that stands for an entity on screen: the top centre of its building or lot.
     static QVector3D focusPoint(const EntityNode& entity);
     QMatrix4x4 viewProjection(QSize view) const;
+    // The node the scene was built from, or none.
+    const FileNode* root() const { return m_root; }
     // Where the node's focus point lies in a view of that size, y downward; none when it is not
     // drawn or lies behind the camera.
     std::optional<QPointF> screenPoint(const FileNode* file, QSize view) const;

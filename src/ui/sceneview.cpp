@@ -14,10 +14,8 @@
 
 #include <cmath>
 
-namespace {
-
-// The name tags over the scene, painted as a plain widget on top of the GL view so that they
-// compose (and grab) like any other widget.
+// The names over the scene, painted as a plain widget on top of the GL view so that they compose
+// (and grab) like any other widget.
 class LabelLayer : public QWidget {
 public:
     LabelLayer(const SceneController& scene, QWidget* parent)
@@ -32,12 +30,19 @@ protected:
     void paintEvent(QPaintEvent*) override
     {
         QPainter painter(this);
-        paintLabels(painter, m_scene, size());
+        paintLabels(painter, m_scene, size(), m_moving);
     }
+
+public:
+    // While the camera moves the names wait: placed anew every frame they would only flicker.
+    void setMoving(bool moving) { m_moving = moving; }
 
 private:
     const SceneController& m_scene;
+    bool m_moving = false;
 };
+
+namespace {
 
 constexpr float dragTurn = 0.008f; // radians per pixel
 constexpr int shadowsSettleMs = 400; // shadows come back once the history stands this long
@@ -443,6 +448,7 @@ void SceneView::paintGL()
     if (!m_glReady)
         return;
     m_renderer.render(m_controller, size() * devicePixelRatio(), float(devicePixelRatio()));
+    m_labels->setMoving(moving || m_dragging);
     m_labels->update();
     if (moving || fading)
         update();

@@ -13,6 +13,8 @@
 // The 3D view of the folder: draws the state's view root in the current mode, keeps the selection
 // and filters shown, eases the camera, and turns the mouse into orbiting, panning, zooming and
 // selecting. It is also how the state sees the screen (nearest-in-direction, framing).
+class LabelLayer;
+
 class SceneView : public QOpenGLWidget, public SceneHost {
     Q_OBJECT
 
@@ -91,7 +93,7 @@ private:
     FadingMarks m_marks; // on m_markClock
     QTimer m_shadowsBack;
     qint64 m_buildMs = 0;
-    QWidget* m_labels = nullptr;
+    LabelLayer* m_labels = nullptr;
     QPoint m_pressAt;
     QPoint m_lastMouse;
     bool m_dragging = false;

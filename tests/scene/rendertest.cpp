@@ -1,8 +1,10 @@
 // Renders real folders offscreen; needs a display, so ctest runs it under xvfb-run. Set
 // KORVANE_SCENE_IMAGES to a folder to keep the images it draws.
 #include "scan/scanner.h"
+#include "scene/labels.h"
 #include "scene/offscreenview.h"
 #include "scene/scenecontroller.h"
+#include "support/testsupport.h"
 
 #include <gtest/gtest.h>
 
@@ -259,6 +261,68 @@ TEST(Render, APerspectiveHighDensityImageOfTheSourceTree)
     EXPECT_EQ(image.devicePixelRatio(), 2);
     keep(image, u"source-perspective"_s);
     EXPECT_TRUE(clearEdges(image, scene.theme().paper));
+}
+
+// The names over a real folder's city: none overlaps another, none leaves the view, and the
+// folders that take the most of the screen are named first.
+TEST(Labels, NamesOverARealFolderNeverOverlapAndTheLargestLotsComeFirst)
+{
+    TempFolder folder;
+    const std::pair<const char*, int> folders[]
+        = { { "engine", 60 }, { "engine/render", 30 }, { "docs", 25 }, { "tools", 12 }, { "misc", 3 } };
+    for (const auto& [name, files] : folders) {
+        for (int i = 0; i < files; ++i)
+            folder.write(u"%1/f%2.c"_s.arg(QLatin1StringView(name)).arg(i),
+                QByteArray("int x;\n").repeated(5 + i % 40));
+    }
+    const auto root = scanned(folder.path());
+    ASSERT_TRUE(root);
+    for (const VisualizationMode mode : { VisualizationMode::city, VisualizationMode::tree }) {
+        SceneController scene;
+        scene.build(*root, config(mode, true), true);
+        scene.camera().setAspect(float(size.width()) / float(size.height()));
+        scene.camera().settle();
+        const std::vector<SceneLabel> labels = placeLabels(scene, size);
+        ASSERT_GE(labels.size(), 3u) << modeName(mode).toStdString();
+        for (std::size_t i = 0; i < labels.size(); ++i) {
+            EXPECT_TRUE(QRectF(QPointF(0, 0), QSizeF(size)).contains(labels[i].box))
+                << labels[i].text.toStdString();
+            for (std::size_t j = i + 1; j < labels.size(); ++j)
+                EXPECT_FALSE(labels[i].box.intersects(labels[j].box))
+                    << labels[i].text.toStdString() << " and " << labels[j].text.toStdString();
+        }
+        if (mode == VisualizationMode::city) {
+            EXPECT_EQ(labels.front().text, u"engine/") << "the largest lot is named first";
+            EXPECT_TRUE(std::any_of(
+                labels.begin(), labels.end(), [](const SceneLabel& l) { return l.text == u"docs/"; }));
+        }
+        // With a file selected, no name covers its tag.
+        scene.setSelection(root->find(u"docs/f3.c"));
+        for (const SceneLabel& label : placeLabels(scene, size))
+            EXPECT_NE(label.file, root->find(u"docs/f3.c")) << "the tag names the selection";
+    }
+}
+
+// A folder drawn whole as one block is named with its count of files, and its lot is not named again.
+TEST(Labels, AFolderDrawnWholeCarriesItsNameAndCount)
+{
+    QString text;
+    for (int i = 0; i < 2300; ++i)
+        text += u"src/gen/deep/f%1.c 10\n"_s.arg(i);
+    text += u"src/main.c 400\nREADME.md 20\n"_s;
+    const auto root = makeTree(text);
+    SceneController scene;
+    scene.build(*root, config(VisualizationMode::city, false), true);
+    ASSERT_GT(scene.layout().aggregated, 0);
+    scene.camera().setAspect(float(size.width()) / float(size.height()));
+    scene.camera().settle();
+    const std::vector<SceneLabel> labels = placeLabels(scene, size);
+    const auto named = [&](const QString& text) {
+        return std::count_if(
+            labels.begin(), labels.end(), [&](const SceneLabel& l) { return l.text.startsWith(text); });
+    };
+    EXPECT_EQ(named(u"deep/ · 2,300 files"_s), 1);
+    EXPECT_EQ(named(u"deep/"_s), 1) << "the block's lot is not named on its own";
 }
 
 int main(int argc, char** argv)
