@@ -7,12 +7,14 @@
 #include "layout/citylayout.h"
 #include "layout/graphlayout.h"
 #include "scan/scanner.h"
+#include "scene/labels.h"
 #include "scene/offscreenview.h"
 #include "scene/renderer.h"
 #include "scene/scenecontroller.h"
 
 #include <QElapsedTimer>
 #include <QGuiApplication>
+#include <QPainter>
 
 #include <algorithm>
 #include <cmath>
@@ -164,6 +166,20 @@ int main(int argc, char* argv[])
             row(qPrintable(u"frame while orbiting, every frame in full" + label), orbitingInFull);
         row(qPrintable(u"frame after a new selection, camera at rest" + label), changing);
     }
+    // The names over the city with the camera at rest (while it moves they are not drawn): placing
+    // them, and placing and painting them on a layer as the window does over each frame.
+    scene.camera().settle();
+    QImage layer(size, QImage::Format_ARGB32_Premultiplied);
+    std::size_t named = 0;
+    const Timing placing
+        = milliseconds(std::min(frames, 60), [&](int) { named = placeLabels(scene, size).size(); });
+    const Timing painting = milliseconds(std::min(frames, 60), [&](int) {
+        layer.fill(Qt::transparent);
+        QPainter painter(&layer);
+        paintLabels(painter, scene, size);
+    });
+    row(qPrintable(QStringLiteral("placing the names at rest (%1 placed)").arg(named)), placing);
+    row("placing and painting the names at rest", painting);
     std::printf("\nDriver: %s\n", qPrintable(driver));
     if (!image.isEmpty()) {
         // The home view of the city, as a snapshot draws it.

@@ -159,8 +159,9 @@ bool AppState::enter()
             if (largest)
                 break;
         }
+        // A folder drawn whole, as one block, shows its own files once it is the view.
         if (!largest)
-            return false;
+            return m_scene && m_scene->screenPoint(*m_selection) && dive(m_selection);
         select(largest, true, false);
         return true;
     }

@@ -387,6 +387,30 @@ TEST_F(StateTest, MovePrefersSiblingsThenAnyNodeOfTheSameKindThenBeeps)
     EXPECT_EQ(state.selection(), &guide);
 }
 
+// Return on a folder drawn whole, whose files stand in no place of their own, makes it the view; on a
+// folder whose files are drawn, it picks the largest of them.
+TEST_F(StateTest, ReturnOnAFolderDrawnWholeDivesIntoIt)
+{
+    Project project;
+    AppState state;
+    openAndWait(state, project.path());
+    PointScene scene;
+    state.setScene(&scene);
+    const FileNode& src = node(state, u"src"_s);
+    const FileNode& docs = node(state, u"docs"_s);
+    scene.points = { { &src, { 100, 50 } }, { &docs, { 130, 50 } },
+        { &node(state, u"docs/guide.md"_s), { 130, 40 } } };
+
+    state.select(&docs, false, false);
+    ASSERT_TRUE(state.enter());
+    EXPECT_EQ(state.selection(), &node(state, u"docs/guide.md"_s));
+    EXPECT_EQ(state.viewRoot(), state.root());
+
+    state.select(&src, false, false);
+    ASSERT_TRUE(state.enter());
+    EXPECT_EQ(state.viewRoot(), &src);
+}
+
 // --- key routing ----------------------------------------------------------------------------
 
 enum class Setup { welcome, scene, overlay, searchEmpty, searchWithText, outline, history, scanning };
