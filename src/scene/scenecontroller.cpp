@@ -64,6 +64,25 @@ void addOutline(std::vector<SceneLineVertex>& lines, const ScenePart& part, cons
     }
 }
 
+// The roof of a folder drawn whole as one block: its rim and a hatch across it, so that it is never
+// taken for one large file.
+void addHatchedRoof(std::vector<SceneLineVertex>& lines, const ScenePart& part, const QColor& color)
+{
+    const SceneBox box = part.box();
+    const float y = box.max.y() + 0.01f;
+    const float x0 = box.min.x(), x1 = box.max.x(), z0 = box.min.z(), z1 = box.max.z();
+    const QVector3D corners[4] = { { x0, y, z0 }, { x1, y, z0 }, { x1, y, z1 }, { x0, y, z1 } };
+    for (int i = 0; i < 4; ++i)
+        addLine(lines, corners[i], corners[(i + 1) % 4], color, false);
+    // Lines where x + z is constant, evenly across the roof.
+    constexpr int hatches = 5;
+    for (int k = 1; k <= hatches; ++k) {
+        const float c = (x0 + z0) + float(k) / (hatches + 1) * ((x1 + z1) - (x0 + z0));
+        const float fromX = std::max(x0, c - z1), toX = std::min(x1, c - z0);
+        addLine(lines, { fromX, y, c - fromX }, { toX, y, c - toX }, color, false);
+    }
+}
+
 SceneBox merged(const SceneBox& a, const SceneBox& b)
 {
     return { QVector3D(std::min(a.min.x(), b.min.x()), std::min(a.min.y(), b.min.y()),
@@ -428,6 +447,12 @@ void SceneController::refresh()
     addArcs();
 
     const Theme& theme = m_config.theme;
+    for (const EntityNode& entity : m_entities) {
+        if (!entity.hidden && entity.placement && entity.placement->aggregate && !entity.parts.empty())
+            addHatchedRoof(m_lines, entity.parts.back(),
+                mix(shownColor(entity, entity.parts.back()),
+                    theme.dark ? QColor(Qt::white) : QColor(Qt::black), 0.4));
+    }
     for (const EntityNode& entity : m_entities) {
         // A top-level file's tile shares its marks but not its outline.
         if (entity.hidden || entityFor(entity.file) != &entity)

@@ -221,6 +221,35 @@ TEST(SceneController, TheAgeOfAFileOlderThanTheHistoryReadIsSaidSo)
     EXPECT_EQ(building->colorKey, u"older");
 }
 
+// A folder drawn whole has a hatched roof, drawn as lines on top of it, so that it is not taken for
+// one large file; a plain building has none.
+TEST(SceneController, AFolderDrawnWholeHasAHatchedRoof)
+{
+    QString text;
+    for (int i = 0; i < 2300; ++i)
+        text += u"gen/deep/f%1.c 10\n"_s.arg(i);
+    text += u"main.c 400\n"_s;
+    const auto root = makeTree(text);
+    SceneController scene;
+    scene.build(*root, config(), true);
+    ASSERT_GT(scene.layout().aggregated, 0);
+    const EntityNode* block = scene.entityFor(root->find(u"gen/deep"_s));
+    ASSERT_TRUE(block);
+    ASSERT_TRUE(block->placement->aggregate);
+    const SceneBox roof = block->box();
+    int onRoof = 0;
+    for (const SceneLineVertex& v : scene.lineVertices()) {
+        const bool over = v.position[0] >= roof.min.x() - 1e-3f && v.position[0] <= roof.max.x() + 1e-3f
+            && v.position[2] >= roof.min.z() - 1e-3f && v.position[2] <= roof.max.z() + 1e-3f;
+        onRoof += over && v.position[1] > roof.max.y();
+    }
+    EXPECT_GE(onRoof, 2 * (4 + 5)) << "the rim and five hatches";
+
+    const auto plain = town();
+    scene.build(*plain, config(), true);
+    EXPECT_TRUE(scene.lineVertices().empty()) << "nothing drawn whole, nothing selected";
+}
+
 TEST(SceneController, PickAndScreenPointAgreeOnARealFolder)
 {
     const auto root = scanned(QStringLiteral(KORVANE_TEST_DATA "/scan-basic"));
