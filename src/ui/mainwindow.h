@@ -36,6 +36,7 @@ public:
 
     KeyRouter& router() { return m_router; }
     SceneView& sceneView() { return *m_scene; }
+    const Drawer& drawer() const { return *m_drawer; }
     // A key as if typed on the keyboard: into the search field while it has the keys, else to the
     // router. Scripts type through it.
     void pressKey(const KeyPress& key);

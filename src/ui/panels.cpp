@@ -314,6 +314,7 @@ Drawer::Drawer(AppState& state, QWidget* parent)
     , m_details(new QLabel(this))
     , m_bar(new LanguageBar(this))
     , m_languages(new QLabel(this))
+    , m_standouts(new QLabel(this))
     , m_isolate(new QPushButton(this))
     , m_showAll(new QPushButton(QStringLiteral("Show everything"), this))
     , m_changes(new QWidget(this))
@@ -369,7 +370,7 @@ Drawer::Drawer(AppState& state, QWidget* parent)
     connect(
         m_minChanges, &QSpinBox::valueChanged, this, [&filters](int value) { filters.setMinChanges(value); });
     for (QWidget* part : std::initializer_list<QWidget*> { m_title, m_path, m_details, narrowing, m_changes,
-             m_bar, m_languages, new ImportsPanel(state, content) })
+             m_bar, m_languages, m_standouts, new ImportsPanel(state, content) })
         layout->addWidget(part);
     layout->addStretch();
     scroll->setWidget(content);
@@ -379,8 +380,15 @@ Drawer::Drawer(AppState& state, QWidget* parent)
     auto* outer = new QVBoxLayout(this);
     outer->setContentsMargins(0, 0, 0, 0);
     outer->addWidget(scroll);
+    m_standouts->setTextFormat(Qt::RichText);
+    m_standouts->setTextInteractionFlags(Qt::LinksAccessibleByMouse);
+    connect(m_standouts, &QLabel::linkActivated, this, [this](const QString& path) {
+        if (const FileNode* root = m_state.root(); root && root->find(path))
+            m_state.select(root->find(path), true, false);
+    });
     for (const auto signal : { &AppState::selectionChanged, &AppState::viewRootChanged })
         connect(&state, signal, this, &Drawer::refresh);
+    connect(&state.panels(), &Panels::drawerWidthChanged, this, &Drawer::refresh);
     connect(&state.scan(), &ScanController::readingHistoryChanged, this, &Drawer::refresh);
     connect(&state.display(), &DisplaySettings::darkChanged, this, &Drawer::refresh);
     connect(&state.display(), &DisplaySettings::modeChanged, this, &Drawer::refresh);
@@ -500,8 +508,14 @@ void Drawer::refresh()
         = node->isDirectory ? node->languageBreakdown() : QList<LanguageShare> {};
     m_bar->setVisible(!shares.isEmpty());
     m_bar->setShares(shares, m_state.display().dark());
+    // The wide drawer lists every language, and a folder's files that stand out.
+    const bool wide = m_state.panels().drawerWidth() >= Panels::wideDrawerWidth;
+    const bool history = m_state.display().mode() == VisualizationMode::history;
+    m_links.clear();
+    m_standouts->setText(wide && node->isDirectory && !history ? standouts(*node, &m_links) : QString());
+    m_standouts->setVisible(!m_standouts->text().isEmpty());
     QString list;
-    for (qsizetype i = 0; i < std::min<qsizetype>(shares.size(), 8); ++i) {
+    for (qsizetype i = 0; i < (wide ? shares.size() : std::min<qsizetype>(shares.size(), 8)); ++i) {
         const LanguageShare& share = shares[i];
         const QColor swatch(
             QRgb(m_state.display().dark() ? share.language->darkColor : share.language->lightColor));
@@ -510,4 +524,41 @@ void Drawer::refresh()
                         Format::count(share.files, u"file"), Format::count(share.lines, u"line"));
     }
     m_languages->setText(list);
+}
+
+QString Drawer::standouts(const FileNode& folder, QStringList* links) const
+{
+    std::vector<const FileNode*> files;
+    folder.forEach([&](const FileNode& file) {
+        if (!file.isDirectory)
+            files.push_back(&file);
+    });
+    const Theme& theme = Theme::of(m_state.display().dark());
+    const QString faint = cssColor(theme.ink3);
+    constexpr std::size_t shown = 10;
+    // The files first by a measure, the largest first, with that measure beside each.
+    const auto section = [&](const QString& title, const auto& measure, const auto& words) -> QString {
+        std::vector<const FileNode*> ranked = files;
+        const std::size_t count = std::min(shown, ranked.size());
+        std::partial_sort(ranked.begin(), ranked.begin() + std::ptrdiff_t(count), ranked.end(),
+            [&](const FileNode* a, const FileNode* b) { return measure(*a) > measure(*b); });
+        QString html = QStringLiteral("<p style='margin-top:6px'><b>%1</b><br>").arg(title);
+        for (std::size_t i = 0; i < count && measure(*ranked[i]) > 0; ++i) {
+            const FileNode& file = *ranked[i];
+            links->append(file.relativePath);
+            html += QStringLiteral("<a href='%1' style='color:%2; text-decoration:none'>%3</a> "
+                                   "<span style='color:%4'>%5</span><br>")
+                        .arg(file.relativePath.toHtmlEscaped(), cssColor(theme.ink),
+                            file.name.toHtmlEscaped(), faint, words(file));
+        }
+        return html + QStringLiteral("</p>");
+    };
+    QString html = section(
+        QStringLiteral("Largest files"), [](const FileNode& f) { return f.lines; },
+        [](const FileNode& f) { return Format::count(f.lines, u"line"); });
+    if (m_state.isGit() && !m_state.scan().readingHistory())
+        html += section(
+            QStringLiteral("Most changed files"), [](const FileNode& f) { return f.commits; },
+            [](const FileNode& f) { return Format::count(f.commits, u"commit"); });
+    return html;
 }

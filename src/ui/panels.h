@@ -94,6 +94,8 @@ class Drawer : public QWidget {
     Q_OBJECT
 public:
     explicit Drawer(AppState& state, QWidget* parent = nullptr);
+    // The paths the drawer's lists link to, in their order.
+    const QStringList& links() const { return m_links; }
     void refresh();
 
 private:
@@ -101,6 +103,9 @@ private:
     void fileRows(const FileNode& node, const Row& row) const;
     void historyRows(const FileNode& node, const Row& row) const;
     void refreshFilters();
+    // In the wide drawer, for a folder: its largest and most changed files, each a link to the path
+    // added to `links`.
+    QString standouts(const FileNode& folder, QStringList* links) const;
 
     AppState& m_state;
     QLabel* m_title;
@@ -108,6 +113,8 @@ private:
     QLabel* m_details;
     LanguageBar* m_bar;
     QLabel* m_languages;
+    QLabel* m_standouts;
+    QStringList m_links; // the paths m_standouts links to, in its order
     QPushButton* m_isolate;
     QPushButton* m_showAll;
     QWidget* m_changes; // "at least N commits", while colouring by churn

@@ -5,6 +5,7 @@
 #include "scene/labels.h"
 #include "ui/aboutbox.h"
 #include "ui/mainwindow.h"
+#include "ui/panels.h"
 #include "ui/sceneview.h"
 
 #include <QCoreApplication>
@@ -218,6 +219,7 @@ QByteArray stateJson(const AppState& state, MainWindow& window)
         { QStringLiteral("showPreview"), panels.showPreview() },
         { QStringLiteral("showMinimap"), panels.showMinimap() },
         { QStringLiteral("recents"), QJsonArray::fromStringList(state.recents().folders()) },
+        { QStringLiteral("drawerLinks"), QJsonArray::fromStringList(window.drawer().links()) },
         { QStringLiteral("autoFrame"), display.autoFrame() },
         { QStringLiteral("errorMessage"),
             state.errorMessage() ? QJsonValue(*state.errorMessage()) : QJsonValue() },

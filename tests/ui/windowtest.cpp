@@ -176,6 +176,17 @@ INSTANTIATE_TEST_SUITE_P(Keys, Script,
             { { u"showKeys"_s, false }, { u"mode"_s, u"tree"_s } } }),
     [](const auto& info) { return std::string(info.param.name); });
 
+// The wide drawer lists a folder's largest files, biggest first, each a link to the file; the narrow
+// one has no room for them.
+TEST(Window, TheWideDrawerListsTheLargestFilesOfTheFolder)
+{
+    EXPECT_TRUE(playKeys(sharedProject().path(), {})[u"drawerLinks"_s].toArray().isEmpty());
+    const QJsonArray links = playKeys(sharedProject().path(), u"}"_s)[u"drawerLinks"_s].toArray();
+    ASSERT_EQ(links.size(), 10);
+    EXPECT_EQ(links.first(), u"src/core/unit5.cpp"_s); // 220 lines
+    EXPECT_EQ(links.at(1), u"src/core/unit4.cpp"_s); // 180 lines
+}
+
 // Escape with the key sheet up closes the sheet and leaves the selection be.
 TEST(Window, EscapeClosesTheKeySheetBeforeItClearsTheSelection)
 {
