@@ -291,14 +291,15 @@ void StartupRunner::reportFirstCity()
         m_cityBuilt = true;
         const qint64 layoutMs = scene.controller().layoutMilliseconds();
         const qint64 buildMs = std::max<qint64>(scene.lastBuildMilliseconds() - layoutMs, 0);
-        auto* once = new QObject(this);
-        connect(&scene, &QOpenGLWidget::frameSwapped, once, [this, once, layoutMs, buildMs] {
-            std::fprintf(stderr,
-                "first city drawn %lld ms (tree %lld ms, layout %lld ms, scene build %lld ms)\n",
-                static_cast<long long>(m_clock.elapsed()), static_cast<long long>(m_treeMs.value_or(0)),
-                static_cast<long long>(layoutMs), static_cast<long long>(buildMs));
-            once->deleteLater();
-        });
+        connect(
+            &scene, &QOpenGLWidget::frameSwapped, this,
+            [this, layoutMs, buildMs] {
+                std::fprintf(stderr,
+                    "first city drawn %lld ms (tree %lld ms, layout %lld ms, scene build %lld ms)\n",
+                    static_cast<long long>(m_clock.elapsed()), static_cast<long long>(m_treeMs.value_or(0)),
+                    static_cast<long long>(layoutMs), static_cast<long long>(buildMs));
+            },
+            Qt::SingleShotConnection);
     });
     connect(&m_state, &AppState::commitsChanged, this, [this] {
         std::fprintf(stderr, "commits read %lld ms\n", static_cast<long long>(m_clock.elapsed()));

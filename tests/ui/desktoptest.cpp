@@ -189,7 +189,7 @@ TEST(Remembering, AColouringThatReadsGitWaitsForTheNextRepository)
 
 // A window that opens coloured by churn draws its city before git has read the history, and colours
 // it by the commits once they arrive: in the end as a snapshot, made from the whole scan, colours it.
-TEST(Remembering, AChurnCityDrawnBeforeItsCommitsEndsColouredAsTheWholeScanColoursIt)
+TEST(Remembering, AChurnCityOpenedWhileItsCommitsAreReadEndsColouredAsTheWholeScanColoursIt)
 {
     GitRepo repository;
     repository.commitMany(3000);
@@ -200,11 +200,10 @@ TEST(Remembering, AChurnCityDrawnBeforeItsCommitsEndsColouredAsTheWholeScanColou
     const QJsonObject window = runWindow(repository.path(), {}, config.path(),
         { { u"KORVANE_TIMINGS"_s, u"1"_s }, { u"KORVANE_SIZE"_s, u"1000x640"_s } }, &run);
     EXPECT_FALSE(window[u"readingHistory"_s].toBool());
-    // The city was drawn first, and the commits came after it.
-    const qsizetype drawn = run.err.indexOf("first city drawn");
-    const qsizetype read = run.err.indexOf("commits read");
-    ASSERT_GE(drawn, 0) << run.err.toStdString();
-    EXPECT_GT(read, drawn) << run.err.toStdString();
+    // Each moment is told once. Which comes first depends on the machine: a fast one may finish the
+    // log before the first frame; the state tests hold the order in which the tree and commits arrive.
+    EXPECT_EQ(run.err.count("first city drawn"), 1) << run.err.toStdString();
+    EXPECT_EQ(run.err.count("commits read"), 1) << run.err.toStdString();
 
     TempFolder out;
     const Outcome snapshot = korvaneOnDisplay({ u"snapshot"_s, repository.path(), u"--out"_s,
