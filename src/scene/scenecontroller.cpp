@@ -202,6 +202,7 @@ void SceneController::clear()
     m_ground.reset();
     m_legend.clear();
     m_selection = nullptr;
+    m_selectedFolder = nullptr;
     m_filteredOut = {};
     m_hidden = {};
     m_touched.clear();
@@ -414,6 +415,17 @@ bool SceneController::isDimmed(const EntityNode& entity) const
     return m_config.mode == VisualizationMode::graph && !m_focus.isEmpty() && !m_focus.contains(entity.file);
 }
 
+bool SceneController::outsideSelectedFolder(const EntityNode& entity) const
+{
+    if (!m_selectedFolder)
+        return false;
+    for (const FileNode* node = entity.file; node; node = node->parent) {
+        if (node == m_selectedFolder)
+            return false;
+    }
+    return true;
+}
+
 QColor SceneController::shownColor(const EntityNode& entity, const ScenePart& part) const
 {
     const Theme& theme = m_config.theme;
@@ -421,11 +433,13 @@ QColor SceneController::shownColor(const EntityNode& entity, const ScenePart& pa
         return entity.kind() == PlacementKind::paving ? mix(part.color, theme.accent, 0.35) : theme.accent;
     if (isDimmed(entity))
         return mix(part.color, theme.paper, theme.dark ? 0.75 : 0.8);
+    QColor color = part.color;
     if (entity.kind() == PlacementKind::building && !m_heat.isEmpty()) {
         if (const auto heat = m_heat.constFind(entity.file); heat != m_heat.cend())
-            return heatColor(theme, *heat);
+            color = heatColor(theme, *heat);
     }
-    return part.color;
+    // A selected folder stands out from the rest of the city, which steps back a little.
+    return outsideSelectedFolder(entity) ? mix(color, theme.paper, theme.dark ? 0.35 : 0.4) : color;
 }
 
 void SceneController::refresh()
@@ -433,6 +447,12 @@ void SceneController::refresh()
     m_boxes.clear();
     m_planes.clear();
     m_lines.clear();
+    // Only an entity of this scene is known to point into the tree it was built from.
+    const EntityNode* chosen = entityFor(m_selection);
+    m_selectedFolder = chosen && chosen->file->isDirectory && chosen->file->parent
+            && m_config.mode != VisualizationMode::graph
+        ? chosen->file
+        : nullptr;
     if (m_ground)
         m_planes.push_back(instance(*m_ground, m_ground->color, false));
     for (const EntityNode& entity : m_entities) {

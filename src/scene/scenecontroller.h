@@ -156,6 +156,8 @@ private:
     void addLinks(); // the layout's connections, lit or dimmed by the focus
     void addArcs(); // the focus's imports and importers over the city or the tree
     bool isDimmed(const EntityNode& entity) const;
+    // Whether the entity stands outside the selected folder, when one below the top is selected.
+    bool outsideSelectedFolder(const EntityNode& entity) const;
 
     SceneConfig m_config;
     LayoutResult m_layout;
@@ -170,6 +172,7 @@ private:
     bool m_built = false;
 
     const FileNode* m_selection = nullptr;
+    const FileNode* m_selectedFolder = nullptr; // found again by each refresh, among the entities
     NodePredicate m_filteredOut;
     NodePredicate m_hidden;
     QHash<const FileNode*, float> m_touched;

@@ -221,6 +221,51 @@ TEST(SceneController, TheAgeOfAFileOlderThanTheHistoryReadIsSaidSo)
     EXPECT_EQ(building->colorKey, u"older");
 }
 
+// A selected folder stands out: its lot takes the accent, what is inside keeps its colours, and the
+// rest of the city steps back toward the paper. Selecting a file, or the graph's own focus, dims
+// nothing this way.
+class SelectedFolder : public testing::TestWithParam<VisualizationMode> { };
+
+TEST_P(SelectedFolder, TintsItsLotAndDimsTheRest)
+{
+    const auto root = town();
+    SceneController scene;
+    scene.build(*root, config(GetParam()), true);
+    const auto shown = [&](const char* path) {
+        const EntityNode* entity = scene.entityFor(root->find(QString::fromUtf8(path)));
+        const ScenePart& part = entity->parts.back();
+        const auto& list = part.kind == PartKind::box ? scene.boxInstances() : scene.planeInstances();
+        const auto found = std::find_if(list.begin(), list.end(), [&](const SceneInstance& i) {
+            return i.base[0] == part.base.x() && i.base[1] == part.base.y() && i.base[2] == part.base.z();
+        });
+        return found == list.end() ? QColor() : colorOf(*found);
+    };
+    const QColor readme = shown("README.md"), http = shown("src/net/http.c"), net = shown("src/net");
+    ASSERT_TRUE(readme.isValid() && http.isValid() && net.isValid());
+
+    scene.setSelection(root->find(u"src/net"_s));
+    EXPECT_TRUE(near(shown("src/net/http.c"), http)) << "inside keeps its colour";
+    EXPECT_FALSE(near(shown("src/net"), net)) << "the folder's own lot is tinted";
+    const QColor dimmed = shown("README.md");
+    EXPECT_FALSE(near(dimmed, readme)) << "outside steps back";
+    const auto distance = [](const QColor& a, const QColor& b) {
+        return std::abs(a.redF() - b.redF()) + std::abs(a.greenF() - b.greenF())
+            + std::abs(a.blueF() - b.blueF());
+    };
+    EXPECT_LT(distance(dimmed, scene.theme().paper), distance(readme, scene.theme().paper));
+
+    scene.setSelection(root->find(u"src/net/http.c"_s));
+    EXPECT_TRUE(near(shown("README.md"), readme)) << "a file selected dims nothing";
+    scene.setSelection(root.get());
+    EXPECT_TRUE(near(shown("README.md"), readme)) << "the whole folder selected dims nothing";
+}
+
+INSTANTIATE_TEST_SUITE_P(Views, SelectedFolder,
+    testing::Values(VisualizationMode::city, VisualizationMode::tree),
+    [](const testing::TestParamInfo<VisualizationMode>& info) {
+        return info.param == VisualizationMode::city ? std::string("city") : std::string("tree");
+    });
+
 // A folder drawn whole has a hatched roof, drawn as lines on top of it, so that it is not taken for
 // one large file; a plain building has none.
 TEST(SceneController, AFolderDrawnWholeHasAHatchedRoof)
