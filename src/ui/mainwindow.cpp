@@ -107,6 +107,7 @@ MainWindow::MainWindow(AppState& state, QWidget* parent)
     m_progress = new ProgressPanel(state, m_stage);
     m_keySheet = new KeySheet(m_stage);
     m_legend = new Legend(m_stage);
+    connect(m_legend, &Legend::resized, this, &MainWindow::placeOverlays);
     m_stage->installEventFilter(this);
 
     auto* layout = new QVBoxLayout(this);

@@ -8,6 +8,7 @@
 #include <QGridLayout>
 #include <QHBoxLayout>
 #include <QLabel>
+#include <QMouseEvent>
 #include <QPainter>
 #include <QProgressBar>
 #include <QPushButton>
@@ -141,7 +142,6 @@ KeySheet::KeySheet(QWidget* parent)
 namespace {
 
 constexpr int legendRow = 18;
-constexpr int legendShown = 8;
 constexpr int legendCount = 56; // the width of the count column
 constexpr int legendGap = 8; // between the counts and the colour keys
 
@@ -150,14 +150,12 @@ constexpr int legendGap = 8; // between the counts and the colour keys
 Legend::Legend(QWidget* parent)
     : QWidget(parent)
 {
-    setAttribute(Qt::WA_TransparentForMouseEvents);
+    setMouseTracking(true);
 }
 
 void Legend::setEntries(const QList<LegendEntry>& entries, const QList<LegendFact>& facts, const Theme& theme,
     const QString& note, const QString& counted)
 {
-    // The style sheet's font, not the default one, measures the labels.
-    ensurePolished();
     m_entries.clear();
     m_ranks.clear();
     for (const LegendEntry& entry : note.isEmpty() ? entries : QList<LegendEntry> {})
@@ -166,25 +164,63 @@ void Legend::setEntries(const QList<LegendEntry>& entries, const QList<LegendFac
     m_note = note;
     m_counted = counted;
     m_theme = theme;
+    fit();
+}
+
+qsizetype Legend::listedCount() const
+{
+    if (!folds())
+        return m_entries.size();
+    return std::min(m_entries.size(), m_unfolded ? unfoldedMost : foldedCount);
+}
+
+QRect Legend::foldRow() const
+{
+    return folds() && m_foldTop >= 0 ? QRect(0, m_foldTop, width(), legendRow) : QRect();
+}
+
+void Legend::fit()
+{
+    // The style sheet's font, not the default one, measures the labels.
+    ensurePolished();
     const QFontMetrics metrics = fontMetrics();
-    const int listed = int(std::min<qsizetype>(m_entries.size(), legendShown + 1));
+    const qsizetype listed = listedCount();
     const bool keyed = listed > 0 || !m_ranks.isEmpty();
-    const int keys = !note.isEmpty() ? 1 : listed + (m_ranks.isEmpty() ? 0 : 2) + (keyed ? 1 : 0);
-    const int rows = keys + int(facts.size());
-    int labelWidth = std::max(80, metrics.horizontalAdvance(note) - legendCount);
-    for (qsizetype i = 0; i < std::min<qsizetype>(m_entries.size(), legendShown); ++i)
+    const int keys = !m_note.isEmpty()
+        ? 1
+        : int(listed) + (folds() ? 1 : 0) + (m_ranks.isEmpty() ? 0 : 2) + (keyed ? 1 : 0);
+    const int rows = keys + int(m_facts.size());
+    int labelWidth = std::max(80, metrics.horizontalAdvance(m_note) - legendCount);
+    for (qsizetype i = 0; i < listed; ++i)
         labelWidth = std::max(labelWidth, metrics.horizontalAdvance(m_entries[i].label));
     if (!m_ranks.isEmpty())
         labelWidth = std::max(labelWidth,
             metrics.horizontalAdvance(m_ranks.front().low) + metrics.horizontalAdvance(m_ranks.back().high)
                 + 24);
-    for (const LegendFact& fact : facts)
+    for (const LegendFact& fact : m_facts)
         labelWidth = std::max(labelWidth, metrics.horizontalAdvance(fact.first) - 18);
     m_labelWidth = std::min(labelWidth, 300);
-    const int gap = facts.isEmpty() || keys == 0 ? 0 : legendGap;
+    const int gap = m_facts.isEmpty() || keys == 0 ? 0 : legendGap;
     setFixedSize(28 + m_labelWidth + 12 + legendCount + 10, rows * legendRow + gap + 12);
-    setVisible(keys > 0 || !facts.isEmpty());
+    setVisible(keys > 0 || !m_facts.isEmpty());
     update();
+}
+
+void Legend::mousePressEvent(QMouseEvent* event)
+{
+    if (event->button() != Qt::LeftButton || !foldRow().contains(event->position().toPoint())) {
+        event->ignore();
+        return;
+    }
+    m_unfolded = !m_unfolded;
+    fit();
+    emit resized();
+}
+
+void Legend::mouseMoveEvent(QMouseEvent* event)
+{
+    setCursor(foldRow().contains(event->position().toPoint()) ? Qt::PointingHandCursor : Qt::ArrowCursor);
+    event->ignore();
 }
 
 void Legend::paintEvent(QPaintEvent*)
@@ -223,10 +259,11 @@ void Legend::paintEvent(QPaintEvent*)
         return;
     text(countColumn.translated(-40, y).adjusted(0, 0, 40, 0), m_counted, m_theme.ink3, Qt::AlignRight);
     y += legendRow;
+    const qsizetype listed = listedCount();
     qint64 rest = 0;
     for (qsizetype i = 0; i < m_entries.size(); ++i) {
         const LegendEntry& entry = m_entries[i];
-        if (i >= legendShown) {
+        if (i >= listed) {
             rest += entry.count;
             continue;
         }
@@ -238,10 +275,17 @@ void Legend::paintEvent(QPaintEvent*)
         count(entry.count);
         y += legendRow;
     }
-    if (rest > 0) {
-        text(QRect(28, y, m_labelWidth, legendRow),
-            QStringLiteral("%1 more").arg(m_entries.size() - legendShown), m_theme.ink3, Qt::AlignLeft);
-        count(rest);
+    m_foldTop = -1;
+    if (folds()) {
+        // "N more" opens the rest; "fewer" folds them, saying how many stay out of a long list.
+        m_foldTop = y;
+        const qsizetype left = m_entries.size() - listed;
+        const QString words = !m_unfolded ? QStringLiteral("%1 more").arg(left)
+            : left > 0                    ? QStringLiteral("fewer (%1 not listed)").arg(left)
+                                          : QStringLiteral("fewer");
+        text(QRect(28, y, m_labelWidth, legendRow), words, m_theme.accent, Qt::AlignLeft);
+        if (rest > 0)
+            count(rest);
         y += legendRow;
     }
     if (m_ranks.isEmpty())

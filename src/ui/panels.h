@@ -61,10 +61,23 @@ public:
     void setEntries(const QList<LegendEntry>& entries, const QList<LegendFact>& facts, const Theme& theme,
         const QString& note = {}, const QString& counted = QStringLiteral("buildings"));
 
+signals:
+    // A click on "N more" lists the rest, and on "fewer" folds them again: the legend's size changed.
+    void resized();
+
 protected:
     void paintEvent(QPaintEvent* event) override;
+    void mousePressEvent(QMouseEvent* event) override;
+    void mouseMoveEvent(QMouseEvent* event) override;
 
 private:
+    void fit();
+    qsizetype listedCount() const; // the keys listed one a row, before the row that folds them
+    bool folds() const { return m_entries.size() > foldedCount + 1; }
+    QRect foldRow() const;
+
+    static constexpr qsizetype foldedCount = 8, unfoldedMost = 30;
+    bool m_unfolded = false;
     QList<LegendEntry> m_entries; // the keys listed one a row
     QList<LegendEntry> m_ranks; // the keys drawn as the bar
     QList<LegendFact> m_facts;
@@ -72,6 +85,7 @@ private:
     QString m_counted;
     Theme m_theme = Theme::darkPalette();
     int m_labelWidth = 140;
+    int m_foldTop = -1; // where the fold's row was last painted
 };
 
 // Lines per language as one bar, widest first.
