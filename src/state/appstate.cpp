@@ -9,6 +9,7 @@ AppState::AppState(QObject* parent, bool persistent)
     m_scan = adopt<ScanController>(m_pool);
     m_imports = adopt<DependencyController>(m_pool);
     m_timeline = adopt<TimelineController>(m_pool);
+    m_commits = adopt<CommitsController>(m_pool);
     m_panels = adopt<Panels>();
     m_recents = adopt<Recents>(persistent);
     connect(m_display, &DisplaySettings::modeChanged, this, &AppState::modeChanged);
@@ -16,6 +17,19 @@ AppState::AppState(QObject* parent, bool persistent)
     connect(m_scan, &ScanController::historyRead, this, &AppState::applyHistory);
     connect(m_imports, &DependencyController::showImportsChanged, this, &AppState::followImportsNeed);
     connect(m_timeline, &TimelineController::phaseChanged, this, &AppState::followHistory);
+    for (const auto signal :
+        { &AppState::rootChanged, &AppState::selectionChanged, &AppState::viewRootChanged })
+        connect(this, signal, this, &AppState::followCommitsNeed);
+    connect(m_panels, &Panels::showDrawerChanged, this, &AppState::followCommitsNeed);
+    connect(m_display, &DisplaySettings::modeChanged, this, &AppState::followCommitsNeed);
+}
+
+void AppState::followCommitsNeed()
+{
+    const FileNode* shown = m_selection ? m_selection : m_viewRoot;
+    const bool wanted
+        = shown && m_isGit && m_panels->showDrawer() && m_display->mode() != VisualizationMode::history;
+    m_commits->follow(wanted ? std::optional<QString>(shown->relativePath) : std::nullopt);
 }
 
 AppState::~AppState()
@@ -24,6 +38,7 @@ AppState::~AppState()
     m_scan->cancel();
     m_imports->cancel();
     m_timeline->cancel();
+    m_commits->cancel();
     m_search->cancel();
     m_pool.waitForDone();
 }

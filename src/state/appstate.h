@@ -1,6 +1,7 @@
 #pragma once
 
 #include "scan/scanner.h"
+#include "state/commitscontroller.h"
 #include "state/dependencycontroller.h"
 #include "state/displaysettings.h"
 #include "state/filters.h"
@@ -52,6 +53,8 @@ public:
     const DependencyController& imports() const { return *m_imports; }
     TimelineController& timeline() { return *m_timeline; }
     const TimelineController& timeline() const { return *m_timeline; }
+    CommitsController& recentCommits() { return *m_commits; }
+    const CommitsController& recentCommits() const { return *m_commits; }
 
     // --- the folder -------------------------------------------------------------------------
     const FileNode* root() const { return m_root.get(); }
@@ -124,6 +127,8 @@ private:
     void followImportsNeed();
     // Shows the history's city once it is read, while the history view is on.
     void followHistory();
+    // Reads the newest commits of what the drawer shows, while it shows them.
+    void followCommitsNeed();
     bool selectNearestCentre();
 
     // Background jobs run here; the state waits for them before it goes.
@@ -135,6 +140,7 @@ private:
     ScanController* m_scan = nullptr;
     DependencyController* m_imports = nullptr;
     TimelineController* m_timeline = nullptr;
+    CommitsController* m_commits = nullptr;
     Panels* m_panels = nullptr;
     Recents* m_recents = nullptr;
 

@@ -359,6 +359,7 @@ Drawer::Drawer(AppState& state, QWidget* parent)
     , m_bar(new LanguageBar(this))
     , m_languages(new QLabel(this))
     , m_standouts(new QLabel(this))
+    , m_commits(new QLabel(this))
     , m_isolate(new QPushButton(this))
     , m_showAll(new QPushButton(QStringLiteral("Show everything"), this))
     , m_changes(new QWidget(this))
@@ -371,7 +372,7 @@ Drawer::Drawer(AppState& state, QWidget* parent)
     m_path->setWordWrap(true);
     m_path->setProperty("class", QStringLiteral("secondary"));
     // Rows of a table do not wrap: a wrapping rich-text label is measured a line short.
-    for (QLabel* label : { m_path, m_details, m_languages }) {
+    for (QLabel* label : { m_path, m_details, m_languages, m_commits }) {
         label->setTextFormat(label == m_path ? Qt::PlainText : Qt::RichText);
         label->setTextInteractionFlags(Qt::TextSelectableByMouse);
     }
@@ -414,7 +415,7 @@ Drawer::Drawer(AppState& state, QWidget* parent)
     connect(
         m_minChanges, &QSpinBox::valueChanged, this, [&filters](int value) { filters.setMinChanges(value); });
     for (QWidget* part : std::initializer_list<QWidget*> { m_title, m_path, m_details, narrowing, m_changes,
-             m_bar, m_languages, m_standouts, new ImportsPanel(state, content) })
+             m_bar, m_languages, m_standouts, m_commits, new ImportsPanel(state, content) })
         layout->addWidget(part);
     layout->addStretch();
     scroll->setWidget(content);
@@ -434,6 +435,7 @@ Drawer::Drawer(AppState& state, QWidget* parent)
         connect(&state, signal, this, &Drawer::refresh);
     connect(&state.panels(), &Panels::drawerWidthChanged, this, &Drawer::refresh);
     connect(&state.scan(), &ScanController::readingHistoryChanged, this, &Drawer::refresh);
+    connect(&state.recentCommits(), &CommitsController::commitsChanged, this, &Drawer::refresh);
     connect(&state.display(), &DisplaySettings::darkChanged, this, &Drawer::refresh);
     connect(&state.display(), &DisplaySettings::modeChanged, this, &Drawer::refresh);
     connect(&state.display(), &DisplaySettings::colorModeChanged, this, &Drawer::refreshFilters);
@@ -461,10 +463,23 @@ void Drawer::fileRows(const FileNode& node, const Row& row) const
     if (m_state.isGit() && m_state.scan().readingHistory()) {
         row(QStringLiteral("Commits"), QStringLiteral("reading history…"));
     } else if (m_state.isGit()) {
-        row(QStringLiteral("Commits"), Format::grouped(node.commits));
-        if (node.lastCommit)
+        // The count is of the history read; a file it never met is not a file without commits.
+        const bool older = !node.lastCommit && node.gitStatus != GitFileStatus::untracked
+            && node.gitStatus != GitFileStatus::added;
+        row(QStringLiteral("Commits"),
+            Format::grouped(node.commits) + (older ? QStringLiteral(" in the history read") : QString()));
+        // git's own word on the newest commit, once it has given it, with its subject.
+        const CommitsController& recent = m_state.recentCommits();
+        if (recent.holds(node.relativePath) && !recent.commits().isEmpty()) {
+            const Commit& last = recent.commits().front();
+            row(QStringLiteral("Last commit"),
+                last.shortHash() + QStringLiteral(" · ") + Format::date(last.date));
+            row(QString(),
+                fontMetrics().elidedText(
+                    last.subject, Qt::ElideRight, int(m_state.panels().drawerWidth()) - 140));
+        } else if (node.lastCommit)
             row(QStringLiteral("Last commit"), Format::date(*node.lastCommit));
-        else if (node.gitStatus != GitFileStatus::untracked && node.gitStatus != GitFileStatus::added)
+        else if (older)
             row(QStringLiteral("Last commit"), QStringLiteral("older than the history read"));
         if (!node.isDirectory)
             row(QStringLiteral("Status"),
@@ -558,6 +573,8 @@ void Drawer::refresh()
     m_links.clear();
     m_standouts->setText(wide && node->isDirectory && !history ? standouts(*node, &m_links) : QString());
     m_standouts->setVisible(!m_standouts->text().isEmpty());
+    m_commits->setText(wide && !history && m_state.isGit() ? recentCommits(*node) : QString());
+    m_commits->setVisible(!m_commits->text().isEmpty());
     QString list;
     for (qsizetype i = 0; i < (wide ? shares.size() : std::min<qsizetype>(shares.size(), 8)); ++i) {
         const LanguageShare& share = shares[i];
@@ -568,6 +585,31 @@ void Drawer::refresh()
                         Format::count(share.files, u"file"), Format::count(share.lines, u"line"));
     }
     m_languages->setText(list);
+}
+
+QString Drawer::recentCommits(const FileNode& node) const
+{
+    const CommitsController& recent = m_state.recentCommits();
+    const Theme& theme = Theme::of(m_state.display().dark());
+    QString html = QStringLiteral("<b>Recent commits</b><br>");
+    if (!recent.holds(node.relativePath))
+        return recent.isReading() ? html
+                + QStringLiteral("<span style='color:%1'>reading commits…</span>").arg(cssColor(theme.ink3))
+                                  : QString();
+    if (recent.commits().isEmpty())
+        return html + QStringLiteral("<span style='color:%1'>none</span>").arg(cssColor(theme.ink3));
+    // Hash and date in the faint ink, then the subject, each on one line.
+    const int room = int(m_state.panels().drawerWidth()) - 40;
+    for (const Commit& commit : recent.commits()) {
+        const QString lead = commit.shortHash() + QStringLiteral("  ") + Format::date(commit.date).left(10)
+            + QStringLiteral("  ");
+        const QString subject = fontMetrics().elidedText(
+            commit.subject, Qt::ElideRight, room - fontMetrics().horizontalAdvance(lead));
+        html += QStringLiteral("<span style='color:%1'>%2</span>%3<br>")
+                    .arg(cssColor(theme.ink3), lead.toHtmlEscaped().replace(u' ', QStringLiteral("&nbsp;")),
+                        subject.toHtmlEscaped());
+    }
+    return html;
 }
 
 QString Drawer::standouts(const FileNode& folder, QStringList* links) const

@@ -120,6 +120,8 @@ private:
     // In the wide drawer, for a folder: its largest and most changed files, each a link to the path
     // added to `links`.
     QString standouts(const FileNode& folder, QStringList* links) const;
+    // In the wide drawer: the newest commits of the node, once git has listed them.
+    QString recentCommits(const FileNode& node) const;
 
     AppState& m_state;
     QLabel* m_title;
@@ -128,6 +130,7 @@ private:
     LanguageBar* m_bar;
     QLabel* m_languages;
     QLabel* m_standouts;
+    QLabel* m_commits;
     QStringList m_links; // the paths m_standouts links to, in its order
     QPushButton* m_isolate;
     QPushButton* m_showAll;

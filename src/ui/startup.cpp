@@ -179,6 +179,19 @@ void addSearch(QJsonObject& object, const AppState& state)
     object.insert(u"hasFilters"_s, filters.hasFilters());
 }
 
+// The newest commits the drawer holds, and what they are of.
+QJsonValue recentCommitsJson(const CommitsController& recent)
+{
+    if (!recent.path())
+        return QJsonValue();
+    QJsonArray commits;
+    for (const Commit& commit : recent.commits())
+        commits.append(
+            QJsonObject { { QStringLiteral("hash"), commit.hash }, { QStringLiteral("date"), commit.date },
+                { QStringLiteral("author"), commit.author }, { QStringLiteral("subject"), commit.subject } });
+    return QJsonObject { { QStringLiteral("path"), *recent.path() }, { QStringLiteral("commits"), commits } };
+}
+
 QJsonValue timelineJson(const TimelineController& timeline)
 {
     static constexpr std::array phases { "idle", "indexing", "ready", "failed" };
@@ -220,6 +233,7 @@ QByteArray stateJson(const AppState& state, MainWindow& window)
         { QStringLiteral("showMinimap"), panels.showMinimap() },
         { QStringLiteral("recents"), QJsonArray::fromStringList(state.recents().folders()) },
         { QStringLiteral("drawerLinks"), QJsonArray::fromStringList(window.drawer().links()) },
+        { QStringLiteral("recentCommits"), recentCommitsJson(state.recentCommits()) },
         { QStringLiteral("autoFrame"), display.autoFrame() },
         { QStringLiteral("errorMessage"),
             state.errorMessage() ? QJsonValue(*state.errorMessage()) : QJsonValue() },
@@ -329,6 +343,7 @@ void StartupRunner::run()
         QCoreApplication::processEvents();
         waitForImports();
         waitForHistory();
+        waitForCommits();
         scene.flush();
         scene.settleCamera();
     };
@@ -404,6 +419,21 @@ void StartupRunner::waitForImports()
     });
     loop.exec();
     m_importsMs += clock.elapsed();
+    QCoreApplication::processEvents();
+}
+
+// The drawer's commits are read before the next key, so that the state tells them.
+void StartupRunner::waitForCommits()
+{
+    const CommitsController& commits = m_state.recentCommits();
+    if (!commits.isReading())
+        return;
+    QEventLoop loop;
+    connect(&commits, &CommitsController::commitsChanged, &loop, [&] {
+        if (!commits.isReading())
+            loop.quit();
+    });
+    loop.exec();
     QCoreApplication::processEvents();
 }
 

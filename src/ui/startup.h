@@ -74,6 +74,7 @@ private:
     void run();
     void waitForImports();
     void waitForHistory();
+    void waitForCommits();
     void waitForSearch();
     int finish();
     void printTimings(qint64 frameMs) const;

@@ -187,6 +187,43 @@ TEST(Window, TheWideDrawerListsTheLargestFilesOfTheFolder)
     EXPECT_EQ(links.at(1), u"src/core/unit4.cpp"_s); // 180 lines
 }
 
+// In a repository the drawer holds the newest commits of what it shows, read from git: the whole
+// repository's at first, the selected file's once one is chosen, and none with the drawer closed.
+TEST(Window, TheDrawerReadsTheNewestCommitsOfTheSelection)
+{
+    GitRepo repo;
+    repo.write(u"a.c"_s, "one\n");
+    repo.write(u"b.c"_s, "b\n");
+    repo.commitAll(u"Add a and b"_s, 1700000000);
+    repo.write(u"a.c"_s, "two\n");
+    repo.commitAll(u"Change a"_s, 1700000100);
+    repo.write(u"b.c"_s, "bb\n");
+    repo.commitAll(u"Change b"_s, 1700000200);
+    const auto subjects = [](const QJsonObject& state) {
+        QStringList list;
+        for (const QJsonValue& commit : state[u"recentCommits"_s][u"commits"_s].toArray())
+            list << commit[u"subject"_s].toString();
+        return list;
+    };
+
+    const QJsonObject opened = playKeys(repo.path(), u"}"_s);
+    EXPECT_EQ(opened[u"recentCommits"_s][u"path"_s], u""_s);
+    EXPECT_EQ(subjects(opened), (QStringList { u"Change b"_s, u"Change a"_s, u"Add a and b"_s }));
+
+    const QJsonObject chosen = playKeys(repo.path(), u"} Right"_s);
+    const QString file = chosen[u"selection"_s].toString();
+    ASSERT_TRUE(file == u"a.c"_s || file == u"b.c"_s) << file.toStdString();
+    EXPECT_EQ(chosen[u"recentCommits"_s][u"path"_s], file);
+    EXPECT_EQ(subjects(chosen),
+        file == u"a.c"_s ? (QStringList { u"Change a"_s, u"Add a and b"_s })
+                         : (QStringList { u"Change b"_s, u"Add a and b"_s }));
+
+    const QJsonObject closed = playKeys(repo.path(), u"] Right"_s);
+    ASSERT_TRUE(closed[u"selection"_s].isString());
+    EXPECT_NE(closed[u"recentCommits"_s][u"path"_s], closed[u"selection"_s]) << "the drawer is closed";
+    EXPECT_TRUE(playKeys(sharedProject().path(), u"Right"_s)[u"recentCommits"_s].isNull()) << "no repository";
+}
+
 // Escape with the key sheet up closes the sheet and leaves the selection be.
 TEST(Window, EscapeClosesTheKeySheetBeforeItClearsTheSelection)
 {
