@@ -9,6 +9,7 @@
 #include <algorithm>
 #include <cmath>
 #include <limits>
+#include <numbers>
 
 namespace {
 
@@ -83,6 +84,61 @@ void addHatchedRoof(std::vector<SceneLineVertex>& lines, const ScenePart& part, 
     }
 }
 
+// The tree as it is drawn: the layout's places, with files as wide as the room beside their
+// neighbours on the ring allows, up to about twice the layout's slim buildings, and folder plates
+// the square inscribed in the folder's own circle. No building reaches up through its folder's
+// plate: one that stands under the plate stops just below it.
+void drawReadably(LayoutResult& tree)
+{
+    constexpr float widest = 1.1f, below = 0.15f;
+    QHash<const FileNode*, const Placement*> plates;
+    for (Placement& placement : tree.placements) {
+        if (placement.kind != PlacementKind::junction)
+            continue;
+        placement.size.x = placement.size.z = placement.size.x / std::numbers::sqrt2_v<float>;
+        plates.insert(placement.file, &placement);
+    }
+    // Each folder's children in the order they go round its ring.
+    QHash<const FileNode*, std::vector<Placement*>> rings;
+    for (Placement& placement : tree.placements) {
+        if (placement.file->parent && plates.contains(placement.file->parent))
+            rings[placement.file->parent].push_back(&placement);
+    }
+    const auto isFile
+        = [](const Placement* p) { return p->kind == PlacementKind::building && !p->aggregate; };
+    QHash<const Placement*, float> room; // the half width each file may take
+    for (const std::vector<Placement*>& ring : std::as_const(rings)) {
+        for (std::size_t i = 0; ring.size() > 1 && i < ring.size(); ++i) {
+            const Placement* a = ring[i];
+            const Placement* b = ring[(i + 1) % ring.size()];
+            // Two squares are clear of each other when they are apart along one axis.
+            const float apart = std::max(std::abs(a->base.x - b->base.x), std::abs(a->base.z - b->base.z));
+            for (const auto& [one, other] : { std::pair(a, b), std::pair(b, a) }) {
+                if (!isFile(one))
+                    continue;
+                const float half = isFile(other) ? apart / 2 : apart - other->size.x / 2;
+                room[one] = std::min(room.value(one, widest / 2), half);
+            }
+        }
+    }
+    for (Placement& placement : tree.placements) {
+        if (placement.kind != PlacementKind::building)
+            continue;
+        if (!placement.aggregate) {
+            const float half = std::min(room.value(&placement, widest / 2), widest / 2);
+            placement.size.x = placement.size.z = std::max(placement.size.x, 2 * half);
+        }
+        const Placement* plate = plates.value(placement.file->parent);
+        if (!plate)
+            continue;
+        const float reach = (placement.size.x + plate->size.x) / 2;
+        const bool under = std::abs(placement.base.x - plate->base.x) < reach
+            && std::abs(placement.base.z - plate->base.z) < reach;
+        if (under)
+            placement.size.y = std::clamp(plate->base.y - below - placement.base.y, 0.2f, placement.size.y);
+    }
+}
+
 SceneBox merged(const SceneBox& a, const SceneBox& b)
 {
     return { QVector3D(std::min(a.min.x(), b.min.x()), std::min(a.min.y(), b.min.y()),
@@ -125,6 +181,7 @@ void SceneController::build(const FileNode& root, const SceneConfig& config, boo
     switch (config.mode) {
     case VisualizationMode::tree:
         m_layout = TreeLayout::build(root, config.height, config.heightScale);
+        drawReadably(m_layout);
         break;
     case VisualizationMode::history:
         m_layout = CityLayout::build(root, config.height, config.heightScale, lot, nullptr);
@@ -504,6 +561,21 @@ void SceneController::addLinks()
     // Thousands of imports stay readable as a haze: thin and faint, fainter still beside a focus.
     if (graph)
         edge.setAlphaF(m_focus.isEmpty() ? (theme.dark ? 0.3f : 0.35f) : 0.08f);
+    // In the tree a folder's lines to its files fade as they crowd, so that a ring of hundreds reads
+    // as a ring and not as a moiré; the lines to folders, the tree's shape, stay whole.
+    QHash<const FileNode*, int> fans;
+    if (m_config.mode == VisualizationMode::tree) {
+        for (const auto& ends : m_layout.edgeEnds)
+            ++fans[ends.first];
+    }
+    const auto fanned = [&](const FileNode* folder) {
+        constexpr double uncrowded = 12;
+        const int fan = fans.value(folder);
+        QColor faded = edge;
+        if (fan > uncrowded)
+            faded.setAlphaF(float(std::max(uncrowded / fan, 0.06)));
+        return faded;
+    };
     for (size_t i = 0; i < m_layout.edges.size(); ++i) {
         const auto& [from, to] = m_layout.edges[i];
         const auto& ends = i < m_layout.edgeEnds.size() ? m_layout.edgeEnds[i]
@@ -523,7 +595,8 @@ void SceneController::addLinks()
         } else if (m_focus.cycle.contains(ends.first) && m_focus.cycle.contains(ends.second)) {
             lit = theme.accent;
         }
-        addLine(m_lines, vec(from), vec(to), lit.value_or(edge), !lit);
+        const bool toFile = ends.second && !ends.second->isDirectory && !fans.isEmpty();
+        addLine(m_lines, vec(from), vec(to), lit.value_or(toFile ? fanned(ends.first) : edge), !lit);
     }
 }
 

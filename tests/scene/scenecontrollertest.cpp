@@ -266,6 +266,85 @@ INSTANTIATE_TEST_SUITE_P(Views, SelectedFolder,
         return info.param == VisualizationMode::city ? std::string("city") : std::string("tree");
     });
 
+// The tree as drawn: no building reaches into a folder's plate, however tall it is, on the
+// project's own sources and on folders made to crowd a plate: a single tall file straight below its
+// folder, and a wide ring under a large plate.
+class TreePlates : public testing::TestWithParam<const char*> { };
+
+TEST_P(TreePlates, NoBuildingReachesIntoAPlate)
+{
+    std::shared_ptr<FileNode> root;
+    const QString which = QString::fromUtf8(GetParam());
+    if (which == u"sources") {
+        root = scanned(QStringLiteral(KORVANE_SOURCE_DIR "/src"));
+    } else {
+        QString text = u"only/tall.c 90000\nonly/deeper/alone/tall.c 80000\n"_s;
+        for (int i = 0; i < 200; ++i)
+            text += u"crowd/f%1.c %2\n"_s.arg(i).arg(i * 400);
+        text += u"crowd/sub/x.c 50000\n"_s;
+        root = makeTree(text);
+    }
+    ASSERT_TRUE(root);
+    SceneController scene;
+    scene.build(*root, config(VisualizationMode::tree), true);
+    std::vector<SceneBox> plates, buildings;
+    std::vector<QString> plateNames, buildingNames;
+    for (const EntityNode& entity : scene.entities()) {
+        const bool plate = entity.kind() == PlacementKind::junction;
+        (plate ? plates : buildings).push_back(entity.box());
+        (plate ? plateNames : buildingNames).push_back(entity.file->relativePath);
+    }
+    ASSERT_FALSE(plates.empty());
+    ASSERT_FALSE(buildings.empty());
+    const auto apart = [](const SceneBox& a, const SceneBox& b) {
+        for (int axis = 0; axis < 3; ++axis) {
+            if (a.max[axis] <= b.min[axis] + 1e-4f || b.max[axis] <= a.min[axis] + 1e-4f)
+                return true;
+        }
+        return false;
+    };
+    QStringList pierced;
+    for (std::size_t b = 0; b < buildings.size(); ++b) {
+        for (std::size_t p = 0; p < plates.size(); ++p) {
+            if (!apart(buildings[b], plates[p]))
+                pierced << buildingNames[b] + u" through "_s + plateNames[p];
+        }
+    }
+    EXPECT_TRUE(pierced.isEmpty()) << pierced.join(u", "_s).toStdString();
+}
+
+INSTANTIATE_TEST_SUITE_P(Folders, TreePlates, testing::Values("sources", "crowded"));
+
+// A folder's lines to its files fade as they crowd; its lines to folders keep their strength.
+TEST(SceneController, ATreesCrowdedFansFadeAndItsFolderLinesStay)
+{
+    QString text = u"few/a.c 10\nfew/b.c 10\n"_s;
+    for (int i = 0; i < 300; ++i)
+        text += u"many/f%1.c 10\n"_s.arg(i);
+    const auto root = makeTree(text);
+    SceneController scene;
+    scene.build(*root, config(VisualizationMode::tree), true);
+    const std::vector<SceneLineVertex>& lines = scene.lineVertices();
+    const auto alphaAt = [&](const FileNode* node) {
+        const EntityNode* entity = scene.entityFor(node);
+        float alpha = -1;
+        for (std::size_t i = 1; i < lines.size(); i += 2) {
+            const QVector3D end(lines[i].position[0], lines[i].position[1], lines[i].position[2]);
+            if (std::abs(end.x() - entity->parts[0].base.x()) < 1e-3f
+                && std::abs(end.z() - entity->parts[0].base.z()) < 1e-3f)
+                alpha = lines[i].color[3];
+        }
+        return alpha;
+    };
+    const float folder = alphaAt(root->find(u"many"_s));
+    const float few = alphaAt(root->find(u"few/a.c"_s));
+    const float crowded = alphaAt(root->find(u"many/f7.c"_s));
+    ASSERT_GT(folder, 0);
+    EXPECT_FLOAT_EQ(few, folder);
+    EXPECT_GT(crowded, 0);
+    EXPECT_LT(crowded, folder / 4);
+}
+
 // A folder drawn whole has a hatched roof, drawn as lines on top of it, so that it is not taken for
 // one large file; a plain building has none.
 TEST(SceneController, AFolderDrawnWholeHasAHatchedRoof)
