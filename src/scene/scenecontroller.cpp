@@ -563,8 +563,9 @@ void SceneController::addLinks()
         edge.setAlphaF(m_focus.isEmpty() ? (theme.dark ? 0.3f : 0.35f) : 0.08f);
     // In the tree a folder's lines to its files fade as they crowd, so that a ring of hundreds reads
     // as a ring and not as a moiré; the lines to folders, the tree's shape, stay whole.
+    const bool tree = m_config.mode == VisualizationMode::tree;
     QHash<const FileNode*, int> fans;
-    if (m_config.mode == VisualizationMode::tree) {
+    if (tree) {
         for (const auto& ends : m_layout.edgeEnds)
             ++fans[ends.first];
     }
@@ -595,7 +596,7 @@ void SceneController::addLinks()
         } else if (m_focus.cycle.contains(ends.first) && m_focus.cycle.contains(ends.second)) {
             lit = theme.accent;
         }
-        const bool toFile = ends.second && !ends.second->isDirectory && !fans.isEmpty();
+        const bool toFile = tree && ends.second && !ends.second->isDirectory;
         addLine(m_lines, vec(from), vec(to), lit.value_or(toFile ? fanned(ends.first) : edge), !lit);
     }
 }
