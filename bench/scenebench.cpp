@@ -136,7 +136,8 @@ int main(int argc, char* argv[])
         view.finish();
         const double firstFrame = double(first.nsecsElapsed()) / 1e6;
         // A full turn around the city, one frame at a time, as the turn keys glide: as the window
-        // draws it, then with every frame drawn in full.
+        // draws it (on a software renderer, without the detail that waits for the camera to
+        // stop), then with every frame in full detail. Both are at full resolution.
         const float turn = 2 * float(std::numbers::pi) / float(frames);
         const auto orbit = [&] {
             return milliseconds(frames, [&](int) {
@@ -147,9 +148,9 @@ int main(int argc, char* argv[])
             });
         };
         const Timing orbiting = orbit();
-        view.renderer().setAdaptiveResolution(false);
+        view.renderer().setAdaptiveDetail(false);
         const Timing orbitingInFull = orbit();
-        view.renderer().setAdaptiveResolution(true);
+        view.renderer().setAdaptiveDetail(true);
         // A new selection every frame with the camera at rest: the instance buffers are uploaded
         // again each time.
         scene.camera().settle();
@@ -163,7 +164,7 @@ int main(int argc, char* argv[])
         std::printf("| first frame: upload, shadows, draw%s | %.2f | | |\n", qPrintable(label), firstFrame);
         row(qPrintable(u"frame while orbiting" + label), orbiting);
         if (view.renderer().softwareContext() && perPixel == 0)
-            row(qPrintable(u"frame while orbiting, every frame in full" + label), orbitingInFull);
+            row(qPrintable(u"frame while orbiting, every frame in full detail" + label), orbitingInFull);
         row(qPrintable(u"frame after a new selection, camera at rest" + label), changing);
     }
     // The names over the city with the camera at rest (while it moves they are not drawn): placing

@@ -150,12 +150,14 @@ bool Renderer::buildPrograms()
         return p;
     };
     m_box = program(Shaders::boxVertex, Shaders::boxFragment, "building");
-    m_plane = m_box ? program(Shaders::planeVertex, Shaders::planeFragment, "ground") : nullptr;
+    m_plainBox = m_box ? program(Shaders::boxVertex, Shaders::boxPlainFragment, "building") : nullptr;
+    m_plane = m_plainBox ? program(Shaders::planeVertex, Shaders::planeFragment, "ground") : nullptr;
     m_line = m_plane ? program(Shaders::lineVertex, Shaders::lineFragment, "line") : nullptr;
     m_shadow = m_line ? program(Shaders::shadowVertex, Shaders::shadowFragment, "shadow") : nullptr;
     m_bake = m_shadow ? program(Shaders::bakeVertex, Shaders::bakeFragment, "shade") : nullptr;
     if (!m_bake) {
         m_box.reset();
+        m_plainBox.reset();
         m_plane.reset();
         m_line.reset();
         m_shadow.reset();
@@ -276,18 +278,15 @@ void Renderer::release()
     glDeleteBuffers(GLsizei(std::size(buffers)), buffers);
     const GLuint arrays[] = { m_boxArray, m_planeArray, m_lineArray, m_emptyArray };
     glDeleteVertexArrays(GLsizei(std::size(arrays)), arrays);
-    const GLuint framebuffers[] = { m_shadowFramebuffer, m_shadeFramebuffer, m_reducedFramebuffer };
+    const GLuint framebuffers[] = { m_shadowFramebuffer, m_shadeFramebuffer };
     glDeleteFramebuffers(GLsizei(std::size(framebuffers)), framebuffers);
-    const GLuint renderbuffers[] = { m_reducedColor, m_reducedDepth };
-    glDeleteRenderbuffers(GLsizei(std::size(renderbuffers)), renderbuffers);
-    m_reducedFramebuffer = m_reducedColor = m_reducedDepth = 0;
-    m_reducedSize = {};
     const GLuint textures[] = { m_shadowTexture, m_shadeTexture };
     glDeleteTextures(GLsizei(std::size(textures)), textures);
     m_boxMesh = m_boxIndices = m_planeMesh = m_boxInstances = m_planeInstances = m_lineBuffer = 0;
     m_boxArray = m_planeArray = m_lineArray = m_emptyArray = 0;
     m_shadowFramebuffer = m_shadeFramebuffer = m_shadowTexture = m_shadeTexture = 0;
     m_box.reset();
+    m_plainBox.reset();
     m_plane.reset();
     m_line.reset();
     m_shadow.reset();
@@ -312,6 +311,7 @@ void Renderer::upload(const SceneController& scene, int quarter)
     glBufferData(
         GL_ARRAY_BUFFER, GLsizeiptr(lines.size() * sizeof(SceneLineVertex)), lines.data(), GL_DYNAMIC_DRAW);
     m_lineCount = GLsizei(lines.size());
+    m_detailLines = GLsizei(std::min(scene.detailLineStart(), lines.size()));
     glBindBuffer(GL_ARRAY_BUFFER, 0);
     m_generation = scene.generation();
     m_uploaded = true;
@@ -393,26 +393,6 @@ void Renderer::drawShadows(const SceneController& scene)
     glBindVertexArray(0);
 }
 
-void Renderer::prepareReduced(QSize size)
-{
-    if (m_reducedFramebuffer && m_reducedSize == size)
-        return;
-    if (!m_reducedFramebuffer) {
-        glGenFramebuffers(1, &m_reducedFramebuffer);
-        glGenRenderbuffers(1, &m_reducedColor);
-        glGenRenderbuffers(1, &m_reducedDepth);
-    }
-    glBindRenderbuffer(GL_RENDERBUFFER, m_reducedColor);
-    glRenderbufferStorage(GL_RENDERBUFFER, GL_RGBA8, size.width(), size.height());
-    glBindRenderbuffer(GL_RENDERBUFFER, m_reducedDepth);
-    glRenderbufferStorage(GL_RENDERBUFFER, GL_DEPTH_COMPONENT24, size.width(), size.height());
-    glBindRenderbuffer(GL_RENDERBUFFER, 0);
-    glBindFramebuffer(GL_FRAMEBUFFER, m_reducedFramebuffer);
-    glFramebufferRenderbuffer(GL_FRAMEBUFFER, GL_COLOR_ATTACHMENT0, GL_RENDERBUFFER, m_reducedColor);
-    glFramebufferRenderbuffer(GL_FRAMEBUFFER, GL_DEPTH_ATTACHMENT, GL_RENDERBUFFER, m_reducedDepth);
-    m_reducedSize = size;
-}
-
 // What every program of a frame shares: the camera and the fog.
 struct Renderer::FrameView {
     QMatrix4x4 viewProjection;
@@ -432,36 +412,20 @@ void Renderer::render(const SceneController& scene, QSize pixels, float devicePi
     const int quarter = (towardEye.x() >= 0 ? 0 : 2) + (towardEye.z() >= 0 ? 0 : 1);
     const bool shadows = prepare(scene, quarter, GLuint(target));
 
-    GLint multisampled = 0;
-    glGetIntegerv(GL_SAMPLE_BUFFERS, &multisampled);
-    const bool reduced = m_adaptive && m_software && multisampled == 0 && !camera.settled()
-        && std::min(pixels.width(), pixels.height()) >= 64;
-    const QSize drawn = reduced ? QSize((pixels.width() + 1) / 2, (pixels.height() + 1) / 2) : pixels;
-    if (reduced) {
-        prepareReduced(drawn);
-        glBindFramebuffer(GL_FRAMEBUFFER, m_reducedFramebuffer);
-        devicePixelRatio /= 2;
-    }
-    clear(scene.theme(), drawn);
+    const bool plain = m_adaptive && m_software && !camera.settled();
+    clear(scene.theme(), pixels);
 
     const FrameView frame = frameView(scene, float(pixels.width()) / float(pixels.height()));
     // Buildings first: the lots they hide are then never shaded.
     if (m_boxCount > 0)
-        drawBoxes(scene, frame, camera.perspective ? -1 : quarter, devicePixelRatio);
+        drawBoxes(scene, frame, camera.perspective ? -1 : quarter, plain ? nullptr : &devicePixelRatio);
     if (m_planeCount > 0)
         drawPlanes(scene.theme(), frame, shadows);
-    if (m_lineCount > 0)
-        drawLines(frame);
+    if (const GLsizei lines = plain ? m_detailLines : m_lineCount; lines > 0)
+        drawLines(frame, lines);
     glBindVertexArray(0);
     glDisable(GL_CULL_FACE);
     glDisable(GL_DEPTH_TEST);
-    if (reduced) {
-        glBindFramebuffer(GL_READ_FRAMEBUFFER, m_reducedFramebuffer);
-        glBindFramebuffer(GL_DRAW_FRAMEBUFFER, GLuint(target));
-        glBlitFramebuffer(0, 0, drawn.width(), drawn.height(), 0, 0, pixels.width(), pixels.height(),
-            GL_COLOR_BUFFER_BIT, GL_LINEAR);
-        glBindFramebuffer(GL_FRAMEBUFFER, GLuint(target));
-    }
 }
 
 // Uploads what changed and redraws the shadows when the shapes did; whether shadows are shown.
@@ -517,19 +481,23 @@ void Renderer::bindFrame(QOpenGLShaderProgram& program, const FrameView& frame)
 
 // `quarter` is the quarter an orthographic camera looks from, whose three visible faces are all
 // that is drawn; -1 draws every face.
-void Renderer::drawBoxes(const SceneController& scene, const FrameView& frame, int quarter, float pixelRatio)
+void Renderer::drawBoxes(
+    const SceneController& scene, const FrameView& frame, int quarter, const float* storeyLinesPixelRatio)
 {
     const Theme& theme = scene.theme();
-    bindFrame(*m_box, frame);
-    m_box->setUniformValue("lightDirection", lightDirection());
-    m_box->setUniformValue("sunTint", rgb(theme.sunTint));
-    m_box->setUniformValue("shadeTint", rgb(theme.shadeTint));
-    // One storey a eighteenth of the tallest building, so that any city shows about as many.
-    m_box->setUniformValue("storey", std::max(scene.layout().peak / 18, 0.25f));
-    // The theme's floor line is a whisper; walls need it a little stronger to read.
-    const QColor line = theme.floorLine.toRgb();
-    m_box->setUniformValue("lineTint", QVector4D(rgb(line), std::min(float(line.alphaF()) * 2.5f, 1.0f)));
-    m_box->setUniformValue("pixelRatio", std::max(pixelRatio, 0.25f));
+    QOpenGLShaderProgram& box = storeyLinesPixelRatio ? *m_box : *m_plainBox;
+    bindFrame(box, frame);
+    box.setUniformValue("lightDirection", lightDirection());
+    box.setUniformValue("sunTint", rgb(theme.sunTint));
+    box.setUniformValue("shadeTint", rgb(theme.shadeTint));
+    if (storeyLinesPixelRatio) {
+        // One storey a eighteenth of the tallest building, so that any city shows about as many.
+        box.setUniformValue("storey", std::max(scene.layout().peak / 18, 0.25f));
+        // The theme's floor line is a whisper; walls need it a little stronger to read.
+        const QColor line = theme.floorLine.toRgb();
+        box.setUniformValue("lineTint", QVector4D(rgb(line), std::min(float(line.alphaF()) * 2.5f, 1.0f)));
+        box.setUniformValue("pixelRatio", std::max(*storeyLinesPixelRatio, 0.25f));
+    }
     GLsizei count = allFaces;
     const void* first = nullptr;
     if (quarter >= 0) {
@@ -538,7 +506,7 @@ void Renderer::drawBoxes(const SceneController& scene, const FrameView& frame, i
     }
     glBindVertexArray(m_boxArray);
     glDrawElementsInstanced(GL_TRIANGLES, count, GL_UNSIGNED_SHORT, first, m_boxCount);
-    m_box->release();
+    box.release();
 }
 
 void Renderer::drawPlanes(const Theme& theme, const FrameView& frame, bool shadows)
@@ -559,13 +527,13 @@ void Renderer::drawPlanes(const Theme& theme, const FrameView& frame, bool shado
     m_plane->release();
 }
 
-void Renderer::drawLines(const FrameView& frame)
+void Renderer::drawLines(const FrameView& frame, GLsizei vertices)
 {
     glEnable(GL_BLEND);
     glBlendFunc(GL_SRC_ALPHA, GL_ONE_MINUS_SRC_ALPHA);
     bindFrame(*m_line, frame);
     glBindVertexArray(m_lineArray);
-    glDrawArrays(GL_LINES, 0, m_lineCount);
+    glDrawArrays(GL_LINES, 0, vertices);
     m_line->release();
     glDisable(GL_BLEND);
 }

@@ -48,11 +48,13 @@ public:
     QString error() const { return m_error; }
     void render(const SceneController& scene, QSize pixels, float devicePixelRatio);
 
-    // On a software renderer, frames drawn while the camera moves are drawn at half the width and
-    // height and scaled up, which keeps turning and zooming fluid; the frame it settles on is drawn
-    // in full. On by default; it never applies to a multisampled target or a GPU.
-    void setAdaptiveResolution(bool on) { m_adaptive = on; }
-    bool adaptiveResolution() const { return m_adaptive; }
+    // On a software renderer, frames drawn while the camera moves leave out the detail that costs
+    // most and cannot be read in motion: buildings are drawn without storey lines and fogged face
+    // by face, and the hatches on folders drawn whole wait. That keeps turning and zooming fluid at
+    // full resolution; the frame the camera settles on has everything. On by default; it never
+    // applies on a GPU.
+    void setAdaptiveDetail(bool on) { m_adaptive = on; }
+    bool adaptiveDetail() const { return m_adaptive; }
     bool softwareContext() const { return m_software; } // known once initialized
     // What draws: "llvmpipe (LLVM 15.0.6, 256 bits), OpenGL 4.5 (Core Profile) Mesa 22.3.6".
     const QString& driver() const { return m_driver; } // known once initialized
@@ -76,11 +78,12 @@ private:
     void clear(const Theme& theme, QSize drawn);
     FrameView frameView(const SceneController& scene, float aspect) const;
     void bindFrame(QOpenGLShaderProgram& program, const FrameView& frame);
-    void drawBoxes(const SceneController& scene, const FrameView& frame, int quarter, float pixelRatio);
+    // Storey lines are drawn when their pixel ratio is given.
+    void drawBoxes(const SceneController& scene, const FrameView& frame, int quarter,
+        const float* storeyLinesPixelRatio);
     void drawPlanes(const Theme& theme, const FrameView& frame, bool shadows);
-    void drawLines(const FrameView& frame);
+    void drawLines(const FrameView& frame, GLsizei vertices);
     void upload(const SceneController& scene, int quarter);
-    void prepareReduced(QSize size);
     void uploadBoxes(const SceneController& scene, int quarter);
     void drawShadows(const SceneController& scene);
     QMatrix4x4 lightMatrix(const SceneController& scene) const;
@@ -88,6 +91,7 @@ private:
     bool m_initialized = false;
     QString m_error;
     std::unique_ptr<QOpenGLShaderProgram> m_box;
+    std::unique_ptr<QOpenGLShaderProgram> m_plainBox;
     std::unique_ptr<QOpenGLShaderProgram> m_plane;
     std::unique_ptr<QOpenGLShaderProgram> m_line;
     std::unique_ptr<QOpenGLShaderProgram> m_shadow;
@@ -97,12 +101,11 @@ private:
     GLuint m_boxArray = 0, m_planeArray = 0, m_lineArray = 0, m_emptyArray = 0;
     GLuint m_shadowTexture = 0, m_shadowFramebuffer = 0;
     GLuint m_shadeTexture = 0, m_shadeFramebuffer = 0;
-    GLuint m_reducedFramebuffer = 0, m_reducedColor = 0, m_reducedDepth = 0;
-    QSize m_reducedSize;
     bool m_software = false;
     QString m_driver;
     bool m_adaptive = true;
     GLsizei m_boxCount = 0, m_planeCount = 0, m_lineCount = 0;
+    GLsizei m_detailLines = 0; // the lines a moving frame draws
     quint64 m_generation = 0;
     bool m_uploaded = false;
     int m_boxQuarter = -1; // the quarter of view the boxes are sorted for

@@ -525,12 +525,6 @@ void SceneController::refresh()
 
     const Theme& theme = m_config.theme;
     for (const EntityNode& entity : m_entities) {
-        if (!entity.hidden && entity.placement && entity.placement->aggregate && !entity.parts.empty())
-            addHatchedRoof(m_lines, entity.parts.back(),
-                mix(shownColor(entity, entity.parts.back()),
-                    theme.dark ? QColor(Qt::white) : QColor(Qt::black), 0.4));
-    }
-    for (const EntityNode& entity : m_entities) {
         // A top-level file's tile shares its marks but not its outline.
         if (entity.hidden || entityFor(entity.file) != &entity)
             continue;
@@ -548,6 +542,14 @@ void SceneController::refresh()
             continue;
         for (const ScenePart& part : entity.parts)
             addOutline(m_lines, part, ring);
+    }
+    // The hatches come last, so that a moving frame can leave them out.
+    m_detailLines = m_lines.size();
+    for (const EntityNode& entity : m_entities) {
+        if (!entity.hidden && entity.placement && entity.placement->aggregate && !entity.parts.empty())
+            addHatchedRoof(m_lines, entity.parts.back(),
+                mix(shownColor(entity, entity.parts.back()),
+                    theme.dark ? QColor(Qt::white) : QColor(Qt::black), 0.4));
     }
     ++m_generation;
 }

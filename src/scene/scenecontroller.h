@@ -136,6 +136,9 @@ public:
     const std::vector<SceneInstance>& boxInstances() const { return m_boxes; }
     const std::vector<SceneInstance>& planeInstances() const { return m_planes; }
     const std::vector<SceneLineVertex>& lineVertices() const { return m_lines; }
+    // Where the line vertices that a moving frame may leave out begin: the hatches on the roofs of
+    // folders drawn whole, detail that cannot be read in motion.
+    std::size_t detailLineStart() const { return m_detailLines; }
     // The box that holds everything drawn, the ground included.
     const SceneBox& bounds() const { return m_bounds; }
     // The flat box of the ground plane, in the views drawn on one.
@@ -173,6 +176,7 @@ private:
 
     const FileNode* m_selection = nullptr;
     const FileNode* m_selectedFolder = nullptr; // found again by each refresh, among the entities
+    std::size_t m_detailLines = 0;
     NodePredicate m_filteredOut;
     NodePredicate m_hidden;
     QHash<const FileNode*, float> m_touched;

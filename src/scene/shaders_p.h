@@ -28,6 +28,7 @@ flat out vec3 vColor;
 out float vFog;
 out float vStorey;
 flat out float vLined;
+flat out float vFaceFog; // the fog of the face's last corner, for the plain faces of a moving frame
 
 void main()
 {
@@ -40,6 +41,7 @@ void main()
     vColor = lit + sunTint * sun * 0.05;
     float depth = dot(depthRow, vec4(world, 1.0));
     vFog = (depth - fogRange.x) / (fogRange.y - fogRange.x); // clamped per fragment, for long faces
+    vFaceFog = clamp(vFog, 0.0, 1.0);
     vStorey = world.y / storey;
     vLined = flags.x * (1.0 - abs(normal.y)); // walls only, never a roof that sits on a storey
 }
@@ -67,6 +69,23 @@ void main()
     float line = (1.0 - clamp(d - 0.2, 0.0, 1.0)) * clamp((0.3 - w * pixelRatio) * 5.0, 0.0, 1.0);
     vec3 color = mix(vColor, lineTint.rgb, line * lineTint.a * vLined);
     fragColor = vec4(mix(color, fogColor, clamp(vFog, 0.0, 1.0) * fogMax), 1.0);
+}
+)";
+
+// While the camera moves on a software renderer: each face one colour, without storey lines, and
+// fogged as a whole; what costs most per pixel waits for the frame the camera settles on.
+inline constexpr char boxPlainFragment[] = R"(#version 330 core
+flat in vec3 vColor;
+flat in float vFaceFog;
+
+uniform vec3 fogColor;
+uniform float fogMax;
+
+out vec4 fragColor;
+
+void main()
+{
+    fragColor = vec4(mix(vColor, fogColor, vFaceFog * fogMax), 1.0);
 }
 )";
 

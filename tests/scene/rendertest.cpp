@@ -222,7 +222,7 @@ TEST(Render, TheSelectionShowsInTheAccentColourWithItsName)
     }
 }
 
-TEST(Render, AMovingCameraOnASoftwareRendererDrawsTheSamePictureAtHalfTheResolution)
+TEST(Render, AMovingCameraOnASoftwareRendererDrawsTheSamePictureWithLessDetail)
 {
     SceneController scene;
     scene.build(basic(), config(VisualizationMode::city, false), true);
@@ -241,9 +241,9 @@ TEST(Render, AMovingCameraOnASoftwareRendererDrawsTheSamePictureAtHalfTheResolut
     const double difference = meanDifference(moving, settled);
     EXPECT_LT(difference, 4) << "the moving frame is another picture";
     if (view.renderer().softwareContext()) {
-        EXPECT_GT(difference, 0.05) << "the moving frame was drawn in full";
+        EXPECT_GT(difference, 0.05) << "the moving frame was drawn in full detail";
     }
-    view.renderer().setAdaptiveResolution(false);
+    view.renderer().setAdaptiveDetail(false);
     view.draw(scene);
     EXPECT_LT(meanDifference(view.image(scene, false), settled), 0.05);
 }

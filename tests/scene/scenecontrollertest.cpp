@@ -368,6 +368,13 @@ TEST(SceneController, AFolderDrawnWholeHasAHatchedRoof)
         onRoof += over && v.position[1] > roof.max.y();
     }
     EXPECT_GE(onRoof, 2 * (4 + 5)) << "the rim and five hatches";
+    // The hatches are the detail a moving frame leaves out; a selection's outline is not.
+    scene.setSelection(root->find(u"main.c"_s));
+    const std::size_t detail = scene.detailLineStart();
+    ASSERT_LT(detail, scene.lineVertices().size());
+    EXPECT_GE(detail, std::size_t(2 * 12)) << "the selected building's outline comes first";
+    EXPECT_EQ(scene.lineVertices().size() - detail, std::size_t(scene.layout().aggregated) * 2 * (4 + 5))
+        << "only the roofs' lines after it";
 
     const auto plain = town();
     scene.build(*plain, config(), true);
