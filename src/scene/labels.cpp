@@ -172,43 +172,25 @@ void paintTag(QPainter& painter, const Theme& theme, const Tag& tag)
         tag.detail);
 }
 
-// The smallest screen rectangle around a box's eight corners; none when any lies behind the camera.
-std::optional<QRectF> screenBounds(const QMatrix4x4& matrix, const SceneBox& box, QSize view)
-{
-    double left = 1e18, top = 1e18, right = -1e18, bottom = -1e18;
-    for (int corner = 0; corner < 8; ++corner) {
-        const QVector3D point((corner & 1) ? box.max.x() : box.min.x(),
-            (corner & 2) ? box.max.y() : box.min.y(), (corner & 4) ? box.max.z() : box.min.z());
-        const QVector4D clip = matrix * QVector4D(point, 1);
-        if (clip.w() <= 1e-6f)
-            return std::nullopt;
-        const QVector3D ndc = clip.toVector3DAffine();
-        const double x = (double(ndc.x()) + 1) / 2 * view.width(),
-                     y = (1 - double(ndc.y())) / 2 * view.height();
-        left = std::min(left, x);
-        right = std::max(right, x);
-        top = std::min(top, y);
-        bottom = std::max(bottom, y);
-    }
-    return QRectF(QPointF(left, top), QPointF(right, bottom));
-}
-
 } // namespace
 
-std::vector<SceneLabel> placeLabels(const SceneController& scene, QSize view)
+namespace {
+
+// The names, kept off the selection's tag when there is one.
+std::vector<SceneLabel> placeAround(const SceneController& scene, QSize view, const std::optional<Tag>& tag)
 {
     std::vector<SceneLabel> placed;
     if (view.isEmpty() || scene.entities().empty())
         return placed;
     const QRectF area = QRectF(QPointF(0, 0), QSizeF(view)).adjusted(4, 4, -4, -4);
     std::vector<QRectF> taken;
-    if (const std::optional<Tag> tag = selectionTag(scene, view))
+    if (tag)
         taken.push_back(tag->box.adjusted(-3, -3, 3, 3));
     const QMatrix4x4 matrix = scene.viewProjection(view);
     // Nor does a name cover the selection itself, when it is a building.
     if (const EntityNode* chosen = scene.selection() ? scene.entityFor(scene.selection()) : nullptr;
         chosen && chosen->kind() == PlacementKind::building) {
-        if (const std::optional<QRectF> bounds = screenBounds(matrix, chosen->box(), view))
+        if (const std::optional<QRectF> bounds = SceneController::screenBounds(matrix, chosen->box(), view))
             taken.push_back(*bounds);
     }
     const auto place = [&](const FileNode* file, const QString& text, QPointF centre, int pixelSize,
@@ -244,7 +226,8 @@ std::vector<SceneLabel> placeLabels(const SceneController& scene, QSize view)
     // carries its count of files.
     struct Candidate {
         const EntityNode* entity;
-        QRectF bounds;
+        QRectF bounds; // of a folder, on screen
+        float top = 0; // of a building, in the scene
     };
     std::vector<Candidate> folders, buildings;
     for (const EntityNode& entity : scene.entities()) {
@@ -253,10 +236,11 @@ std::vector<SceneLabel> placeLabels(const SceneController& scene, QSize view)
         const bool lot = entity.kind() != PlacementKind::building && entity.file->isDirectory;
         const bool block = entity.kind() == PlacementKind::building && entity.file->isDirectory;
         if ((lot || block) && entity.file->parent && entity.file != scene.root()) {
-            if (const std::optional<QRectF> bounds = screenBounds(matrix, entity.box(), view))
+            if (const std::optional<QRectF> bounds
+                = SceneController::screenBounds(matrix, entity.box(), view))
                 folders.push_back({ &entity, *bounds });
         } else if (entity.kind() == PlacementKind::building) {
-            buildings.push_back({ &entity, {} });
+            buildings.push_back({ &entity, {}, entity.box().max.y() });
         }
     }
     // A folder drawn whole stands on a lot of its own: the block's name, with its count, says it all.
@@ -302,9 +286,7 @@ std::vector<SceneLabel> placeLabels(const SceneController& scene, QSize view)
     // The tallest buildings, over their roofs.
     std::partial_sort(buildings.begin(),
         buildings.begin() + std::ptrdiff_t(std::min(tallestNamed, buildings.size())), buildings.end(),
-        [](const Candidate& a, const Candidate& b) {
-            return a.entity->box().max.y() > b.entity->box().max.y();
-        });
+        [](const Candidate& a, const Candidate& b) { return a.top > b.top; });
     for (std::size_t i = 0; i < std::min(tallestNamed, buildings.size()); ++i) {
         const FileNode* file = buildings[i].entity->file;
         if (file == selected)
@@ -315,6 +297,13 @@ std::vector<SceneLabel> placeLabels(const SceneController& scene, QSize view)
     return placed;
 }
 
+} // namespace
+
+std::vector<SceneLabel> placeLabels(const SceneController& scene, QSize view)
+{
+    return placeAround(scene, view, selectionTag(scene, view));
+}
+
 void paintLabels(QPainter& painter, const SceneController& scene, QSize view, bool moving)
 {
     if (const QString note = emptySceneNote(scene); !note.isEmpty() && !view.isEmpty())
@@ -322,10 +311,11 @@ void paintLabels(QPainter& painter, const SceneController& scene, QSize view, bo
     const Theme& theme = scene.theme();
     painter.save();
     painter.setRenderHint(QPainter::Antialiasing);
+    const std::optional<Tag> tag = selectionTag(scene, view);
     if (!moving) {
         QColor pill = theme.paper;
         pill.setAlphaF(0.78f);
-        for (const SceneLabel& label : placeLabels(scene, view)) {
+        for (const SceneLabel& label : placeAround(scene, view, tag)) {
             painter.setPen(Qt::NoPen);
             painter.setBrush(pill);
             painter.drawRoundedRect(label.box, label.box.height() / 2, label.box.height() / 2);
@@ -334,7 +324,7 @@ void paintLabels(QPainter& painter, const SceneController& scene, QSize view, bo
             painter.drawText(label.box, Qt::AlignCenter, label.text);
         }
     }
-    if (const std::optional<Tag> tag = selectionTag(scene, view))
+    if (tag)
         paintTag(painter, theme, *tag);
     painter.restore();
 }

@@ -686,11 +686,35 @@ QMatrix4x4 SceneController::viewProjection(QSize view) const
 
 std::optional<QPointF> SceneController::project(const QVector3D& point, QSize view) const
 {
-    const QVector4D clip = viewProjection(view) * QVector4D(point, 1);
+    return project(viewProjection(view), point, view);
+}
+
+std::optional<QPointF> SceneController::project(
+    const QMatrix4x4& viewProjection, const QVector3D& point, QSize view)
+{
+    const QVector4D clip = viewProjection * QVector4D(point, 1);
     if (clip.w() <= 1e-6f)
         return std::nullopt;
     const QVector3D ndc = clip.toVector3DAffine();
     return QPointF((double(ndc.x()) + 1) / 2 * view.width(), (1 - double(ndc.y())) / 2 * view.height());
+}
+
+std::optional<QRectF> SceneController::screenBounds(
+    const QMatrix4x4& viewProjection, const SceneBox& box, QSize view)
+{
+    QRectF bounds;
+    for (int corner = 0; corner < 8; ++corner) {
+        const QVector3D point((corner & 1) ? box.max.x() : box.min.x(),
+            (corner & 2) ? box.max.y() : box.min.y(), (corner & 4) ? box.max.z() : box.min.z());
+        const std::optional<QPointF> at = project(viewProjection, point, view);
+        if (!at)
+            return std::nullopt;
+        bounds = corner == 0
+            ? QRectF(*at, QSizeF(0, 0))
+            : QRectF(QPointF(std::min(bounds.left(), at->x()), std::min(bounds.top(), at->y())),
+                QPointF(std::max(bounds.right(), at->x()), std::max(bounds.bottom(), at->y())));
+    }
+    return bounds;
 }
 
 std::optional<QPointF> SceneController::screenPoint(const FileNode* file, QSize view) const
@@ -709,14 +733,9 @@ QList<VisibleEntity> SceneController::visibleEntities(QSize view) const
     for (const EntityNode& entity : m_entities) {
         if (entity.hidden || entityFor(entity.file) != &entity)
             continue;
-        const QVector4D clip = matrix * QVector4D(focusPoint(entity), 1);
-        if (clip.w() <= 1e-6f)
-            continue;
-        const QVector3D ndc = clip.toVector3DAffine();
-        const QPointF point(
-            (double(ndc.x()) + 1) / 2 * view.width(), (1 - double(ndc.y())) / 2 * view.height());
-        if (area.contains(point))
-            visible.append({ entity.file, entity.kind(), point });
+        const std::optional<QPointF> point = project(matrix, focusPoint(entity), view);
+        if (point && area.contains(*point))
+            visible.append({ entity.file, entity.kind(), *point });
     }
     return visible;
 }

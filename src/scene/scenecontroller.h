@@ -124,6 +124,12 @@ public:
     // drawn or lies behind the camera.
     std::optional<QPointF> screenPoint(const FileNode* file, QSize view) const;
     std::optional<QPointF> project(const QVector3D& point, QSize view) const;
+    // The same through a view-projection already worked out, for many points of one frame.
+    static std::optional<QPointF> project(
+        const QMatrix4x4& viewProjection, const QVector3D& point, QSize view);
+    // The smallest screen rectangle around a box's eight corners; none when any lies behind the eye.
+    static std::optional<QRectF> screenBounds(
+        const QMatrix4x4& viewProjection, const SceneBox& box, QSize view);
     // Every drawn node whose focus point falls inside the view.
     QList<VisibleEntity> visibleEntities(QSize view) const;
     // The node whose geometry the ray through that screen point meets first.

@@ -203,16 +203,10 @@ TEST(Render, TheSelectionShowsInTheAccentColourWithItsName)
         EXPECT_EQ(before, 0);
         EXPECT_GT(after, 20);
         // The accent is where the building stands.
-        QRectF shape;
-        const SceneBox box = scene.entityFor(main)->box();
-        for (int corner = 0; corner < 8; ++corner) {
-            const QVector3D p((corner & 1) ? box.max.x() : box.min.x(),
-                (corner & 2) ? box.max.y() : box.min.y(), (corner & 4) ? box.max.z() : box.min.z());
-            const QPointF at = *scene.project(p, size);
-            shape = shape.isNull() ? QRectF(at, QSizeF(0.01, 0.01))
-                                   : shape.united(QRectF(at, QSizeF(0.01, 0.01)));
-        }
-        const QRect inside = shape.toAlignedRect().adjusted(-4, -4, 4, 4) & plain.rect();
+        const std::optional<QRectF> shape
+            = SceneController::screenBounds(scene.viewProjection(size), scene.entityFor(main)->box(), size);
+        ASSERT_TRUE(shape);
+        const QRect inside = shape->toAlignedRect().adjusted(-4, -4, 4, 4) & plain.rect();
         EXPECT_GT(count(plain.copy(inside), accent, 24), after * 9 / 10);
 
         const QImage labelled = view.image(scene, true);
@@ -306,11 +300,7 @@ TEST(Labels, NamesOverARealFolderNeverOverlapAndTheLargestLotsComeFirst)
 // A folder drawn whole as one block is named with its count of files, and its lot is not named again.
 TEST(Labels, AFolderDrawnWholeCarriesItsNameAndCount)
 {
-    QString text;
-    for (int i = 0; i < 2300; ++i)
-        text += u"src/gen/deep/f%1.c 10\n"_s.arg(i);
-    text += u"src/main.c 400\nREADME.md 20\n"_s;
-    const auto root = makeTree(text);
+    const auto root = makeTree(manyFiles(u"src/gen/deep"_s, 2300) + u"src/main.c 400\nREADME.md 20\n"_s);
     SceneController scene;
     scene.build(*root, config(VisualizationMode::city, false), true);
     ASSERT_GT(scene.layout().aggregated, 0);

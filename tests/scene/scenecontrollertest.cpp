@@ -349,11 +349,7 @@ TEST(SceneController, ATreesCrowdedFansFadeAndItsFolderLinesStay)
 // one large file; a plain building has none.
 TEST(SceneController, AFolderDrawnWholeHasAHatchedRoof)
 {
-    QString text;
-    for (int i = 0; i < 2300; ++i)
-        text += u"gen/deep/f%1.c 10\n"_s.arg(i);
-    text += u"main.c 400\n"_s;
-    const auto root = makeTree(text);
+    const auto root = makeTree(manyFiles(u"gen/deep"_s, 2300) + u"main.c 400\n"_s);
     SceneController scene;
     scene.build(*root, config(), true);
     ASSERT_GT(scene.layout().aggregated, 0);

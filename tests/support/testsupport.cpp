@@ -216,6 +216,14 @@ FileNode& addPath(FileNode& root, const QString& path, bool isDirectory)
     return *node;
 }
 
+QString manyFiles(const QString& folder, int count)
+{
+    QString text;
+    for (int i = 0; i < count; ++i)
+        text += QStringLiteral("%1/f%2.c 10\n").arg(folder).arg(i);
+    return text;
+}
+
 std::unique_ptr<FileNode> makeTree(const QString& text)
 {
     auto root

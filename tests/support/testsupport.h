@@ -110,3 +110,5 @@ class FileNode;
 FileNode& addPath(FileNode& root, const QString& path, bool isDirectory = false);
 // A finished tree from lines of "path lines", one file a line.
 std::unique_ptr<FileNode> makeTree(const QString& text);
+// Lines for makeTree: `count` files of 10 lines in one folder, enough for it to be drawn whole.
+QString manyFiles(const QString& folder, int count);
