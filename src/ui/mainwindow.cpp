@@ -3,6 +3,7 @@
 #include "ui/aboutbox.h"
 
 #include "model/format.h"
+#include "state/menus.h"
 #include "ui/filetreemodel.h"
 #include "ui/panels.h"
 #include "ui/sceneview.h"
@@ -13,7 +14,9 @@
 
 #include <QAbstractSpinBox>
 #include <QApplication>
+#include <QDir>
 #include <QDragEnterEvent>
+#include <QFileDialog>
 #include <QFileInfo>
 #include <QHBoxLayout>
 #include <QHeaderView>
@@ -113,7 +116,8 @@ MainWindow::MainWindow(AppState& state, QWidget* parent)
     auto* layout = new QVBoxLayout(this);
     layout->setContentsMargins(0, 0, 0, 0);
     layout->setSpacing(0);
-    layout->setMenuBar(makeMenus());
+    m_menus = makeMenus();
+    layout->setMenuBar(m_menus);
     layout->addWidget(makeMasthead());
     layout->addWidget(m_stage, 1);
 
@@ -435,11 +439,64 @@ void MainWindow::followSearchFocus()
 QMenuBar* MainWindow::makeMenus()
 {
     auto* bar = new QMenuBar(this);
-    QMenu* help = bar->addMenu(QStringLiteral("&Help"));
-    help->addAction(
-        QStringLiteral("Keys\t") + actionKey(Action::keys), this, [this] { m_router.perform(Action::keys); });
-    help->addAction(QStringLiteral("About Korvane"), this, [this] { showAboutBox(this, m_scene->driver()); });
+    for (const MenuSection& section : menuSections()) {
+        QMenu* menu = bar->addMenu(QString::fromUtf8(section.title.data(), qsizetype(section.title.size())));
+        const bool file = section.title == "File", help = section.title == "Help";
+        if (file) {
+            menu->addAction(QStringLiteral("Open a Folder…"), this, [this] {
+                const QString folder = QFileDialog::getExistingDirectory(this, QStringLiteral("Open folder"),
+                    m_state.root() ? QFileInfo(m_state.root()->url).path() : QDir::homePath());
+                if (!folder.isEmpty())
+                    m_state.open(folder);
+            });
+            QMenu* recent = menu->addMenu(QStringLiteral("Open Recent"));
+            connect(recent, &QMenu::aboutToShow, this, [this, recent] {
+                recent->clear();
+                for (const QString& folder : m_state.recents().folders().mid(0, 8))
+                    recent->addAction(folder, this, [this, folder] { m_state.open(folder); });
+                if (recent->isEmpty())
+                    recent->addAction(QStringLiteral("No recent folders"))->setEnabled(false);
+            });
+        }
+        for (const MenuEntry& entry : section.entries) {
+            const QString key = actionKey(entry.action);
+            QAction* item
+                = menu->addAction(QString::fromUtf8(entry.title.data(), qsizetype(entry.title.size()))
+                        + (key.isEmpty() ? QString() : u'\t' + key),
+                    this, [this, action = entry.action] { m_router.perform(action); });
+            item->setData(actionName(entry.action));
+        }
+        if (file) {
+            menu->addSeparator();
+            menu->addAction(QStringLiteral("Quit"), this, &QWidget::close);
+        }
+        if (help)
+            menu->addAction(
+                QStringLiteral("About Korvane"), this, [this] { showAboutBox(this, m_scene->driver()); });
+        // Each time it opens, the menu offers what can be done now.
+        connect(menu, &QMenu::aboutToShow, this, [this, menu] {
+            for (QAction* item : menu->actions()) {
+                if (const auto action = actionFromName(item->data().toString()))
+                    item->setEnabled(offered(*action));
+            }
+        });
+    }
     return bar;
+}
+
+bool MainWindow::offered(Action action) const
+{
+    if (missingFeature(action))
+        return false;
+    if (action == Action::keys)
+        return true;
+    if (!m_state.root())
+        return false;
+    if (action >= Action::play && action <= Action::commitEnd)
+        return m_state.display().mode() == VisualizationMode::history && m_state.timeline().isReady();
+    if (action == Action::history)
+        return m_state.isGit();
+    return true;
 }
 
 void MainWindow::railMenu(const QPoint& at)

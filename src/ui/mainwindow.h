@@ -37,6 +37,11 @@ public:
     KeyRouter& router() { return m_router; }
     SceneView& sceneView() { return *m_scene; }
     const Drawer& drawer() const { return *m_drawer; }
+    // The menus, each item's action name in its data; for the state a script reads back.
+    const QMenuBar& menus() const { return *m_menus; }
+    // Whether a menu item's action can be asked for now: its part of the program is there, a folder
+    // is open, and for playback the history is shown.
+    bool offered(Action action) const;
     // A key as if typed on the keyboard: into the search field while it has the keys, else to the
     // router. Scripts type through it.
     void pressKey(const KeyPress& key);
@@ -89,6 +94,7 @@ private:
     MessageBanner* m_banner = nullptr;
     ProgressPanel* m_progress = nullptr;
     KeySheet* m_keySheet = nullptr;
+    QMenuBar* m_menus = nullptr;
     Legend* m_legend = nullptr;
     bool m_syncing = false;
 };

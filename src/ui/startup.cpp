@@ -17,6 +17,8 @@
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QKeySequence>
+#include <QMenu>
+#include <QMenuBar>
 #include <QPixmap>
 #include <QTimer>
 
@@ -179,6 +181,29 @@ void addSearch(QJsonObject& object, const AppState& state)
     object.insert(u"hasFilters"_s, filters.hasFilters());
 }
 
+// The menu bar: each menu's items, with the action each performs (null for the window's own) and
+// whether it can be asked for now.
+QJsonArray menusJson(const MainWindow& window)
+{
+    QJsonArray menus;
+    for (const QAction* entry : window.menus().actions()) {
+        if (!entry->menu())
+            continue;
+        QJsonArray items;
+        for (const QAction* item : entry->menu()->actions()) {
+            if (item->isSeparator())
+                continue;
+            const std::optional<Action> action = actionFromName(item->data().toString());
+            items.append(QJsonObject { { QStringLiteral("title"), item->text().section(u'\t', 0, 0) },
+                { QStringLiteral("action"), action ? QJsonValue(actionName(*action)) : QJsonValue() },
+                { QStringLiteral("enabled"), action ? window.offered(*action) : true } });
+        }
+        menus.append(QJsonObject {
+            { QStringLiteral("title"), entry->text().remove(u'&') }, { QStringLiteral("items"), items } });
+    }
+    return menus;
+}
+
 // The newest commits the drawer holds, and what they are of.
 QJsonValue recentCommitsJson(const CommitsController& recent)
 {
@@ -234,6 +259,7 @@ QByteArray stateJson(const AppState& state, MainWindow& window)
         { QStringLiteral("recents"), QJsonArray::fromStringList(state.recents().folders()) },
         { QStringLiteral("drawerLinks"), QJsonArray::fromStringList(window.drawer().links()) },
         { QStringLiteral("recentCommits"), recentCommitsJson(state.recentCommits()) },
+        { QStringLiteral("menus"), menusJson(window) },
         { QStringLiteral("autoFrame"), display.autoFrame() },
         { QStringLiteral("errorMessage"),
             state.errorMessage() ? QJsonValue(*state.errorMessage()) : QJsonValue() },

@@ -2,6 +2,7 @@
 // its start-up variables or the snapshot command, with the image and the state it leaves checked.
 
 #include "display.h"
+#include "state/keyrouter.h"
 
 #include <gtest/gtest.h>
 
@@ -222,6 +223,49 @@ TEST(Window, TheDrawerReadsTheNewestCommitsOfTheSelection)
     ASSERT_TRUE(closed[u"selection"_s].isString());
     EXPECT_NE(closed[u"recentCommits"_s][u"path"_s], closed[u"selection"_s]) << "the drawer is closed";
     EXPECT_TRUE(playKeys(sharedProject().path(), u"Right"_s)[u"recentCommits"_s].isNull()) << "no repository";
+}
+
+// The menus perform the key router's actions: every item that names an action names one the router
+// implements, and shows its key. What cannot be asked for yet is there but disabled: playback
+// outside the history view, and the parts of the program still to come.
+TEST(Window, EveryMenuItemIsAnActionOfTheKeysAndOffersOnlyWhatCanBeDone)
+{
+    GitRepo repo;
+    repo.write(u"a.c"_s, "int a;\n");
+    repo.commitAll(u"Add a"_s);
+    const auto items = [](const QJsonObject& state) {
+        QHash<QString, bool> enabled;
+        for (const QJsonValue& menu : state[u"menus"_s].toArray()) {
+            for (const QJsonValue& item : menu[u"items"_s].toArray()) {
+                if (!item[u"action"_s].isNull())
+                    enabled.insert(item[u"action"_s].toString(), item[u"enabled"_s].toBool());
+            }
+        }
+        return enabled;
+    };
+    const QJsonObject city = playKeys(repo.path(), {});
+    QStringList titles;
+    for (const QJsonValue& menu : city[u"menus"_s].toArray())
+        titles << menu[u"title"_s].toString();
+    EXPECT_EQ(titles, (QStringList { u"File"_s, u"View"_s, u"Go"_s, u"History"_s, u"Help"_s }));
+    const QHash<QString, bool> inCity = items(city);
+    ASSERT_GT(inCity.size(), 30);
+    // Every action is one the router performs, or one of a part still to come, which says so.
+    for (auto item = inCity.cbegin(); item != inCity.cend(); ++item) {
+        const std::optional<Action> action = actionFromName(item.key());
+        ASSERT_TRUE(action) << item.key().toStdString();
+        EXPECT_TRUE(KeyRouter::knows(item.key()) || missingFeature(*action)) << item.key().toStdString();
+    }
+    EXPECT_TRUE(inCity.value(u"tree"_s));
+    EXPECT_TRUE(inCity.value(u"keys"_s));
+    EXPECT_FALSE(inCity.value(u"play"_s)) << "playback waits for the history view";
+    EXPECT_FALSE(inCity.value(u"commitMid"_s));
+    for (const char* missing : { "picker", "remote", "preview", "structure" })
+        EXPECT_FALSE(inCity.value(QString::fromUtf8(missing), true)) << missing;
+
+    const QHash<QString, bool> inHistory = items(playKeys(repo.path(), u"3"_s));
+    EXPECT_TRUE(inHistory.value(u"play"_s));
+    EXPECT_TRUE(inHistory.value(u"commitMid"_s)) << "the middle commit has no key: the menu is its way in";
 }
 
 // Escape with the key sheet up closes the sheet and leaves the selection be.
