@@ -39,8 +39,8 @@ void CommitsController::follow(const std::optional<QString>& relativePath)
     }
     if (m_path == relativePath || m_reading == relativePath)
         return;
+    // The drawer, refreshed by whatever asked for these commits, says they are being read.
     m_reading = relativePath;
-    emit commitsChanged();
     const QString folder = m_folder, path = *relativePath;
     m_job.start(
         [folder, path](const CancelFlagPtr& cancel, const auto&) {

@@ -23,6 +23,7 @@
 #include <QTimer>
 
 #include <cstdio>
+#include <functional>
 
 using namespace Qt::StringLiterals;
 
@@ -431,57 +432,53 @@ void StartupRunner::run()
         emit finished(finish());
 }
 
+namespace {
+
+// Runs the event loop until `done` holds, asking each time `sender` emits `signal`; then lets what
+// the end posted run. How long it waited, in ms.
+template <typename Sender, typename Signal>
+qint64 waitUntil(const Sender& sender, Signal signal, const std::function<bool()>& done)
+{
+    if (done())
+        return 0;
+    QElapsedTimer clock;
+    clock.start();
+    QEventLoop loop;
+    QObject::connect(&sender, signal, &loop, [&] {
+        if (done())
+            loop.quit();
+    });
+    loop.exec();
+    QCoreApplication::processEvents();
+    return clock.elapsed();
+}
+
+} // namespace
+
 // A key that needs the imports (the graph, the imports over the city) is done once they are read, so
 // that the next key acts on what the view then shows.
 void StartupRunner::waitForImports()
 {
     const DependencyController& imports = m_state.imports();
-    if (!imports.isReading())
-        return;
-    QElapsedTimer clock;
-    clock.start();
-    QEventLoop loop;
-    connect(&imports, &DependencyController::progressChanged, &loop, [&] {
-        if (!imports.isReading())
-            loop.quit();
-    });
-    loop.exec();
-    m_importsMs += clock.elapsed();
-    QCoreApplication::processEvents();
+    m_importsMs
+        += waitUntil(imports, &DependencyController::progressChanged, [&] { return !imports.isReading(); });
 }
 
 // Until the drawer's commits are read, so that the state and the picture show them.
 void StartupRunner::waitForCommits()
 {
     const CommitsController& commits = m_state.recentCommits();
-    if (!commits.isReading())
-        return;
-    QEventLoop loop;
-    connect(&commits, &CommitsController::commitsChanged, &loop, [&] {
-        if (!commits.isReading())
-            loop.quit();
-    });
-    loop.exec();
-    QCoreApplication::processEvents();
+    waitUntil(commits, &CommitsController::commitsChanged, [&] { return !commits.isReading(); });
 }
 
 // The history view's keys act on the history once it is read.
 void StartupRunner::waitForHistory()
 {
     const TimelineController& timeline = m_state.timeline();
-    if (m_state.display().mode() != VisualizationMode::history
-        || timeline.phase() != TimelineController::Phase::indexing)
-        return;
-    QElapsedTimer clock;
-    clock.start();
-    QEventLoop loop;
-    connect(&timeline, &TimelineController::phaseChanged, &loop, [&] {
-        if (timeline.phase() != TimelineController::Phase::indexing)
-            loop.quit();
+    m_historyMs += waitUntil(timeline, &TimelineController::phaseChanged, [&] {
+        return m_state.display().mode() != VisualizationMode::history
+            || timeline.phase() != TimelineController::Phase::indexing;
     });
-    loop.exec();
-    m_historyMs += clock.elapsed();
-    QCoreApplication::processEvents();
 }
 
 void StartupRunner::waitForSearch()
