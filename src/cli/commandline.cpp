@@ -83,6 +83,13 @@ const QList<Command>& commands()
             QStringLiteral("Find a text in every file of a folder: the files with their counts of matching "
                            "lines, most first (an all-lower-case text ignores case)"),
             2, { QStringLiteral("--json") }, {}, search },
+        { QStringLiteral("clone"), QStringLiteral("clone URL"),
+            QStringLiteral(
+                "Download a public repository, named owner/name or by its address (github.com unless "
+                "another host is named; /tree/BRANCH picks a branch), into "
+                "~/.local/share/Korvane/repositories, or bring the copy made before up to date; prints "
+                "the copy's folder"),
+            1, {}, {}, clone },
     };
     return list;
 }

@@ -65,5 +65,6 @@ int outline(const Arguments& arguments);
 int imports(const Arguments& arguments);
 int search(const Arguments& arguments);
 int flow(const Arguments& arguments);
+int clone(const Arguments& arguments);
 
 } // namespace Cli

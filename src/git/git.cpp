@@ -46,6 +46,8 @@ QString subject(const QStringList& arguments)
         return QStringLiteral("the configuration");
     if (command == u"cat-file")
         return QStringLiteral("a file");
+    if (command == u"clone" || command == u"fetch" || command == u"pull")
+        return QStringLiteral("from the server");
     return QStringLiteral("the repository");
 }
 
@@ -84,9 +86,10 @@ const Git::Guard& Git::guard() const
         // All keys, filtered here: git config --get-regexp exits 1 when no key matches, which
         // start() cannot tell apart from a failure.
         QByteArray output;
-        if (!start({ QStringLiteral("config"), QStringLiteral("--show-scope"), QStringLiteral("-z"),
-                       QStringLiteral("--list") },
-                {}, [&](const QByteArray& chunk) { output += chunk; }))
+        if (start({ QStringLiteral("config"), QStringLiteral("--show-scope"), QStringLiteral("-z"),
+                      QStringLiteral("--list") },
+                {}, [&](const QByteArray& chunk) { output += chunk; })
+            != Ending::succeeded)
             return;
         static const QRegularExpression programKey(QString::fromLatin1(programKeys));
         QList<QString> keys;
@@ -116,12 +119,16 @@ const Git::Guard& Git::guard() const
     return *m_guard;
 }
 
-bool Git::start(
-    const QStringList& arguments, const Settings& settings, const Sink& sink, QByteArray* errors) const
+Git::Ending Git::start(const QStringList& arguments, const Settings& settings, const Sink& sink,
+    QByteArray* errors, const Watch* watch) const
 {
+    if (!QFileInfo(executable()).isExecutable())
+        return Ending::notInstalled;
+    if (stopped())
+        return Ending::stopped;
     // What made git stall once (a named pipe where it reads a file) would make it stall again.
-    if (!QFileInfo(executable()).isExecutable() || stopped() || stalls() > 0)
-        return false;
+    if (stalls() > 0)
+        return Ending::stalled;
     QProcess process;
     process.setProgram(executable());
     process.setArguments(arguments);
@@ -139,6 +146,10 @@ bool Git::start(
     }
     if (!settings.isEmpty())
         environment.insert(QStringLiteral("GIT_CONFIG_COUNT"), QString::number(given + settings.size()));
+    if (watch) {
+        for (const auto& [name, value] : watch->variables)
+            environment.insert(name, value);
+    }
     // Into a pipe git flushes after every record (every commit of a log), waking us each time.
     environment.insert(QStringLiteral("GIT_FLUSH"), QStringLiteral("0"));
     // A log with line counts allocates and frees heavily; with the C library's default the heap is
@@ -148,11 +159,11 @@ bool Git::start(
         environment.insert(QStringLiteral("MALLOC_TOP_PAD_"), QString::number(64 << 20));
     process.setProcessEnvironment(environment);
     process.setStandardInputFile(QProcess::nullDevice());
-    if (!errors)
+    if (!errors && !watch)
         process.setStandardErrorFile(QProcess::nullDevice());
     process.start(QIODevice::ReadOnly);
     if (!process.waitForStarted(-1))
-        return false;
+        return Ending::notStarted;
     // Output is handed on as it comes, and a stop is looked for at least every 100 ms. git that
     // says nothing for too long is waiting on something that may never come (a named pipe where
     // it reads a file, a disk that stalled) and is given up.
@@ -166,8 +177,20 @@ bool Git::start(
             sink(chunk);
             silence.restart();
         }
+        if (watch) {
+            if (const QByteArray said = process.readAllStandardError(); !said.isEmpty()) {
+                watch->messages(said);
+                silence.restart();
+            }
+        }
         const bool stalled = silence.elapsed() > patience;
         if (stopped() || stalled) {
+            // A command that writes is asked to stop, so that it cleans up after itself; one that
+            // does not go within seconds is killed as the readers are.
+            if (watch) {
+                process.terminate();
+                process.waitForFinished(5000);
+            }
             process.kill();
             process.waitForFinished(-1);
             if (stalled) {
@@ -178,15 +201,22 @@ bool Git::start(
                                      .arg(subject(arguments), m_folder)
                                      .arg(double(patience) / 1000.0);
             }
-            return false;
+            return stalled ? Ending::stalled : Ending::stopped;
         }
     }
     if (const QByteArray chunk = process.readAllStandardOutput(); !chunk.isEmpty())
         sink(chunk);
     if (errors)
         *errors = process.readAllStandardError();
+    if (watch) {
+        if (const QByteArray said = process.readAllStandardError(); !said.isEmpty())
+            watch->messages(said);
+    }
     // git may finish before the first look; a stop asked for meanwhile still yields nothing.
-    return !stopped() && process.exitStatus() == QProcess::NormalExit && process.exitCode() == 0;
+    if (stopped())
+        return Ending::stopped;
+    return process.exitStatus() == QProcess::NormalExit && process.exitCode() == 0 ? Ending::succeeded
+                                                                                   : Ending::failed;
 }
 
 qint64 Git::patienceMilliseconds()
@@ -213,16 +243,33 @@ bool Git::stopped() const
     return m_stopRequested && m_stopRequested();
 }
 
+namespace {
+
+QStringList leading()
+{
+    return { QStringLiteral("-c"), QStringLiteral("core.quotePath=false"), QStringLiteral("-c"),
+        // The mail map is a file of the work tree, read for nothing here.
+        QStringLiteral("log.mailmap=false") };
+}
+
+} // namespace
+
 bool Git::stream(const QStringList& arguments, const Sink& sink, QByteArray* errors) const
 {
     const Guard& g = guard();
-    return g.ok
-        && start(
-            QStringList { QStringLiteral("-c"), QStringLiteral("core.quotePath=false"), QStringLiteral("-c"),
-                // The mail map is a file of the work tree, read for nothing here.
-                QStringLiteral("log.mailmap=false") }
-                + arguments,
-            g.settings, sink, errors);
+    return g.ok && start(leading() + arguments, g.settings, sink, errors) == Ending::succeeded;
+}
+
+Git::Ending Git::watch(const QStringList& arguments, const Sink& messages, const Variables& variables) const
+{
+    if (!QFileInfo(executable()).isExecutable())
+        return Ending::notInstalled;
+    const Guard& g = guard();
+    if (!g.ok)
+        return stopped() ? Ending::stopped : Ending::notStarted;
+    const Watch watching { messages, variables };
+    return start(
+        leading() + arguments, g.settings, [](const QByteArray&) {}, nullptr, &watching);
 }
 
 std::optional<QByteArray> Git::run(const QStringList& arguments) const

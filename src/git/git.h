@@ -12,8 +12,8 @@
 #include <memory>
 #include <optional>
 
-// Asks the git program about one folder. Every call blocks until git exits and never reports an
-// error: a failure yields no answer. git that prints nothing for `patienceMilliseconds()` is
+// Asks the git program about one folder. Every call blocks until git exits; the readers never
+// report an error: a failure yields no answer. git that prints nothing for `patienceMilliseconds()` is
 // stopped, and `stall()` then says so. All git processes of the program start here, as /usr/bin/git
 // with fixed leading arguments and environment, so that nothing a scanned repository's own
 // configuration names is ever run.
@@ -70,6 +70,15 @@ public:
     using Sink = std::function<void(const QByteArray& chunk)>;
     bool stream(const QStringList& arguments, const Sink& sink, QByteArray* errors = nullptr) const;
 
+    // How a command given to watch() ended.
+    enum class Ending { succeeded, failed, notInstalled, notStarted, stopped, stalled };
+    using Variables = QList<std::pair<QString, QString>>;
+    // Runs git as stream() does, for a command that talks to a server and writes to the folder: its
+    // messages (standard error) go to `messages` as they come and, like output, show it is still at
+    // work; `variables` join its environment. Its output is dropped. A stop ends it with SIGTERM,
+    // so that it takes away its lock files and half-made folders first.
+    Ending watch(const QStringList& arguments, const Sink& messages, const Variables& variables = {}) const;
+
     // The parsers behind the lists, status and history, kept apart from the process.
     static QList<QByteArray> parseFileList(const QByteArray& output);
     static QHash<QString, GitFileStatus> parseStatus(const QByteArray& output, const QString& prefix);
@@ -78,9 +87,13 @@ public:
 private:
     struct Guard;
     using Settings = QList<std::pair<QString, QString>>;
-    // Starts git with the given settings; sink takes its output as it comes. True when git exited 0.
-    bool start(const QStringList& arguments, const Settings& settings, const Sink& sink,
-        QByteArray* errors = nullptr) const;
+    struct Watch {
+        const Sink& messages;
+        const Variables& variables;
+    };
+    // Starts git with the given settings; sink takes its output as it comes.
+    Ending start(const QStringList& arguments, const Settings& settings, const Sink& sink,
+        QByteArray* errors = nullptr, const Watch* watch = nullptr) const;
     bool stopped() const;
     const Guard& guard() const;
 
