@@ -57,8 +57,10 @@ constexpr std::array<ActionInfo, std::size_t(Action::recentOpen) + 1> actionTabl
     { Action::theme, "theme", "t", "Dark or light theme" },
     { Action::open, "open", "o, Ctrl Return", "Open the file or folder with its program" },
     { Action::reveal, "reveal", "r", "Show in the file manager" },
-    { Action::picker, "picker", "", "Choose a folder" },
-    { Action::remote, "remote", "", "Download a repository" },
+    { Action::picker, "picker", "Ctrl O", "Choose a folder to open" },
+    { Action::remote, "remote", "Ctrl D", "Download a repository" },
+    { Action::closeFolder, "closeFolder", "Ctrl W", "Close the folder" },
+    { Action::fullScreen, "fullScreen", "F11", "Full screen" },
     { Action::keys, "keys", "?", "Show the keys" },
     { Action::outlineDown, "outlineDown", "↓", "Next part of the outline" },
     { Action::outlineUp, "outlineUp", "↑", "Previous part of the outline" },
@@ -69,6 +71,8 @@ constexpr std::array<ActionInfo, std::size_t(Action::recentOpen) + 1> actionTabl
     { Action::pickerInto, "pickerInto", "→, Return", "Into the folder" },
     { Action::pickerUp, "pickerUp", "↑", "Previous folder" },
     { Action::pickerBack, "pickerBack", "←, Backspace", "Back to the enclosing folder" },
+    { Action::pickerOpen, "pickerOpen", "Ctrl Return", "Open the folder" },
+    { Action::remoteFetch, "remoteFetch", "Return", "Download the repository" },
     { Action::searchToggleText, "searchToggleText", "Tab", "Search names or the files' text" },
     { Action::searchEscape, "searchEscape", "Escape", "Clear the search, then leave it" },
     { Action::searchPrevious, "searchPrevious", "↑", "Previous match" },
@@ -137,12 +141,6 @@ QString actionDescription(Action action)
 std::optional<MissingFeature> missingFeature(Action action)
 {
     switch (action) {
-    case Action::picker:
-    case Action::pickerDown:
-    case Action::pickerInto:
-    case Action::pickerUp:
-    case Action::pickerBack: return MissingFeature::picker;
-    case Action::remote: return MissingFeature::remote;
     case Action::preview:
     case Action::minimap:
     case Action::hex:
@@ -156,8 +154,6 @@ std::optional<MissingFeature> missingFeature(Action action)
 QString missingMessage(MissingFeature feature)
 {
     switch (feature) {
-    case MissingFeature::picker: return QStringLiteral("The folder picker is not available yet.");
-    case MissingFeature::remote: return QStringLiteral("Downloading a repository is not available yet.");
     case MissingFeature::preview: return QStringLiteral("Previews are not available yet.");
     case MissingFeature::structure: return QStringLiteral("Walking into a file is not available yet.");
     }

@@ -65,6 +65,8 @@ enum class Action {
     reveal,
     picker,
     remote,
+    closeFolder,
+    fullScreen,
     keys,
     // The layers before the scene.
     outlineDown,
@@ -76,6 +78,8 @@ enum class Action {
     pickerInto,
     pickerUp,
     pickerBack,
+    pickerOpen,
+    remoteFetch,
     searchToggleText,
     searchEscape,
     searchPrevious,
@@ -107,7 +111,7 @@ QString actionDescription(Action action);
 
 // The parts of the program some actions need and that are not there yet, each with the sentence
 // the window shows when one of its actions is asked for.
-enum class MissingFeature { picker, remote, preview, structure };
+enum class MissingFeature { preview, structure };
 
 std::optional<MissingFeature> missingFeature(Action action);
 QString missingMessage(MissingFeature feature);

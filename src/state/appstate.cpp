@@ -1,5 +1,8 @@
 #include "state/appstate.h"
 
+#include <QDir>
+#include <QFileInfo>
+
 AppState::AppState(QObject* parent, bool persistent)
     : QObject(parent)
 {
@@ -10,6 +13,8 @@ AppState::AppState(QObject* parent, bool persistent)
     m_imports = adopt<DependencyController>(m_pool);
     m_timeline = adopt<TimelineController>(m_pool);
     m_commits = adopt<CommitsController>(m_pool);
+    m_picker = adopt<FolderPicker>();
+    m_downloads = adopt<DownloadController>(m_pool);
     m_panels = adopt<Panels>();
     m_recents = adopt<Recents>(persistent);
     connect(m_display, &DisplaySettings::modeChanged, this, &AppState::modeChanged);
@@ -22,6 +27,10 @@ AppState::AppState(QObject* parent, bool persistent)
         connect(this, signal, this, &AppState::followCommitsNeed);
     connect(m_panels, &Panels::showDrawerChanged, this, &AppState::followCommitsNeed);
     connect(m_display, &DisplaySettings::modeChanged, this, &AppState::followCommitsNeed);
+    connect(m_downloads, &DownloadController::fetched, this, [this](const QString& folder) {
+        m_panels->setShowRemote(false);
+        open(folder);
+    });
 }
 
 void AppState::followCommitsNeed()
@@ -39,6 +48,7 @@ AppState::~AppState()
     m_imports->cancel();
     m_timeline->cancel();
     m_commits->cancel();
+    m_downloads->stop();
     m_search->cancel();
     m_pool.waitForDone();
 }
@@ -56,6 +66,42 @@ void AppState::open(const QString& path)
 {
     // The folder joins the recent ones once it has opened: one that could not be is no shortcut.
     m_scan->start(path);
+}
+
+bool AppState::close()
+{
+    if (!m_root && !m_scan->scanning())
+        return false;
+    m_scan->cancel();
+    apply(ScanResult {});
+    m_recents->setRecentIndex(0);
+    return true;
+}
+
+void AppState::showFolderPicker()
+{
+    m_panels->setShowRemote(false);
+    const QString start = m_root ? QFileInfo(m_root->url).path() : QDir::homePath();
+    m_picker->showFolder(start, m_root ? QFileInfo(m_root->url).fileName() : QString());
+    m_panels->setShowPicker(true);
+}
+
+bool AppState::openFromPicker()
+{
+    const FolderEntry* entry = m_picker->highlighted();
+    const QString folder = entry ? entry->path : m_picker->path();
+    if (!m_panels->showPicker() || folder.isEmpty())
+        return false;
+    m_panels->setShowPicker(false);
+    open(folder);
+    return true;
+}
+
+void AppState::showRemoteEntry()
+{
+    m_panels->setShowPicker(false);
+    m_downloads->refreshDownloaded();
+    m_panels->setShowRemote(true);
 }
 
 void AppState::apply(ScanResult result)

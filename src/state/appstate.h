@@ -4,7 +4,9 @@
 #include "state/commitscontroller.h"
 #include "state/dependencycontroller.h"
 #include "state/displaysettings.h"
+#include "state/downloadcontroller.h"
 #include "state/filters.h"
+#include "state/folderpicker.h"
 #include "state/panels.h"
 #include "state/recents.h"
 #include "state/scancontroller.h"
@@ -55,6 +57,10 @@ public:
     const TimelineController& timeline() const { return *m_timeline; }
     CommitsController& recentCommits() { return *m_commits; }
     const CommitsController& recentCommits() const { return *m_commits; }
+    FolderPicker& picker() { return *m_picker; }
+    const FolderPicker& picker() const { return *m_picker; }
+    DownloadController& downloads() { return *m_downloads; }
+    const DownloadController& downloads() const { return *m_downloads; }
 
     // --- the folder -------------------------------------------------------------------------
     const FileNode* root() const { return m_root.get(); }
@@ -69,6 +75,14 @@ public:
     // Starts scanning a folder in the background and remembers it among the recent folders; a scan
     // still running is cancelled and its late results dropped.
     void open(const QString& path);
+    // Closes the folder for the welcome screen, where it heads the recent folders.
+    bool close();
+    // Shows the chooser of folders at the open folder's parent, or at the home folder.
+    void showFolderPicker();
+    // Opens the folder the picker highlights, or the folder it lists when none is.
+    bool openFromPicker();
+    // Shows the entry of a repository to download, in place of the picker.
+    void showRemoteEntry();
     // Takes a finished scan into the state; in a repository its history may follow.
     void apply(ScanResult result);
     // Writes the commit counts and times read for the tree into it, if it is still the one shown.
@@ -141,6 +155,8 @@ private:
     DependencyController* m_imports = nullptr;
     TimelineController* m_timeline = nullptr;
     CommitsController* m_commits = nullptr;
+    FolderPicker* m_picker = nullptr;
+    DownloadController* m_downloads = nullptr;
     Panels* m_panels = nullptr;
     Recents* m_recents = nullptr;
 

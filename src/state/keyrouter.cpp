@@ -107,7 +107,11 @@ std::optional<Action> KeyRouter::route(const KeyPress& press) const
         return key == Qt::Key_Escape ? std::optional(Action::escape) : std::nullopt;
     }
     if (m_state.panels().showPicker())
-        return pickerAction(key);
+        return pickerAction(press);
+    if (m_state.panels().showRemote())
+        return remoteAction(press);
+    if (const std::optional<Action> window = windowAction(press))
+        return window;
     if (m_state.filters().searchFocused() && !command)
         return searchAction(key);
     // While a scan runs the scene keys wait; Escape gives up the scan.
@@ -131,18 +135,48 @@ std::optional<Action> KeyRouter::route(const KeyPress& press) const
     return sceneAction(press);
 }
 
-std::optional<Action> KeyRouter::pickerAction(int key) const
+// The keys of the window itself, which work over the scene, the welcome screen and a scan alike.
+std::optional<Action> KeyRouter::windowAction(const KeyPress& press) const
 {
-    switch (key) {
+    if (press.key == Qt::Key_F11 && !(press.modifiers & ~Qt::KeypadModifier))
+        return Action::fullScreen;
+    if ((press.modifiers & ~Qt::KeypadModifier) != Qt::ControlModifier)
+        return std::nullopt;
+    switch (press.key) {
+    case Qt::Key_O: return Action::picker;
+    case Qt::Key_D: return Action::remote;
+    case Qt::Key_W: return Action::closeFolder;
+    default: return std::nullopt;
+    }
+}
+
+// The picker's list answers the arrows, Return and Escape; other keys type the name that narrows
+// it, and Backspace goes back once that name is empty.
+std::optional<Action> KeyRouter::pickerAction(const KeyPress& press) const
+{
+    const bool command = press.modifiers & Qt::ControlModifier;
+    switch (press.key) {
     case Qt::Key_Down: return Action::pickerDown;
     case Qt::Key_Up: return Action::pickerUp;
-    case Qt::Key_Right:
     case Qt::Key_Return:
-    case Qt::Key_Enter: return Action::pickerInto;
-    case Qt::Key_Left:
-    case Qt::Key_Backspace: return Action::pickerBack;
+    case Qt::Key_Enter: return command ? Action::pickerOpen : Action::pickerInto;
+    case Qt::Key_Right: return Action::pickerInto;
+    case Qt::Key_Left: return Action::pickerBack;
+    case Qt::Key_Backspace:
+        return m_state.picker().filter().isEmpty() ? std::optional(Action::pickerBack) : std::nullopt;
     case Qt::Key_Escape: return Action::escape;
-    default: return std::nullopt;
+    default: return windowAction(press);
+    }
+}
+
+// The entry of a repository to download: Return starts, Escape cancels or closes; the rest is typed.
+std::optional<Action> KeyRouter::remoteAction(const KeyPress& press) const
+{
+    switch (press.key) {
+    case Qt::Key_Return:
+    case Qt::Key_Enter: return Action::remoteFetch;
+    case Qt::Key_Escape: return Action::escape;
+    default: return windowAction(press);
     }
 }
 

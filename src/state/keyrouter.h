@@ -20,8 +20,9 @@ struct KeyPress {
 };
 
 // Turns key presses into actions and performs them on the state. The layer that owns a key is
-// decided from the state: the capture overlay, the folder picker, the search field, the welcome
-// list, a running scan, Command shortcuts, a structure outline, and last the scene. Buttons and
+// decided from the state: the capture overlay, the key sheet, the folder picker, the download
+// entry, the window's own Command keys, the search field, a running scan, the welcome list, the
+// scene's Command keys, a structure outline, and last the scene. Buttons and
 // menus perform the same actions, so each action has one implementation.
 class KeyRouter {
 public:
@@ -44,7 +45,9 @@ public:
     static QList<QPair<QString, QString>> sceneKeys();
 
 private:
-    std::optional<Action> pickerAction(int key) const;
+    std::optional<Action> windowAction(const KeyPress& press) const;
+    std::optional<Action> pickerAction(const KeyPress& press) const;
+    std::optional<Action> remoteAction(const KeyPress& press) const;
     std::optional<Action> searchAction(int key) const;
     std::optional<Action> welcomeAction(const KeyPress& press) const;
     std::optional<Action> outlineAction(const KeyPress& press) const;

@@ -11,6 +11,8 @@
 struct MenuEntry {
     std::string_view title;
     Action action;
+    // The submenu of its menu the item goes in, when it goes in one.
+    std::string_view submenu = {};
 };
 
 struct MenuSection {

@@ -52,6 +52,10 @@ inline bool needsGit(ColorMode mode)
 {
     return mode == ColorMode::churn || mode == ColorMode::status;
 }
+inline bool needsGit(HeightMode mode)
+{
+    return mode == HeightMode::churn;
+}
 
 // Colourings and heights drawn from the files' commits, which in a repository arrive after the tree.
 inline bool readsCommits(ColorMode mode)

@@ -175,6 +175,9 @@ bool AppState::escape()
         m_panels->setShowKeys(false);
         return true;
     }
+    // A download under way is cancelled before its entry closes.
+    if (m_panels->showRemote() && m_downloads->cancel())
+        return true;
     if (m_errorMessage) {
         setErrorMessage(std::nullopt);
         return true;

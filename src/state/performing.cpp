@@ -187,6 +187,19 @@ std::optional<bool> KeyRouter::performPanels(Action action)
     case Action::drawer: return panels.setShowDrawer(!panels.showDrawer()), true;
     case Action::wideDrawer: return panels.toggleWideDrawer(), true;
     case Action::dismissCapture: return panels.setCaptureImage(false), true;
+    case Action::fullScreen: return panels.setFullScreen(!panels.fullScreen()), true;
+    case Action::picker:
+        if (panels.showPicker())
+            return panels.setShowPicker(false), true;
+        return m_state.showFolderPicker(), true;
+    case Action::remote:
+        if (panels.showRemote() && !m_state.downloads().cloning())
+            return panels.setShowRemote(false), true;
+        return m_state.showRemoteEntry(), true;
+    case Action::pickerDown: return m_state.picker().step(1);
+    case Action::pickerUp: return m_state.picker().step(-1);
+    case Action::pickerInto: return m_state.picker().into();
+    case Action::pickerBack: return m_state.picker().back();
     case Action::outlineDown: return outline && (outline->step(1), true);
     case Action::outlineUp: return outline && (outline->step(-1), true);
     case Action::outlineOpen: return outline && (outline->open(), true);
@@ -266,6 +279,9 @@ std::optional<bool> KeyRouter::performFolder(Action action)
         return !why;
     }
     case Action::cancelScan: return s.scan().cancel(), true;
+    case Action::closeFolder: return s.close();
+    case Action::pickerOpen: return s.openFromPicker();
+    case Action::remoteFetch: return s.panels().showRemote() && s.downloads().start();
     case Action::recentUp: return recents.setRecentIndex(recents.recentIndex() - 1), true;
     case Action::recentDown: return recents.setRecentIndex(recents.recentIndex() + 1), true;
     case Action::recentOpen:

@@ -5,6 +5,7 @@
 #include "model/format.h"
 #include "state/menus.h"
 #include "ui/filetreemodel.h"
+#include "ui/openpanels.h"
 #include "ui/panels.h"
 #include "ui/sceneview.h"
 #include "ui/searchpanel.h"
@@ -13,6 +14,7 @@
 #include "ui/welcomeview.h"
 
 #include <QAbstractSpinBox>
+#include <QActionGroup>
 #include <QApplication>
 #include <QDir>
 #include <QDragEnterEvent>
@@ -61,7 +63,7 @@ MainWindow::MainWindow(AppState& state, QWidget* parent)
 
     m_stage = new QWidget(this);
     m_pages = new QStackedWidget(m_stage);
-    m_welcome = new WelcomeView(state, m_pages);
+    m_welcome = new WelcomeView(state, m_router, m_pages);
     m_viewer = new QWidget(m_pages);
     m_pages->addWidget(m_welcome);
     m_pages->addWidget(m_viewer);
@@ -109,6 +111,10 @@ MainWindow::MainWindow(AppState& state, QWidget* parent)
     m_banner = new MessageBanner(state, m_stage);
     m_progress = new ProgressPanel(state, m_stage);
     m_keySheet = new KeySheet(m_stage);
+    m_picker = new FolderPickerPanel(state, m_stage);
+    m_download = new DownloadPanel(state, m_stage);
+    m_picker->hide();
+    m_download->hide();
     m_legend = new Legend(m_stage);
     connect(m_legend, &Legend::resized, this, &MainWindow::placeOverlays);
     m_stage->installEventFilter(this);
@@ -181,6 +187,16 @@ void MainWindow::watchState()
     for (const auto signal : { &Panels::railModeChanged, &Panels::showDrawerChanged,
              &Panels::drawerWidthChanged, &Panels::showKeysChanged, &Panels::captureImageChanged })
         connect(panels, signal, this, &MainWindow::refreshPanels);
+    for (const auto signal : { &Panels::showPickerChanged, &Panels::showRemoteChanged })
+        connect(panels, signal, this, &MainWindow::followOpenPanels);
+    connect(&m_state.downloads(), &DownloadController::cloningChanged, this, &MainWindow::placeOverlays);
+    connect(&m_state.downloads(), &DownloadController::textChanged, this, &MainWindow::placeOverlays);
+    connect(panels, &Panels::fullScreenChanged, this, [this] {
+        if (m_state.panels().fullScreen())
+            showFullScreen();
+        else
+            showNormal();
+    });
 
     connect(display, &DisplaySettings::darkChanged, this, [this] {
         applyTheme(*this, Theme::of(m_state.display().dark()));
@@ -356,7 +372,14 @@ void MainWindow::placeOverlays()
     m_keySheet->adjustSize();
     m_keySheet->move(scene.center() - QPoint(m_keySheet->width() / 2, m_keySheet->height() / 2));
     m_legend->move(scene.left() + 14, scene.bottom() - m_legend->height() - 14);
+    // The picker and the download entry hang from the top third, so that a list growing or a
+    // message appearing does not move the field being typed in.
+    for (QFrame* panel : { static_cast<QFrame*>(m_picker), static_cast<QFrame*>(m_download) }) {
+        panel->adjustSize();
+        panel->move(area.center().x() - panel->width() / 2, std::max(16, area.height() / 6));
+    }
     for (QWidget* overlay : { static_cast<QWidget*>(m_legend), static_cast<QWidget*>(m_progress),
+             static_cast<QWidget*>(m_picker), static_cast<QWidget*>(m_download),
              static_cast<QWidget*>(m_banner), static_cast<QWidget*>(m_keySheet) })
         overlay->raise();
 }
@@ -393,9 +416,9 @@ bool MainWindow::eventFilter(QObject* watched, QEvent* event)
 bool MainWindow::routeKey(QKeyEvent* event)
 {
     const KeyPress press { event->key(), event->text(), event->modifiers() };
-    // The search field's own keys go to the router; what it does not take is typed into the field.
-    // Nothing is typed behind the key sheet.
-    if (m_state.filters().searchFocused() || m_state.panels().showKeys())
+    // The keys of a field with the keys (the search, the picker, the download entry) go to the
+    // router first; what it does not take is typed into the field. Nothing is typed behind the key sheet.
+    if (typingField() || m_state.panels().showKeys())
         return m_router.handle(press);
     // Another text field keeps its typing; the welcome list still answers the arrows, and Return in
     // an empty field opens the highlighted recent folder ("?" there shows the keys).
@@ -413,17 +436,47 @@ bool MainWindow::routeKey(QKeyEvent* event)
     return m_router.handle(press);
 }
 
+QLineEdit* MainWindow::typingField() const
+{
+    const Panels& panels = m_state.panels();
+    if (panels.showKeys())
+        return nullptr;
+    if (panels.showPicker())
+        return m_picker->field();
+    if (panels.showRemote())
+        return m_download->field();
+    return m_state.filters().searchFocused() ? m_searchBar->field() : nullptr;
+}
+
 void MainWindow::pressKey(const KeyPress& key)
 {
-    if (!m_state.filters().searchFocused()) {
+    QLineEdit* field = typingField();
+    if (!field) {
         m_router.handle(key);
         return;
     }
     // Through the window's own filter, as a key from the keyboard would go.
     QKeyEvent press(QEvent::KeyPress, key.key, key.modifiers, key.text);
-    QCoreApplication::sendEvent(m_searchBar->field(), &press);
+    QCoreApplication::sendEvent(field, &press);
     QKeyEvent release(QEvent::KeyRelease, key.key, key.modifiers, key.text);
-    QCoreApplication::sendEvent(m_searchBar->field(), &release);
+    QCoreApplication::sendEvent(field, &release);
+}
+
+void MainWindow::followOpenPanels()
+{
+    const Panels& panels = m_state.panels();
+    m_picker->setVisible(panels.showPicker());
+    m_download->setVisible(panels.showRemote());
+    if (panels.showPicker() || panels.showRemote()) {
+        m_picker->refresh();
+        m_download->refresh();
+        placeOverlays();
+        typingField()->setFocus(Qt::OtherFocusReason);
+        typingField()->selectAll();
+    } else if (QWidget* focused = QApplication::focusWidget();
+               focused == m_picker->field() || focused == m_download->field()) {
+        m_scene->setFocus(Qt::OtherFocusReason);
+    }
 }
 
 void MainWindow::followSearchFocus()
@@ -438,58 +491,111 @@ void MainWindow::followSearchFocus()
 
 QMenuBar* MainWindow::makeMenus()
 {
+    const auto text
+        = [](std::string_view title) { return QString::fromUtf8(title.data(), qsizetype(title.size())); };
     auto* bar = new QMenuBar(this);
     for (const MenuSection& section : menuSections()) {
-        QMenu* menu = bar->addMenu(QString::fromUtf8(section.title.data(), qsizetype(section.title.size())));
-        const bool file = section.title == "File", help = section.title == "Help";
+        QMenu* menu = bar->addMenu(text(section.title));
+        const bool file = section.title == "File";
         if (file) {
-            menu->addAction(QStringLiteral("Open a Folder…"), this, [this] {
+            QAction* openFolder = menu->addAction(QStringLiteral("Open a Folder…"), this, [this] {
                 const QString folder = QFileDialog::getExistingDirectory(this, QStringLiteral("Open folder"),
                     m_state.root() ? QFileInfo(m_state.root()->url).path() : QDir::homePath());
                 if (!folder.isEmpty())
                     m_state.open(folder);
             });
-            QMenu* recent = menu->addMenu(QStringLiteral("Open Recent"));
-            connect(recent, &QMenu::aboutToShow, this, [this, recent] {
-                recent->clear();
-                for (const QString& folder : m_state.recents().folders().mid(0, 8))
-                    recent->addAction(folder, this, [this, folder] { m_state.open(folder); });
-                if (recent->isEmpty())
-                    recent->addAction(QStringLiteral("No recent folders"))->setEnabled(false);
-            });
+            openFolder->setShortcut(QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_O));
         }
+        QHash<QString, QMenu*> submenus;
         for (const MenuEntry& entry : section.entries) {
+            QMenu* into = menu;
+            if (!entry.submenu.empty()) {
+                QMenu*& submenu = submenus[text(entry.submenu)];
+                if (!submenu)
+                    submenu = menu->addMenu(text(entry.submenu));
+                into = submenu;
+            }
             const QString key = actionKey(entry.action);
-            QAction* item
-                = menu->addAction(QString::fromUtf8(entry.title.data(), qsizetype(entry.title.size()))
-                        + (key.isEmpty() ? QString() : u'\t' + key),
-                    this, [this, action = entry.action] { m_router.perform(action); });
+            QAction* item = into->addAction(text(entry.title) + (key.isEmpty() ? QString() : u'\t' + key),
+                this, [this, action = entry.action] { m_router.perform(action); });
             item->setData(actionName(entry.action));
+            if (entry.action == Action::picker)
+                addRecentsMenu(*menu);
+            if (entry.action == Action::remote)
+                menu->addSeparator();
         }
+        if (QMenu* colours = submenus.value(QStringLiteral("Colour")))
+            addModeChoices(*colours, colorModes, &DisplaySettings::colorMode, &DisplaySettings::setColorMode);
+        if (QMenu* heights = submenus.value(QStringLiteral("Height")))
+            addModeChoices(
+                *heights, allHeightModes, &DisplaySettings::heightMode, &DisplaySettings::setHeightMode);
         if (file) {
             menu->addSeparator();
-            menu->addAction(QStringLiteral("Quit"), this, &QWidget::close);
+            menu->addAction(QStringLiteral("Quit"), this, &QWidget::close)->setShortcut(QKeySequence::Quit);
         }
-        if (help)
+        if (section.title == "Help")
             menu->addAction(
                 QStringLiteral("About Korvane"), this, [this] { showAboutBox(this, m_scene->driver()); });
-        // Each time it opens, the menu offers what can be done now.
-        connect(menu, &QMenu::aboutToShow, this, [this, menu] {
-            for (QAction* item : menu->actions()) {
-                if (const auto action = actionFromName(item->data().toString()))
-                    item->setEnabled(offered(*action));
-            }
-        });
+        // Each time it opens, a menu offers what can be done now.
+        QList<QMenu*> shown = submenus.values();
+        shown.append(menu);
+        for (QMenu* each : std::as_const(shown))
+            connect(each, &QMenu::aboutToShow, this, [this, each] { offerItems(*each); });
     }
     return bar;
+}
+
+void MainWindow::offerItems(QMenu& menu) const
+{
+    for (QAction* item : menu.actions()) {
+        if (const auto action = actionFromName(item->data().toString()))
+            item->setEnabled(offered(*action));
+    }
+}
+
+void MainWindow::addRecentsMenu(QMenu& menu)
+{
+    QMenu* recent = menu.addMenu(QStringLiteral("Open Recent"));
+    const auto fill = [this, recent] {
+        recent->clear();
+        for (const QString& folder : m_state.recents().folders().mid(0, Recents::maxRecents))
+            recent->addAction(folder, this, [this, folder] { m_state.open(folder); });
+        if (recent->isEmpty())
+            recent->addAction(QStringLiteral("No recent folders"))->setEnabled(false);
+    };
+    fill();
+    connect(&m_state.recents(), &Recents::recentsChanged, recent, fill);
+}
+
+template <typename Mode, std::size_t count>
+void MainWindow::addModeChoices(QMenu& menu, const std::array<Mode, count>& modes,
+    Mode (DisplaySettings::*current)() const, void (DisplaySettings::*choose)(Mode))
+{
+    menu.addSeparator();
+    auto* group = new QActionGroup(&menu);
+    for (const Mode mode : modes) {
+        QString title = modeName(mode);
+        title[0] = title[0].toUpper();
+        QAction* item
+            = menu.addAction(title, this, [this, choose, mode] { (m_state.display().*choose)(mode); });
+        item->setCheckable(true);
+        group->addAction(item);
+        connect(&menu, &QMenu::aboutToShow, item, [this, item, mode, current] {
+            item->setChecked((m_state.display().*current)() == mode);
+            item->setEnabled(m_state.root() && (m_state.isGit() || !needsGit(mode)));
+        });
+    }
 }
 
 bool MainWindow::offered(Action action) const
 {
     if (missingFeature(action))
         return false;
-    if (action == Action::keys)
+    if (action == Action::keys || action == Action::picker || action == Action::remote
+        || action == Action::fullScreen)
         return true;
+    if (action == Action::closeFolder)
+        return m_state.root() || m_state.scan().scanning();
     if (!m_state.root())
         return false;
     if (action >= Action::play && action <= Action::commitEnd)

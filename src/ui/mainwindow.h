@@ -5,6 +5,8 @@
 
 #include <QWidget>
 
+#include <array>
+
 class Drawer;
 class FileTreeModel;
 class KeySheet;
@@ -12,10 +14,14 @@ class Legend;
 class MessageBanner;
 class ProgressPanel;
 class QLabel;
+class QMenu;
 class QMenuBar;
 class QPushButton;
 class QStackedWidget;
 class FiltersChip;
+class FolderPickerPanel;
+class DownloadPanel;
+class QLineEdit;
 class SearchBar;
 class SearchResultsView;
 class QTreeView;
@@ -57,12 +63,24 @@ private:
     void watchState();
     QWidget* makeMasthead();
     QMenuBar* makeMenus();
+    void offerItems(QMenu& menu) const;
+    // Open Recent, kept to the recent folders.
+    void addRecentsMenu(QMenu& menu);
+    // The modes of a submenu as choices, the current one checked, those without their data disabled.
+    template <typename Mode, std::size_t count>
+    void addModeChoices(QMenu& menu, const std::array<Mode, count>& modes,
+        Mode (DisplaySettings::*current)() const, void (DisplaySettings::*choose)(Mode));
     void refreshMasthead();
     void refreshPanels();
     void refreshLegend();
     void placeOverlays();
     void syncRail();
     bool routeKey(QKeyEvent* event);
+    // The field that takes typed keys the router leaves: the search's, the picker's or the
+    // download's, whichever is shown with the keys; none over the scene.
+    QLineEdit* typingField() const;
+    // The picker and the download entry take the keyboard while shown, and give it back after.
+    void followOpenPanels();
     // The state's search focus moves the keyboard focus, and a click in the field takes it.
     void followSearchFocus();
     void railMenu(const QPoint& at);
@@ -94,6 +112,8 @@ private:
     MessageBanner* m_banner = nullptr;
     ProgressPanel* m_progress = nullptr;
     KeySheet* m_keySheet = nullptr;
+    FolderPickerPanel* m_picker = nullptr;
+    DownloadPanel* m_download = nullptr;
     QMenuBar* m_menus = nullptr;
     Legend* m_legend = nullptr;
     bool m_syncing = false;

@@ -182,8 +182,26 @@ void addSearch(QJsonObject& object, const AppState& state)
     object.insert(u"hasFilters"_s, filters.hasFilters());
 }
 
-// The menu bar: each menu's items, with the action each performs (null for the window's own) and
-// whether it can be asked for now.
+// The menu bar: each menu's items, a submenu's after its title ("Colour › Next"), with the action
+// each performs (null for the window's own) and whether it can be asked for now.
+void appendMenuItems(
+    QJsonArray& items, const QMenu& menu, const MainWindow& window, const QString& prefix = {})
+{
+    for (const QAction* item : menu.actions()) {
+        if (item->isSeparator())
+            continue;
+        const QString title = prefix + item->text().section(u'\t', 0, 0);
+        if (item->menu()) {
+            appendMenuItems(items, *item->menu(), window, title + QStringLiteral(" › "));
+            continue;
+        }
+        const std::optional<Action> action = actionFromName(item->data().toString());
+        items.append(QJsonObject { { QStringLiteral("title"), title },
+            { QStringLiteral("action"), action ? QJsonValue(actionName(*action)) : QJsonValue() },
+            { QStringLiteral("enabled"), action ? window.offered(*action) : item->isEnabled() } });
+    }
+}
+
 QJsonArray menusJson(const MainWindow& window)
 {
     QJsonArray menus;
@@ -191,14 +209,7 @@ QJsonArray menusJson(const MainWindow& window)
         if (!entry->menu())
             continue;
         QJsonArray items;
-        for (const QAction* item : entry->menu()->actions()) {
-            if (item->isSeparator())
-                continue;
-            const std::optional<Action> action = actionFromName(item->data().toString());
-            items.append(QJsonObject { { QStringLiteral("title"), item->text().section(u'\t', 0, 0) },
-                { QStringLiteral("action"), action ? QJsonValue(actionName(*action)) : QJsonValue() },
-                { QStringLiteral("enabled"), action ? window.offered(*action) : true } });
-        }
+        appendMenuItems(items, *entry->menu(), window);
         menus.append(QJsonObject {
             { QStringLiteral("title"), entry->text().remove(u'&') }, { QStringLiteral("items"), items } });
     }
@@ -216,6 +227,31 @@ QJsonValue recentCommitsJson(const CommitsController& recent)
             QJsonObject { { QStringLiteral("hash"), commit.hash }, { QStringLiteral("date"), commit.date },
                 { QStringLiteral("author"), commit.author }, { QStringLiteral("subject"), commit.subject } });
     return QJsonObject { { QStringLiteral("path"), *recent.path() }, { QStringLiteral("commits"), commits } };
+}
+
+// The picker's list as shown: each folder's name, with "git" and its branch for a repository.
+QJsonObject pickerJson(const FolderPicker& picker)
+{
+    QJsonArray entries;
+    for (const FolderEntry& entry : picker.entries()) {
+        QJsonObject object { { u"name"_s, entry.name }, { u"git"_s, entry.isGit } };
+        if (entry.branch)
+            object.insert(u"branch"_s, *entry.branch);
+        entries.append(object);
+    }
+    const FolderEntry* highlighted = picker.highlighted();
+    return { { u"filter"_s, picker.filter() }, { u"entries"_s, entries },
+        { u"highlighted"_s, highlighted ? QJsonValue(highlighted->name) : QJsonValue() } };
+}
+
+QJsonValue cloningJson(const DownloadController& downloads)
+{
+    const std::optional<CloneProgress>& cloning = downloads.cloning();
+    if (!cloning)
+        return QJsonValue();
+    return QJsonObject { { u"phase"_s, cloning->phase },
+        { u"fraction"_s, cloning->fraction ? QJsonValue(*cloning->fraction) : QJsonValue() },
+        { u"detail"_s, cloning->detail }, { u"slug"_s, downloads.cloningSlug() } };
 }
 
 QJsonValue timelineJson(const TimelineController& timeline)
@@ -261,6 +297,18 @@ QByteArray stateJson(const AppState& state, MainWindow& window)
         { QStringLiteral("drawerLinks"), QJsonArray::fromStringList(window.drawer().links()) },
         { QStringLiteral("recentCommits"), recentCommitsJson(state.recentCommits()) },
         { QStringLiteral("menus"), menusJson(window) },
+        { QStringLiteral("showPicker"), panels.showPicker() },
+        { QStringLiteral("pickerPath"),
+            panels.showPicker() ? QJsonValue(state.picker().path()) : QJsonValue() },
+        { QStringLiteral("picker"), pickerJson(state.picker()) },
+        { QStringLiteral("showRemote"), panels.showRemote() },
+        { QStringLiteral("remoteText"), state.downloads().text() },
+        { QStringLiteral("remoteHint"), state.downloads().hint() },
+        { QStringLiteral("remoteFailure"),
+            state.downloads().failure() ? QJsonValue(*state.downloads().failure()) : QJsonValue() },
+        { QStringLiteral("cloning"), cloningJson(state.downloads()) },
+        { QStringLiteral("downloaded"), QJsonArray::fromStringList(state.downloads().downloaded()) },
+        { QStringLiteral("fullScreen"), panels.fullScreen() },
         { QStringLiteral("autoFrame"), display.autoFrame() },
         { QStringLiteral("errorMessage"),
             state.errorMessage() ? QJsonValue(*state.errorMessage()) : QJsonValue() },
@@ -368,6 +416,7 @@ void StartupRunner::run()
     SceneView& scene = m_window.sceneView();
     const auto settle = [&] {
         QCoreApplication::processEvents();
+        waitForOpening();
         waitForImports();
         waitForHistory();
         scene.flush();
@@ -462,6 +511,16 @@ void StartupRunner::waitForImports()
     const DependencyController& imports = m_state.imports();
     m_importsMs
         += waitUntil(imports, &DependencyController::progressChanged, [&] { return !imports.isReading(); });
+}
+
+// A key that opens a folder (from the picker, the recent folders, a download) is done once the
+// folder is open, so that the next key acts on it.
+void StartupRunner::waitForOpening()
+{
+    const DownloadController& downloads = m_state.downloads();
+    waitUntil(downloads, &DownloadController::cloningChanged, [&] { return !downloads.cloning(); });
+    const ScanController& scan = m_state.scan();
+    waitUntil(scan, &ScanController::scanningChanged, [&] { return !scan.scanning(); });
 }
 
 // Until the drawer's commits are read, so that the state and the picture show them.

@@ -74,6 +74,7 @@ private:
     void run();
     void waitForImports();
     void waitForHistory();
+    void waitForOpening();
     void waitForCommits();
     void waitForSearch();
     int finish();

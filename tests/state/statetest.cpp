@@ -413,7 +413,20 @@ TEST_F(StateTest, ReturnOnAFolderDrawnWholeDivesIntoIt)
 
 // --- key routing ----------------------------------------------------------------------------
 
-enum class Setup { welcome, scene, overlay, searchEmpty, searchWithText, outline, history, scanning };
+enum class Setup {
+    welcome,
+    scene,
+    overlay,
+    searchEmpty,
+    searchWithText,
+    outline,
+    history,
+    scanning,
+    picker,
+    pickerFiltered,
+    remote,
+    keySheet,
+};
 
 struct RouteCase {
     const char* name;
@@ -454,6 +467,13 @@ TEST_P(Routing, KeyGoesToItsAction)
         break;
     case Setup::outline: state.panels().setOutlineKeys(OutlineKeys { [](int) {}, [] {}, [] {} }); break;
     case Setup::scanning: state.open(project.path()); break;
+    case Setup::picker: state.showFolderPicker(); break;
+    case Setup::pickerFiltered:
+        state.showFolderPicker();
+        state.picker().setFilter(u"x"_s);
+        break;
+    case Setup::remote: state.showRemoteEntry(); break;
+    case Setup::keySheet: state.panels().setShowKeys(true); break;
     default: break;
     }
     KeyRouter router(state);
@@ -486,8 +506,9 @@ TEST_P(Known, OnlyNamesWithAnImplementation)
 
 INSTANTIATE_TEST_SUITE_P(Names, Known,
     ::testing::Values(KnownCase { "zoomIn", true }, KnownCase { "commitBack10", true },
-        KnownCase { "searchNext", true }, KnownCase { "pickerInto", false }, KnownCase { "recentOpen", true },
-        KnownCase { "outlineClose", true }, KnownCase { "noSuchAction", false }, KnownCase { "", false }),
+        KnownCase { "searchNext", true }, KnownCase { "pickerInto", true }, KnownCase { "recentOpen", true },
+        KnownCase { "closeFolder", true }, KnownCase { "preview", false }, KnownCase { "outlineClose", true },
+        KnownCase { "noSuchAction", false }, KnownCase { "", false }),
     [](const auto& info) { return *info.param.name ? std::string(info.param.name) : std::string("Empty"); });
 
 TEST(Actions, EveryNameInTheTableFindsItsAction)
@@ -534,9 +555,6 @@ TEST_P(Missing, SaysWhatIsNotThereAndChangesNothingElse)
 
 INSTANTIATE_TEST_SUITE_P(Features, Missing,
     ::testing::Values(MissingCase { "history", false, "History needs a git repository." },
-        MissingCase { "picker", false, "The folder picker is not available yet." },
-        MissingCase { "pickerBack", false, "The folder picker is not available yet." },
-        MissingCase { "remote", false, "Downloading a repository is not available yet." },
         MissingCase { "preview", false, "Previews are not available yet." },
         MissingCase { "hex", false, "Previews are not available yet." },
         MissingCase { "raw", false, "Previews are not available yet." },
@@ -594,7 +612,34 @@ INSTANTIATE_TEST_SUITE_P(Table, Routing,
         RouteCase { "ScanningEscapeCancels", Setup::scanning, Qt::Key_Escape, none, "", "cancelScan" },
         RouteCase { "WelcomeDown", Setup::welcome, Qt::Key_Down, none, "", "recentDown" },
         RouteCase { "WelcomeReturnWithNoRecents", Setup::welcome, Qt::Key_Return, none, "", "" },
-        RouteCase { "WelcomeLetter", Setup::welcome, Qt::Key_C, none, "c", "" }),
+        RouteCase { "WelcomeLetter", Setup::welcome, Qt::Key_C, none, "c", "" },
+        // The window's own keys work over the scene, the welcome screen and a scan alike.
+        RouteCase { "CommandOChoosesAFolder", Setup::scene, Qt::Key_O, command, "o", "picker" },
+        RouteCase { "CommandOOnTheWelcomeScreen", Setup::welcome, Qt::Key_O, command, "o", "picker" },
+        RouteCase { "CommandDDownloads", Setup::welcome, Qt::Key_D, command, "d", "remote" },
+        RouteCase { "CommandWCloses", Setup::scene, Qt::Key_W, command, "w", "closeFolder" },
+        RouteCase { "CommandWWhileScanning", Setup::scanning, Qt::Key_W, command, "w", "closeFolder" },
+        RouteCase { "F11FullScreen", Setup::scene, Qt::Key_F11, none, "", "fullScreen" },
+        RouteCase { "ShiftF11IsNotTaken", Setup::scene, Qt::Key_F11, shift, "", "" },
+        RouteCase { "CommandShiftOIsTheMenus", Setup::scene, Qt::Key_O, command | shift, "O", "" },
+        RouteCase { "TheKeySheetHoldsTheWindowKeys", Setup::keySheet, Qt::Key_O, command, "o", "" },
+        RouteCase { "CommandOInTheSearchField", Setup::searchWithText, Qt::Key_O, command, "o", "picker" },
+        // The picker's list owns the arrows; typed letters narrow it.
+        RouteCase { "PickerDown", Setup::picker, Qt::Key_Down, none, "", "pickerDown" },
+        RouteCase { "PickerRightGoesIn", Setup::picker, Qt::Key_Right, none, "", "pickerInto" },
+        RouteCase { "PickerReturnGoesIn", Setup::picker, Qt::Key_Return, none, "", "pickerInto" },
+        RouteCase { "PickerCommandReturnOpens", Setup::picker, Qt::Key_Return, command, "", "pickerOpen" },
+        RouteCase { "PickerLeftGoesBack", Setup::picker, Qt::Key_Left, none, "", "pickerBack" },
+        RouteCase { "PickerBackspaceGoesBack", Setup::picker, Qt::Key_Backspace, none, "", "pickerBack" },
+        RouteCase { "PickerBackspaceErasesTheName", Setup::pickerFiltered, Qt::Key_Backspace, none, "", "" },
+        RouteCase { "PickerLetterNarrows", Setup::picker, Qt::Key_C, none, "c", "" },
+        RouteCase { "PickerDigitIsNoView", Setup::picker, Qt::Key_2, none, "2", "" },
+        RouteCase { "PickerEscape", Setup::picker, Qt::Key_Escape, none, "", "escape" },
+        RouteCase { "PickerCommandOCloses", Setup::picker, Qt::Key_O, command, "o", "picker" },
+        RouteCase { "RemoteReturnDownloads", Setup::remote, Qt::Key_Return, none, "", "remoteFetch" },
+        RouteCase { "RemoteLetterIsTyped", Setup::remote, Qt::Key_T, none, "t", "" },
+        RouteCase { "RemoteSlashIsTyped", Setup::remote, Qt::Key_Slash, none, "/", "" },
+        RouteCase { "RemoteEscape", Setup::remote, Qt::Key_Escape, none, "", "escape" }),
     [](const auto& info) { return std::string(info.param.name); });
 
 TEST_F(StateTest, PerformedActionsChangeTheState)

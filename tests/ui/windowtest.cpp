@@ -8,6 +8,7 @@
 
 #include <QColor>
 #include <QFile>
+#include <QFileInfo>
 #include <QImage>
 #include <QJsonArray>
 #include <QJsonDocument>
@@ -130,12 +131,13 @@ class Script : public ::testing::TestWithParam<ScriptCase> { };
 
 // The window itself, shown under the virtual display, with keys played from the environment; the
 // state they leave, and the window's image in *picture.
-QJsonObject playKeys(const QString& folder, const QString& keys, QImage* picture = nullptr)
+QJsonObject playKeys(const QString& folder, const QString& keys, QImage* picture = nullptr,
+    QHash<QString, QString> variables = {})
 {
     TempFolder out;
-    const Outcome run = korvane({ folder },
-        { { u"KORVANE_KEYS"_s, keys }, { u"KORVANE_SNAPSHOT"_s, out.path(u"w.png"_s) },
-            { u"KORVANE_STATE"_s, out.path(u"state.json"_s) }, { u"KORVANE_SIZE"_s, u"1100x700"_s } });
+    variables.insert({ { u"KORVANE_KEYS"_s, keys }, { u"KORVANE_SNAPSHOT"_s, out.path(u"w.png"_s) },
+        { u"KORVANE_STATE"_s, out.path(u"state.json"_s) }, { u"KORVANE_SIZE"_s, u"1100x700"_s } });
+    const Outcome run = korvane({ folder }, variables);
     EXPECT_EQ(run.exitCode, 0) << run.err.toStdString();
     if (picture)
         *picture = QImage(out.path(u"w.png"_s));
@@ -260,12 +262,113 @@ TEST(Window, EveryMenuItemIsAnActionOfTheKeysAndOffersOnlyWhatCanBeDone)
     EXPECT_TRUE(inCity.value(u"keys"_s));
     EXPECT_FALSE(inCity.value(u"play"_s)) << "playback waits for the history view";
     EXPECT_FALSE(inCity.value(u"commitMid"_s));
-    for (const char* missing : { "picker", "remote", "preview", "structure" })
+    for (const char* missing : { "preview", "structure" })
         EXPECT_FALSE(inCity.value(QString::fromUtf8(missing), true)) << missing;
+    for (const char* always : { "picker", "remote", "closeFolder", "fullScreen" })
+        EXPECT_TRUE(inCity.value(QString::fromUtf8(always))) << always;
+    // The colourings are listed by name too, as the window's own items.
+    QStringList colours;
+    for (const QJsonValue& item : city[u"menus"_s][1][u"items"_s].toArray()) {
+        if (item[u"title"_s].toString().startsWith(u"Colour › "_s))
+            colours << item[u"title"_s].toString().mid(9);
+    }
+    EXPECT_EQ(colours,
+        (QStringList { u"Next"_s, u"Previous"_s, u"Language"_s, u"Age"_s, u"Churn"_s, u"Status"_s }));
 
     const QHash<QString, bool> inHistory = items(playKeys(repo.path(), u"3"_s));
     EXPECT_TRUE(inHistory.value(u"play"_s));
     EXPECT_TRUE(inHistory.value(u"commitMid"_s)) << "the middle commit has no key: the menu is its way in";
+}
+
+// Folders beside the one opened: a repository, and two whose names share a start.
+class Neighbours : public TempFolder {
+public:
+    Neighbours()
+    {
+        write(u"alpha/a.c"_s, "int a;\n");
+        write(u"beta/b.c"_s, "int b;\n");
+        write(u"betamax/tape.c"_s, "int tape;\n");
+        write(u"betamax/more/deep.c"_s, "int deep;\n");
+    }
+};
+
+// The picker's keys: it opens beside the folder, the arrows move and go in and back, typed letters
+// narrow the list, Ctrl Return opens, Escape closes.
+TEST(Window, ThePickersKeysChooseAndOpenAFolder)
+{
+    Neighbours folders;
+    const QString alpha = folders.path(u"alpha"_s);
+    const QJsonObject shown = playKeys(alpha, u"Ctrl+O Down"_s);
+    EXPECT_TRUE(shown[u"showPicker"_s].toBool());
+    EXPECT_EQ(shown[u"pickerPath"_s].toString(), folders.path());
+    EXPECT_EQ(shown[u"picker"_s][u"highlighted"_s].toString(), u"beta"_s);
+    EXPECT_EQ(shown[u"root"_s].toString(), alpha) << "nothing opens until asked";
+
+    const QJsonObject inside = playKeys(alpha, u"Ctrl+O b m Right"_s);
+    EXPECT_EQ(inside[u"pickerPath"_s].toString(), folders.path(u"betamax"_s));
+    EXPECT_EQ(inside[u"picker"_s][u"filter"_s].toString(), QString());
+    EXPECT_EQ(inside[u"picker"_s][u"entries"_s].toArray().size(), 1);
+
+    const QJsonObject back = playKeys(alpha, u"Ctrl+O b m Right Left Backspace"_s);
+    EXPECT_EQ(back[u"pickerPath"_s].toString(), QFileInfo(folders.path()).path());
+
+    const QJsonObject opened = playKeys(alpha, u"Ctrl+O b e t a m Ctrl+Return"_s);
+    EXPECT_FALSE(opened[u"showPicker"_s].toBool());
+    EXPECT_EQ(opened[u"root"_s].toString(), folders.path(u"betamax"_s));
+    EXPECT_EQ(opened[u"recents"_s][0].toString(), folders.path(u"betamax"_s));
+
+    const QJsonObject closed = playKeys(alpha, u"Ctrl+O Down Escape"_s);
+    EXPECT_FALSE(closed[u"showPicker"_s].toBool());
+    EXPECT_EQ(closed[u"root"_s].toString(), alpha);
+}
+
+TEST(Window, CloseFolderReturnsToTheWelcomeListAndFullScreenToggles)
+{
+    Neighbours folders;
+    const QJsonObject closed = playKeys(folders.path(u"beta"_s), u"Ctrl+W"_s);
+    EXPECT_TRUE(closed[u"root"_s].isNull());
+    EXPECT_EQ(closed[u"recents"_s][0].toString(), folders.path(u"beta"_s));
+    const QJsonObject reopened = playKeys(folders.path(u"beta"_s), u"Ctrl+W Return"_s);
+    EXPECT_EQ(reopened[u"root"_s].toString(), folders.path(u"beta"_s));
+
+    EXPECT_TRUE(playKeys(folders.path(u"beta"_s), u"F11"_s)[u"fullScreen"_s].toBool());
+    EXPECT_FALSE(playKeys(folders.path(u"beta"_s), u"F11 F11"_s)[u"fullScreen"_s].toBool());
+}
+
+// A repository typed into the download entry is cloned from its https address, which a test-only
+// git configuration points at a local bare repository, and opens like any folder.
+TEST(Window, ADownloadedRepositoryOpensAndIsListedAmongTheDownloads)
+{
+    GitRepo source;
+    source.write(u"hello.c"_s, "int main(void) { return 0; }\n");
+    source.commitAll(u"Say hello"_s);
+    TempFolder hosting, home;
+    source.git({ u"clone"_s, u"-q"_s, u"--bare"_s, source.path(), hosting.path(u"octo/demo.git"_s) });
+    home.write(u"gitconfig"_s,
+        QStringLiteral("[url \"file://%1/\"]\n\tinsteadOf = https://github.com/\n")
+            .arg(hosting.path())
+            .toUtf8());
+    const QHash<QString, QString> variables { { u"XDG_DATA_HOME"_s, home.path(u"data"_s) },
+        { u"GIT_CONFIG_GLOBAL"_s, home.path(u"gitconfig"_s) } };
+    const QString clone = home.path(u"data/Korvane/repositories/github.com/octo/demo"_s);
+
+    const QJsonObject typed = playKeys(source.path(), u"Ctrl+D o c t o / d e m o"_s, nullptr, variables);
+    EXPECT_TRUE(typed[u"showRemote"_s].toBool());
+    EXPECT_EQ(typed[u"remoteText"_s].toString(), u"octo/demo"_s);
+    EXPECT_EQ(typed[u"remoteHint"_s].toString(), u"Will download octo/demo"_s);
+
+    const QJsonObject fetched
+        = playKeys(source.path(), u"Ctrl+D o c t o / d e m o Return"_s, nullptr, variables);
+    EXPECT_FALSE(fetched[u"showRemote"_s].toBool()) << fetched[u"remoteFailure"_s].toString().toStdString();
+    EXPECT_TRUE(fetched[u"cloning"_s].isNull());
+    EXPECT_EQ(fetched[u"root"_s].toString(), clone);
+    EXPECT_EQ(fetched[u"downloaded"_s].toArray(), QJsonArray { clone });
+
+    const QJsonObject missing
+        = playKeys(source.path(), u"Ctrl+D o c t o / g o n e Return"_s, nullptr, variables);
+    EXPECT_TRUE(missing[u"showRemote"_s].toBool()) << "a failure is told in place";
+    EXPECT_FALSE(missing[u"remoteFailure"_s].toString().isEmpty());
+    EXPECT_EQ(missing[u"root"_s].toString(), source.path());
 }
 
 // Escape with the key sheet up closes the sheet and leaves the selection be.
