@@ -24,6 +24,8 @@ QString DownloadController::hint() const
     const std::optional<RemoteRepository> repository = parsed();
     if (!repository)
         return CloneError::badURL(m_text.trimmed()).description();
+    if (m_cloning)
+        return QStringLiteral("Into ") + RepositoryCloner::localURL(*repository);
     QString hint = QStringLiteral("Will download ") + repository->slug();
     if (repository->host != RemoteRepository::defaultHost())
         hint += QStringLiteral(" from ") + repository->host;

@@ -24,7 +24,8 @@ public:
     void setText(const QString& text);
     // The repository the text names, if it names one.
     std::optional<RemoteRepository> parsed() const { return RemoteRepository::parse(m_text); }
-    // What the entry says under the text: what will be downloaded, or why the text is no address.
+    // What the entry says under the text: what will be downloaded, or why the text is no address;
+    // while downloading, where to.
     QString hint() const;
 
     // The download's progress while one runs.
