@@ -3,6 +3,7 @@
 #include "scene/theme.h"
 
 #include <QDir>
+#include <QFileInfo>
 #include <QLabel>
 #include <QLineEdit>
 #include <QListWidget>
@@ -157,9 +158,12 @@ void FolderPickerPanel::refresh()
         m_list->scrollToItem(m_list->currentItem());
     m_empty->setVisible(picker.entries().isEmpty());
     adjustSize();
-    m_empty->setText(picker.filter().isEmpty()
-            ? QStringLiteral("No folders inside. Ctrl Return opens this one; ← goes back.")
-            : QStringLiteral("No folder here matches “%1”.").arg(picker.filter()));
+    if (!picker.filter().isEmpty())
+        m_empty->setText(QStringLiteral("No folder here matches “%1”.").arg(picker.filter()));
+    else if (!QFileInfo(picker.path()).isReadable())
+        m_empty->setText(QStringLiteral("This folder can't be read; ← goes back."));
+    else
+        m_empty->setText(QStringLiteral("No folders inside. Ctrl Return opens this one; ← goes back."));
 }
 
 void FolderPickerPanel::hideEvent(QHideEvent* event)
