@@ -136,7 +136,7 @@ std::optional<Action> KeyRouter::route(const KeyPress& press) const
 }
 
 // The keys of the window itself, which work over the scene, the welcome screen and a scan alike.
-std::optional<Action> KeyRouter::windowAction(const KeyPress& press) const
+std::optional<Action> KeyRouter::windowAction(const KeyPress& press)
 {
     if (press.key == Qt::Key_F11 && !(press.modifiers & ~Qt::KeypadModifier))
         return Action::fullScreen;

@@ -40,12 +40,15 @@ public:
     // Whether the name is an action that has an implementation.
     static bool knows(const QString& name);
 
+    // The window's own keys (choosing or downloading a folder, closing it, full screen), which work
+    // over everything but the key sheet and the capture, typing fields included.
+    static std::optional<Action> windowAction(const KeyPress& press);
+
     // The scene's keys and what each does, in the order the key sheet lists them: actions that
     // work, with those sharing a description on one row.
     static QList<QPair<QString, QString>> sceneKeys();
 
 private:
-    std::optional<Action> windowAction(const KeyPress& press) const;
     std::optional<Action> pickerAction(const KeyPress& press) const;
     std::optional<Action> remoteAction(const KeyPress& press) const;
     std::optional<Action> searchAction(int key) const;

@@ -420,8 +420,11 @@ bool MainWindow::routeKey(QKeyEvent* event)
     // router first; what it does not take is typed into the field. Nothing is typed behind the key sheet.
     if (typingField() || m_state.panels().showKeys())
         return m_router.handle(press);
-    // Another text field keeps its typing; the welcome list still answers the arrows, and Return in
-    // an empty field opens the highlighted recent folder ("?" there shows the keys).
+    // The window's own keys (Ctrl O, Ctrl D, Ctrl W, F11) work from any field. Another text field
+    // keeps its typing; the welcome list still answers the arrows, and Return in an empty field
+    // opens the highlighted recent folder ("?" there shows the keys).
+    if (KeyRouter::windowAction(press))
+        return m_router.handle(press);
     QWidget* focused = QApplication::focusWidget();
     if (qobject_cast<QAbstractSpinBox*>(focused) && event->key() != Qt::Key_Escape)
         return false;
