@@ -52,7 +52,7 @@ constexpr std::array<ActionInfo, std::size_t(Action::recentOpen) + 1> actionTabl
     { Action::minimap, "minimap", "m", "Minimap of the preview" },
     { Action::hex, "hex", "x", "Bytes of the preview in hex" },
     { Action::raw, "raw", "v", "Raw source in the preview" },
-    { Action::structure, "structure", "s", "Walk into the file's structure" },
+    { Action::structure, "structure", "s", "The file's outline and the lines of its parts" },
     { Action::structureTab, "structureTab", "g", "Next view of the structure" },
     { Action::theme, "theme", "t", "Dark or light theme" },
     { Action::open, "open", "o, Ctrl Return", "Open the file or folder with its program" },
@@ -145,8 +145,7 @@ std::optional<MissingFeature> missingFeature(Action action)
     case Action::minimap:
     case Action::hex:
     case Action::raw: return MissingFeature::preview;
-    case Action::structure:
-    case Action::structureTab: return MissingFeature::structure;
+    case Action::structureTab: return MissingFeature::structureViews;
     default: return std::nullopt;
     }
 }
@@ -155,7 +154,8 @@ QString missingMessage(MissingFeature feature)
 {
     switch (feature) {
     case MissingFeature::preview: return QStringLiteral("Previews are not available yet.");
-    case MissingFeature::structure: return QStringLiteral("Walking into a file is not available yet.");
+    case MissingFeature::structureViews:
+        return QStringLiteral("A file's treemap, flow and links are not available yet; its outline is (s).");
     }
     return {};
 }

@@ -13,6 +13,7 @@ AppState::AppState(QObject* parent, bool persistent)
     m_imports = adopt<DependencyController>(m_pool);
     m_timeline = adopt<TimelineController>(m_pool);
     m_commits = adopt<CommitsController>(m_pool);
+    m_structure = adopt<StructureController>(m_pool);
     m_picker = adopt<FolderPicker>();
     m_downloads = adopt<DownloadController>(m_pool);
     m_panels = adopt<Panels>();
@@ -49,6 +50,7 @@ AppState::~AppState()
     m_timeline->cancel();
     m_commits->cancel();
     m_downloads->stop();
+    m_structure->close();
     m_search->cancel();
     m_pool.waitForDone();
 }
@@ -66,6 +68,19 @@ void AppState::open(const QString& path)
 {
     // The folder joins the recent ones once it has opened: one that could not be is no shortcut.
     m_scan->start(path);
+}
+
+bool AppState::toggleStructure(const FileNode* node)
+{
+    if (!node) {
+        setErrorMessage(QStringLiteral("Select a file to walk into."));
+        return false;
+    }
+    if (m_structure->path() == node->relativePath) {
+        m_structure->close();
+        return true;
+    }
+    return m_structure->open(*node);
 }
 
 bool AppState::close()

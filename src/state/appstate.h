@@ -12,6 +12,7 @@
 #include "state/scancontroller.h"
 #include "state/scenehost.h"
 #include "state/searchcontroller.h"
+#include "state/structurecontroller.h"
 #include "state/timelinecontroller.h"
 
 #include <QObject>
@@ -57,6 +58,8 @@ public:
     const TimelineController& timeline() const { return *m_timeline; }
     CommitsController& recentCommits() { return *m_commits; }
     const CommitsController& recentCommits() const { return *m_commits; }
+    StructureController& structure() { return *m_structure; }
+    const StructureController& structure() const { return *m_structure; }
     FolderPicker& picker() { return *m_picker; }
     const FolderPicker& picker() const { return *m_picker; }
     DownloadController& downloads() { return *m_downloads; }
@@ -75,6 +78,8 @@ public:
     // Starts scanning a folder in the background and remembers it among the recent folders; a scan
     // still running is cancelled and its late results dropped.
     void open(const QString& path);
+    // Shows the structure of a file, or closes it when it is the file shown.
+    bool toggleStructure(const FileNode* node);
     // Closes the folder for the welcome screen, where it heads the recent folders.
     bool close();
     // Shows the chooser of folders at the open folder's parent, or at the home folder.
@@ -155,6 +160,7 @@ private:
     DependencyController* m_imports = nullptr;
     TimelineController* m_timeline = nullptr;
     CommitsController* m_commits = nullptr;
+    StructureController* m_structure = nullptr;
     FolderPicker* m_picker = nullptr;
     DownloadController* m_downloads = nullptr;
     Panels* m_panels = nullptr;

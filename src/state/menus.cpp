@@ -21,7 +21,7 @@ const std::vector<MenuSection>& menuSections()
                 { "Previous Sibling", Action::prevSibling }, { "Frame the Selection", Action::frame },
                 { "Follow the Selection", Action::autoFrame }, { "Show Everything", Action::home },
                 { "Zoom In", Action::zoomIn }, { "Zoom Out", Action::zoomOut },
-                { "Walk into the File", Action::structure }, { "Open with Its Program", Action::open },
+                { "Outline of the File", Action::structure }, { "Open with Its Program", Action::open },
                 { "Show in the File Manager", Action::reveal } } },
         { "History",
             { { "Play or Pause", Action::play }, { "One Commit Back", Action::commitBack },

@@ -193,6 +193,15 @@ bool AppState::escape()
         m_imports->chooseCycle(std::nullopt);
         return true;
     }
+    // The walked-into file: its focused part first, then the file.
+    if (m_structure->focus()) {
+        m_structure->setFocus(std::nullopt);
+        return true;
+    }
+    if (m_structure->path()) {
+        m_structure->close();
+        return true;
+    }
     if (m_selection && m_selection != m_viewRoot) {
         select(nullptr);
         return true;

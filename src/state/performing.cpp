@@ -280,6 +280,7 @@ std::optional<bool> KeyRouter::performFolder(Action action)
     }
     case Action::cancelScan: return s.scan().cancel(), true;
     case Action::closeFolder: return s.close();
+    case Action::structure: return s.root() && s.toggleStructure(selection);
     case Action::pickerOpen: return s.openFromPicker();
     case Action::remoteFetch: return s.panels().showRemote() && s.downloads().start();
     case Action::recentUp: return recents.setRecentIndex(recents.recentIndex() - 1), true;

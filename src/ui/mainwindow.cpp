@@ -9,6 +9,7 @@
 #include "ui/panels.h"
 #include "ui/sceneview.h"
 #include "ui/searchpanel.h"
+#include "ui/structurepanel.h"
 #include "ui/style.h"
 #include "ui/timelinebar.h"
 #include "ui/welcomeview.h"
@@ -101,12 +102,15 @@ MainWindow::MainWindow(AppState& state, QWidget* parent)
     column->addWidget(m_scene, 1);
     column->addWidget(m_timeline);
     m_drawer = new Drawer(state, m_viewer);
+    m_structure = new StructurePanel(state, m_viewer);
     auto* body = new QHBoxLayout(m_viewer);
     body->setContentsMargins(0, 0, 0, 0);
     body->setSpacing(0);
     body->addWidget(m_railStack);
     body->addWidget(centre, 1);
+    body->addWidget(m_structure);
     body->addWidget(m_drawer);
+    connect(&state.structure(), &StructureController::structureChanged, this, &MainWindow::placeOverlays);
 
     m_banner = new MessageBanner(state, m_stage);
     m_progress = new ProgressPanel(state, m_stage);
@@ -164,6 +168,8 @@ MainWindow::MainWindow(AppState& state, QWidget* parent)
 MainWindow::~MainWindow()
 {
     qApp->removeEventFilter(this);
+    // Closing the window moves the focus once more, after this part of it is gone.
+    disconnect(qApp, nullptr, this, nullptr);
 }
 
 void MainWindow::watchState()
@@ -361,7 +367,8 @@ void MainWindow::placeOverlays()
 {
     const QRect area = m_stage->rect();
     const int left = m_railStack->isVisible() && m_state.root() ? m_railStack->width() : 0;
-    const int right = m_drawer->isVisible() && m_state.root() ? m_drawer->width() : 0;
+    const int right = (m_drawer->isVisible() && m_state.root() ? m_drawer->width() : 0)
+        + (m_structure->isVisible() && m_state.root() ? m_structure->width() : 0);
     const int bottom = m_timeline->isVisible() ? m_timeline->height() : 0;
     const QRect scene = area.adjusted(left, 0, -right, -bottom);
     m_banner->setFixedWidth(std::min(560, scene.width() - 32));

@@ -23,6 +23,7 @@ class FolderPickerPanel;
 class DownloadPanel;
 class QLineEdit;
 class SearchBar;
+class StructurePanel;
 class SearchResultsView;
 class QTreeView;
 class SceneView;
@@ -109,6 +110,7 @@ private:
     SceneView* m_scene = nullptr;
     TimelineBar* m_timeline = nullptr;
     Drawer* m_drawer = nullptr;
+    StructurePanel* m_structure = nullptr;
     MessageBanner* m_banner = nullptr;
     ProgressPanel* m_progress = nullptr;
     KeySheet* m_keySheet = nullptr;

@@ -244,6 +244,25 @@ QJsonObject pickerJson(const FolderPicker& picker)
         { u"highlighted"_s, highlighted ? QJsonValue(highlighted->name) : QJsonValue() } };
 }
 
+// The file walked into: its document's program and counts, and the part in focus.
+void addStructure(QJsonObject& object, const StructureController& structure, const Panels& panels)
+{
+    object.insert(u"structureView"_s, structure.path() ? QJsonValue(*structure.path()) : QJsonValue());
+    object.insert(u"structureTab"_s, modeName(panels.structureTab()));
+    object.insert(u"fileCity"_s, false);
+    const WebDocument::Node* focus = structure.focusedNode();
+    object.insert(u"symbolFocus"_s,
+        focus ? QJsonValue(QJsonObject { { u"id"_s, qint64(focus->id) }, { u"name"_s, focus->name },
+            { u"role"_s, roleName(focus->role) } })
+              : QJsonValue());
+    const std::shared_ptr<const WebDocument>& document = structure.document();
+    object.insert(u"document"_s,
+        document ? QJsonValue(
+            QJsonObject { { u"program"_s, document->program }, { u"parts"_s, qint64(document->nodes.size()) },
+                { u"links"_s, qint64(document->links.size()) }, { u"truncated"_s, document->truncated } })
+                 : QJsonValue());
+}
+
 QJsonValue cloningJson(const DownloadController& downloads)
 {
     const std::optional<CloneProgress>& cloning = downloads.cloning();
@@ -309,6 +328,7 @@ QByteArray stateJson(const AppState& state, MainWindow& window)
         { QStringLiteral("cloning"), cloningJson(state.downloads()) },
         { QStringLiteral("downloaded"), QJsonArray::fromStringList(state.downloads().downloaded()) },
         { QStringLiteral("fullScreen"), panels.fullScreen() },
+        { QStringLiteral("outlineKeys"), panels.outlineKeys().has_value() },
         { QStringLiteral("autoFrame"), display.autoFrame() },
         { QStringLiteral("errorMessage"),
             state.errorMessage() ? QJsonValue(*state.errorMessage()) : QJsonValue() },
@@ -318,6 +338,7 @@ QByteArray stateJson(const AppState& state, MainWindow& window)
     };
     addImports(object, state);
     addSearch(object, state);
+    addStructure(object, state.structure(), panels);
     object.insert(u"timeline"_s, timelineJson(state.timeline()));
     // What the view draws: buildings, the layout's links, and what it says when it has nothing to show.
     const LayoutResult& layout = scene.layout();
@@ -514,9 +535,12 @@ void StartupRunner::waitForImports()
 }
 
 // A key that opens a folder (from the picker, the recent folders, a download) is done once the
-// folder is open, so that the next key acts on it.
+// folder is open, and one that walks into a file once the file is read, so that the next key acts
+// on what is then shown.
 void StartupRunner::waitForOpening()
 {
+    const StructureController& structure = m_state.structure();
+    waitUntil(structure, &StructureController::structureChanged, [&] { return !structure.isReading(); });
     const DownloadController& downloads = m_state.downloads();
     waitUntil(downloads, &DownloadController::cloningChanged, [&] { return !downloads.cloning(); });
     const ScanController& scan = m_state.scan();

@@ -48,6 +48,7 @@ void applyTheme(QWidget& window, const Theme& theme)
         QPushButton:checked, QPushButton#primary { background: %7; color: %8; border-color: %7; }
         QLineEdit { background: %9; border: 1px solid %3; border-radius: 4px; padding: 5px 8px; }
         QLineEdit:focus { border-color: %7; }
+        QPlainTextEdit { background: %9; color: %1; border: 1px solid %3; border-radius: 4px; }
         QAbstractSpinBox { background: %9; border: 1px solid %3; border-radius: 4px; padding: 3px 6px; }
         QAbstractSpinBox:focus { border-color: %7; }
         #timeline { background: %2; border-top: 1px solid %3; }

@@ -559,8 +559,8 @@ INSTANTIATE_TEST_SUITE_P(Features, Missing,
         MissingCase { "hex", false, "Previews are not available yet." },
         MissingCase { "raw", false, "Previews are not available yet." },
         MissingCase { "minimap", false, "Previews are not available yet." },
-        MissingCase { "structure", false, "Walking into a file is not available yet." },
-        MissingCase { "structureTab", false, "Walking into a file is not available yet." }),
+        MissingCase { "structureTab", false,
+            "A file's treemap, flow and links are not available yet; its outline is (s)." }),
     [](const auto& info) {
         return std::string(info.param.action) + (info.param.repository ? "InARepository" : "");
     });

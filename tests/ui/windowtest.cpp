@@ -262,7 +262,7 @@ TEST(Window, EveryMenuItemIsAnActionOfTheKeysAndOffersOnlyWhatCanBeDone)
     EXPECT_TRUE(inCity.value(u"keys"_s));
     EXPECT_FALSE(inCity.value(u"play"_s)) << "playback waits for the history view";
     EXPECT_FALSE(inCity.value(u"commitMid"_s));
-    for (const char* missing : { "preview", "structure" })
+    for (const char* missing : { "preview" })
         EXPECT_FALSE(inCity.value(QString::fromUtf8(missing), true)) << missing;
     for (const char* always : { "picker", "remote", "closeFolder", "fullScreen" })
         EXPECT_TRUE(inCity.value(QString::fromUtf8(always))) << always;
@@ -369,6 +369,28 @@ TEST(Window, ADownloadedRepositoryOpensAndIsListedAmongTheDownloads)
     EXPECT_TRUE(missing[u"showRemote"_s].toBool()) << "a failure is told in place";
     EXPECT_FALSE(missing[u"remoteFailure"_s].toString().isEmpty());
     EXPECT_EQ(missing[u"root"_s].toString(), source.path());
+}
+
+// "s" shows the selected file's outline beside the scene; the outline then owns the arrows, and
+// Escape clears its focus before it closes it.
+TEST(Window, SShowsTheFilesOutlineWhichOwnsTheArrows)
+{
+    TempFolder folder;
+    folder.write(u"app.js"_s, "function start() {\n  load();\n}\n\nfunction load() {\n  return 1;\n}\n");
+    folder.write(u"other.js"_s, "let x = 1;\n");
+    const QString select = u"/ a p p Return "_s;
+    const QJsonObject walked = playKeys(folder.path(), select + u"s Down Down"_s);
+    EXPECT_EQ(walked[u"structureView"_s].toString(), u"app.js"_s);
+    EXPECT_EQ(walked[u"symbolFocus"_s][u"name"_s].toString(), u"start"_s);
+    EXPECT_EQ(walked[u"document"_s][u"program"_s].toString(), u"JavaScript"_s);
+    EXPECT_TRUE(walked[u"outlineKeys"_s].toBool());
+    EXPECT_EQ(walked[u"selection"_s].toString(), u"app.js"_s) << "the arrows moved in the outline";
+
+    const QJsonObject left = playKeys(folder.path(), select + u"s Down Down Escape Escape"_s);
+    EXPECT_TRUE(left[u"structureView"_s].isNull());
+    EXPECT_FALSE(left[u"outlineKeys"_s].toBool());
+    EXPECT_EQ(left[u"selection"_s].toString(), u"app.js"_s);
+    EXPECT_TRUE(playKeys(folder.path(), select + u"s s"_s)[u"structureView"_s].isNull());
 }
 
 // Escape with the key sheet up closes the sheet and leaves the selection be.

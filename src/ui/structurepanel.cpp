@@ -1,0 +1,231 @@
+#include "ui/structurepanel.h"
+
+#include "model/format.h"
+
+#include <QFileInfo>
+#include <QFontDatabase>
+#include <QHeaderView>
+#include <QLabel>
+#include <QPlainTextEdit>
+#include <QTreeWidget>
+#include <QVBoxLayout>
+
+namespace {
+
+constexpr int idRole = Qt::UserRole;
+
+QString lineRange(const WebDocument::Node& node)
+{
+    if (node.line < 0)
+        return {};
+    return node.endLine > node.line ? QStringLiteral("%1–%2").arg(node.line + 1).arg(node.endLine + 1)
+                                    : QString::number(node.line + 1);
+}
+
+// Tabs as spaces to every eighth column of the code, which the line number in front would shift.
+QString expandTabs(const QString& line)
+{
+    if (!line.contains(u'\t'))
+        return line;
+    QString expanded;
+    for (const QChar c : line) {
+        if (c == u'\t')
+            expanded += QString(8 - expanded.size() % 8, u' ');
+        else
+            expanded += c;
+    }
+    return expanded;
+}
+
+// A role in words: "function", "script block", "class".
+QString roleWords(WebRole role)
+{
+    if (role == WebRole::klass)
+        return QStringLiteral("class");
+    QString words;
+    for (const QChar c : roleName(role))
+        words += c.isUpper() ? u' ' + QString(c.toLower()) : QString(c);
+    return words;
+}
+
+} // namespace
+
+StructurePanel::StructurePanel(AppState& state, QWidget* parent)
+    : QWidget(parent)
+    , m_state(state)
+    , m_title(new QLabel(this))
+    , m_program(new QLabel(this))
+    , m_note(new QLabel(this))
+    , m_outline(new QTreeWidget(this))
+    , m_sourceTitle(new QLabel(this))
+    , m_source(new QPlainTextEdit(this))
+{
+    setObjectName(QStringLiteral("drawer"));
+    setAttribute(Qt::WA_StyledBackground);
+    m_title->setObjectName(QStringLiteral("folderName"));
+    m_title->setTextInteractionFlags(Qt::NoTextInteraction);
+    m_program->setProperty("class", QStringLiteral("secondary"));
+    m_note->setProperty("class", QStringLiteral("faint"));
+    m_note->setWordWrap(true);
+    m_outline->setColumnCount(3);
+    m_outline->setHeaderHidden(true);
+    m_outline->setFocusPolicy(Qt::NoFocus);
+    m_outline->setUniformRowHeights(true);
+    m_outline->setTextElideMode(Qt::ElideMiddle);
+    m_outline->header()->setStretchLastSection(false);
+    m_outline->header()->setSectionResizeMode(0, QHeaderView::Stretch);
+    m_outline->header()->setSectionResizeMode(1, QHeaderView::ResizeToContents);
+    m_outline->header()->setSectionResizeMode(2, QHeaderView::ResizeToContents);
+    m_sourceTitle->setProperty("class", QStringLiteral("faint"));
+    m_source->setReadOnly(true);
+    m_source->setFocusPolicy(Qt::ClickFocus);
+    m_source->setLineWrapMode(QPlainTextEdit::NoWrap);
+    m_source->setFont(QFontDatabase::systemFont(QFontDatabase::FixedFont));
+    auto* keys = new QLabel(QStringLiteral("↑ ↓ parts · → ← open and close · Escape or s closes"), this);
+    keys->setProperty("class", QStringLiteral("faint"));
+
+    auto* layout = new QVBoxLayout(this);
+    layout->setContentsMargins(14, 12, 14, 12);
+    layout->setSpacing(6);
+    layout->addWidget(m_title);
+    layout->addWidget(m_program);
+    layout->addWidget(m_note);
+    layout->addWidget(m_outline, 3);
+    layout->addWidget(m_sourceTitle);
+    layout->addWidget(m_source, 2);
+    layout->addWidget(keys);
+    setFixedWidth(420);
+
+    connect(m_outline, &QTreeWidget::currentItemChanged, this, [this](QTreeWidgetItem* item) {
+        if (!m_syncing && item)
+            m_state.structure().setFocus(item->data(0, idRole).toLongLong());
+    });
+    connect(&state.structure(), &StructureController::structureChanged, this, &StructurePanel::rebuild);
+    connect(&state.structure(), &StructureController::focusChanged, this, &StructurePanel::followFocus);
+    rebuild();
+}
+
+QTreeWidgetItem* StructurePanel::itemOf(qsizetype id) const
+{
+    return m_items.value(id);
+}
+
+void StructurePanel::rebuild()
+{
+    const StructureController& structure = m_state.structure();
+    setVisible(structure.path().has_value());
+    m_outline->clear();
+    m_items.clear();
+    // The outline owns the arrows while it lists parts, as the keys of its rows.
+    m_state.panels().setOutlineKeys(std::nullopt);
+    if (!structure.path())
+        return;
+    m_title->setText(QFileInfo(*structure.path()).fileName());
+    m_title->setToolTip(*structure.path());
+    const std::shared_ptr<const WebDocument>& document = structure.document();
+    if (!document) {
+        m_program->setText(QStringLiteral("Reading its parts…"));
+        m_note->hide();
+        followFocus();
+        return;
+    }
+    m_program->setText(document->program + QStringLiteral(" · ")
+        + Format::grouped(qint64(document->nodes.size())) + QStringLiteral(" parts · ")
+        + Format::grouped(qint64(document->links.size())) + QStringLiteral(" links"));
+    m_note->setVisible(document->truncated || document->nodes.empty());
+    m_note->setText(document->nodes.empty()
+            ? QStringLiteral("No parts found in this file.")
+            : QStringLiteral("The page is larger than the outline holds; what is shown stops partway."));
+    const std::function<void(qsizetype, QTreeWidgetItem*)> add = [&](qsizetype id, QTreeWidgetItem* parent) {
+        const WebDocument::Node& node = document->nodes[std::size_t(id)];
+        auto* item = parent ? new QTreeWidgetItem(parent) : new QTreeWidgetItem(m_outline);
+        item->setText(0, node.name.isEmpty() ? roleWords(node.role) : node.name);
+        item->setText(1, roleWords(node.role));
+        item->setText(2, lineRange(node));
+        item->setForeground(1, palette().color(QPalette::PlaceholderText));
+        item->setForeground(2, palette().color(QPalette::PlaceholderText));
+        item->setToolTip(0, node.detail.isEmpty() ? node.name : node.name + u'\n' + node.detail);
+        item->setData(0, idRole, qlonglong(id));
+        m_items.insert(id, item);
+        for (const qsizetype child : node.children)
+            add(child, item);
+    };
+    for (const qsizetype root : document->roots)
+        add(root, nullptr);
+    // Containers of a few parts open; large ones stay shut until asked.
+    for (QTreeWidgetItem* item : std::as_const(m_items)) {
+        if (item->childCount() > 0 && item->childCount() <= 40 && !item->parent())
+            item->setExpanded(true);
+    }
+    if (!m_items.isEmpty())
+        m_state.panels().setOutlineKeys(
+            OutlineKeys { [this](int delta) { step(delta); }, [this] { open(); }, [this] { close(); } });
+    followFocus();
+}
+
+void StructurePanel::followFocus()
+{
+    const StructureController& structure = m_state.structure();
+    const WebDocument::Node* node = structure.focusedNode();
+    m_syncing = true;
+    QTreeWidgetItem* item = node ? itemOf(node->id) : nullptr;
+    m_outline->setCurrentItem(item);
+    if (item)
+        m_outline->scrollToItem(item);
+    m_syncing = false;
+    if (!node) {
+        m_sourceTitle->setText(
+            structure.document() ? QStringLiteral("Choose a part to read its lines.") : QString());
+        m_source->clear();
+        return;
+    }
+    m_sourceTitle->setText(node->name + QStringLiteral(" · lines ") + lineRange(*node));
+    // Each line with its number, right-aligned to the widest.
+    const QStringList lines = structure.document()->source(node->id).split(u'\n');
+    const qint64 first = std::max<qint64>(node->line, 0) + 1;
+    const int width = int(QString::number(first + lines.size()).size());
+    QStringList numbered;
+    numbered.reserve(lines.size());
+    for (qsizetype i = 0; i < lines.size(); ++i)
+        numbered << QStringLiteral("%1  %2").arg(first + i, width).arg(expandTabs(lines[i]));
+    m_source->setPlainText(numbered.join(u'\n'));
+}
+
+void StructurePanel::step(int delta)
+{
+    QTreeWidgetItem* item = m_outline->currentItem();
+    if (!item) {
+        item = m_outline->topLevelItem(0);
+    } else {
+        for (int i = 0; i < std::abs(delta) && item; ++i) {
+            QTreeWidgetItem* next = delta > 0 ? m_outline->itemBelow(item) : m_outline->itemAbove(item);
+            if (!next)
+                break;
+            item = next;
+        }
+    }
+    if (item)
+        m_state.structure().setFocus(item->data(0, idRole).toLongLong());
+}
+
+void StructurePanel::open()
+{
+    QTreeWidgetItem* item = m_outline->currentItem();
+    if (!item || item->childCount() == 0)
+        return;
+    if (!item->isExpanded())
+        item->setExpanded(true);
+    else
+        m_state.structure().setFocus(item->child(0)->data(0, idRole).toLongLong());
+}
+
+void StructurePanel::close()
+{
+    QTreeWidgetItem* item = m_outline->currentItem();
+    if (!item)
+        return;
+    if (item->isExpanded() && item->childCount() > 0)
+        item->setExpanded(false);
+    else if (item->parent())
+        m_state.structure().setFocus(item->parent()->data(0, idRole).toLongLong());
+}
