@@ -52,8 +52,8 @@ constexpr std::array<ActionInfo, std::size_t(Action::recentOpen) + 1> actionTabl
     { Action::minimap, "minimap", "m", "Minimap of the preview" },
     { Action::hex, "hex", "x", "Bytes of the preview in hex" },
     { Action::raw, "raw", "v", "Raw source in the preview" },
-    { Action::structure, "structure", "s", "The file's outline and the lines of its parts" },
-    { Action::structureTab, "structureTab", "g", "Next view of the structure" },
+    { Action::structure, "structure", "s", "The file's structure and the lines of its parts" },
+    { Action::structureTab, "structureTab", "g", "Outline, treemap, flow or links of the file" },
     { Action::theme, "theme", "t", "Dark or light theme" },
     { Action::open, "open", "o, Ctrl Return", "Open the file or folder with its program" },
     { Action::reveal, "reveal", "r", "Show in the file manager" },
@@ -145,7 +145,6 @@ std::optional<MissingFeature> missingFeature(Action action)
     case Action::minimap:
     case Action::hex:
     case Action::raw: return MissingFeature::preview;
-    case Action::structureTab: return MissingFeature::structureViews;
     default: return std::nullopt;
     }
 }
@@ -154,8 +153,6 @@ QString missingMessage(MissingFeature feature)
 {
     switch (feature) {
     case MissingFeature::preview: return QStringLiteral("Previews are not available yet.");
-    case MissingFeature::structureViews:
-        return QStringLiteral("A file's treemap, flow and links are not available yet; its outline is (s).");
     }
     return {};
 }

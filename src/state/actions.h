@@ -111,7 +111,7 @@ QString actionDescription(Action action);
 
 // The parts of the program some actions need and that are not there yet, each with the sentence
 // the window shows when one of its actions is asked for.
-enum class MissingFeature { preview, structureViews };
+enum class MissingFeature { preview };
 
 std::optional<MissingFeature> missingFeature(Action action);
 QString missingMessage(MissingFeature feature);

@@ -188,6 +188,12 @@ std::optional<bool> KeyRouter::performPanels(Action action)
     case Action::wideDrawer: return panels.toggleWideDrawer(), true;
     case Action::dismissCapture: return panels.setCaptureImage(false), true;
     case Action::fullScreen: return panels.setFullScreen(!panels.fullScreen()), true;
+    case Action::structureTab:
+        if (!m_state.structure().path()) {
+            m_state.setErrorMessage(QStringLiteral("Show a file's structure first: select it and press s."));
+            return false;
+        }
+        return panels.setStructureTab(cycled(structureTabs, panels.structureTab(), 1)), true;
     case Action::picker:
         if (panels.showPicker())
             return panels.setShowPicker(false), true;

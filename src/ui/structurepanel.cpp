@@ -1,12 +1,16 @@
 #include "ui/structurepanel.h"
 
 #include "model/format.h"
+#include "ui/structureviews.h"
 
 #include <QFileInfo>
 #include <QFontDatabase>
+#include <QHBoxLayout>
 #include <QHeaderView>
 #include <QLabel>
 #include <QPlainTextEdit>
+#include <QPushButton>
+#include <QStackedWidget>
 #include <QTreeWidget>
 #include <QVBoxLayout>
 
@@ -56,6 +60,7 @@ StructurePanel::StructurePanel(AppState& state, QWidget* parent)
     , m_title(new QLabel(this))
     , m_program(new QLabel(this))
     , m_note(new QLabel(this))
+    , m_views(new QStackedWidget(this))
     , m_outline(new QTreeWidget(this))
     , m_sourceTitle(new QLabel(this))
     , m_source(new QPlainTextEdit(this))
@@ -81,8 +86,27 @@ StructurePanel::StructurePanel(AppState& state, QWidget* parent)
     m_source->setFocusPolicy(Qt::ClickFocus);
     m_source->setLineWrapMode(QPlainTextEdit::NoWrap);
     m_source->setFont(QFontDatabase::systemFont(QFontDatabase::FixedFont));
-    auto* keys = new QLabel(QStringLiteral("↑ ↓ parts · → ← open and close · Escape or s closes"), this);
+    auto* keys
+        = new QLabel(QStringLiteral("↑ ↓ parts · → ← open, close · g next view · Escape closes"), this);
     keys->setProperty("class", QStringLiteral("faint"));
+    keys->setWordWrap(true);
+    auto* tabs = new QHBoxLayout;
+    tabs->setSpacing(4);
+    for (const StructureTab tab : structureTabs) {
+        QString title = modeName(tab);
+        title[0] = title[0].toUpper();
+        auto* button = new QPushButton(title, this);
+        button->setCheckable(true);
+        button->setFocusPolicy(Qt::NoFocus);
+        connect(button, &QPushButton::clicked, this, [this, tab] { m_state.panels().setStructureTab(tab); });
+        m_tabs.append(button);
+        tabs->addWidget(button);
+    }
+    tabs->addStretch(1);
+    m_views->addWidget(m_outline);
+    m_views->addWidget(new StructureTreemap(state, m_views));
+    m_views->addWidget(new StructureFlow(state, m_views));
+    m_views->addWidget(new StructureLinks(state, m_views));
 
     auto* layout = new QVBoxLayout(this);
     layout->setContentsMargins(14, 12, 14, 12);
@@ -90,7 +114,8 @@ StructurePanel::StructurePanel(AppState& state, QWidget* parent)
     layout->addWidget(m_title);
     layout->addWidget(m_program);
     layout->addWidget(m_note);
-    layout->addWidget(m_outline, 3);
+    layout->addLayout(tabs);
+    layout->addWidget(m_views, 3);
     layout->addWidget(m_sourceTitle);
     layout->addWidget(m_source, 2);
     layout->addWidget(keys);
@@ -102,7 +127,18 @@ StructurePanel::StructurePanel(AppState& state, QWidget* parent)
     });
     connect(&state.structure(), &StructureController::structureChanged, this, &StructurePanel::rebuild);
     connect(&state.structure(), &StructureController::focusChanged, this, &StructurePanel::followFocus);
+    connect(&state.panels(), &Panels::structureTabChanged, this, &StructurePanel::followTab);
+    followTab();
     rebuild();
+}
+
+void StructurePanel::followTab()
+{
+    const StructureTab shown = m_state.panels().structureTab();
+    for (qsizetype i = 0; i < m_tabs.size(); ++i)
+        m_tabs[i]->setChecked(structureTabs[std::size_t(i)] == shown);
+    m_views->setCurrentIndex(
+        int(std::find(structureTabs.begin(), structureTabs.end(), shown) - structureTabs.begin()));
 }
 
 QTreeWidgetItem* StructurePanel::itemOf(qsizetype id) const
@@ -179,7 +215,9 @@ void StructurePanel::followFocus()
         m_source->clear();
         return;
     }
-    m_sourceTitle->setText(node->name + QStringLiteral(" · lines ") + lineRange(*node));
+    const QString range = lineRange(*node);
+    m_sourceTitle->setText(node->name
+        + (range.contains(u'–') ? QStringLiteral(" · lines ") : QStringLiteral(" · line ")) + range);
     // Each line with its number, right-aligned to the widest.
     const QStringList lines = structure.document()->source(node->id).split(u'\n');
     const qint64 first = std::max<qint64>(node->line, 0) + 1;

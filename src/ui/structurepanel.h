@@ -6,11 +6,14 @@
 
 class QLabel;
 class QPlainTextEdit;
+class QPushButton;
+class QStackedWidget;
 class QTreeWidget;
 class QTreeWidgetItem;
 
 // The file walked into, beside the scene: its outline of parts (which owns the arrow keys while
-// shown), and the lines of the part in focus with their numbers.
+// shown), its treemap, its flow of calls or its links, and under them the lines of the part in
+// focus with their numbers.
 class StructurePanel : public QWidget {
     Q_OBJECT
 public:
@@ -19,6 +22,7 @@ public:
 private:
     void rebuild();
     void followFocus();
+    void followTab();
     void step(int delta);
     void open();
     void close();
@@ -29,6 +33,8 @@ private:
     QLabel* m_title;
     QLabel* m_program;
     QLabel* m_note;
+    QList<QPushButton*> m_tabs; // one a view, in the order g goes through them
+    QStackedWidget* m_views;
     QTreeWidget* m_outline;
     QLabel* m_sourceTitle;
     QPlainTextEdit* m_source;

@@ -559,8 +559,8 @@ INSTANTIATE_TEST_SUITE_P(Features, Missing,
         MissingCase { "hex", false, "Previews are not available yet." },
         MissingCase { "raw", false, "Previews are not available yet." },
         MissingCase { "minimap", false, "Previews are not available yet." },
-        MissingCase { "structureTab", false,
-            "A file's treemap, flow and links are not available yet; its outline is (s)." }),
+        MissingCase { "structureTab", false, "Show a file's structure first: select it and press s." },
+        MissingCase { "structure", false, "Select a file to walk into." }),
     [](const auto& info) {
         return std::string(info.param.action) + (info.param.repository ? "InARepository" : "");
     });

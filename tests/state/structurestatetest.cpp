@@ -114,6 +114,21 @@ TEST(Structure, ReadsTheDocumentFocusesItsPartsAndEscapeLeavesStepByStep)
     EXPECT_EQ(state.selection(), &node(state, u"app.js"_s)) << "which stays selected";
 }
 
+TEST(Structure, GCyclesTheViewsOfTheFileAndWrapsAround)
+{
+    Sources sources;
+    AppState state(nullptr, false);
+    openAndWait(state, sources.path());
+    ASSERT_TRUE(readDocument(state, u"app.js"_s));
+    KeyRouter router(state);
+    QStringList tabs;
+    for (int i = 0; i < 5; ++i) {
+        ASSERT_TRUE(router.handle({ Qt::Key_G, u"g"_s, Qt::NoModifier }));
+        tabs << modeName(state.panels().structureTab());
+    }
+    EXPECT_EQ(tabs, (QStringList { u"treemap"_s, u"flow"_s, u"links"_s, u"outline"_s, u"treemap"_s }));
+}
+
 TEST(Structure, TheSameKeyClosesItAndAnotherFileTakesItsPlace)
 {
     Sources sources;
