@@ -132,6 +132,11 @@ StructurePanel::StructurePanel(AppState& state, QWidget* parent)
     rebuild();
 }
 
+StructurePanel::~StructurePanel()
+{
+    m_state.panels().setOutlineKeys(std::nullopt);
+}
+
 void StructurePanel::followTab()
 {
     const StructureTab shown = m_state.panels().structureTab();

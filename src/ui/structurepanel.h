@@ -18,6 +18,8 @@ class StructurePanel : public QWidget {
     Q_OBJECT
 public:
     explicit StructurePanel(AppState& state, QWidget* parent = nullptr);
+    // Takes its handlers of the arrow keys back from the state.
+    ~StructurePanel() override;
 
 private:
     void rebuild();
