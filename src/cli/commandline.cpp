@@ -37,11 +37,14 @@ const QList<Command>& commands()
                 "N|start|middle|end|HASH] "
                 "[--color language|age|churn|status] [--height lines|size|churn|flat] [--theme dark|light] "
                 "[--size WxH] [--search TEXT [--in-text]] [--isolate PATH[,PATH…]] [--min-changes N] [--keys "
-                "KEYS] [--show-imports] [--print-state] "
+                "KEYS] [--show-imports] [--structure outline|treemap|flow|links] [--focus NAME] "
+                "[--print-state] "
                 "[--timings]"),
             QStringLiteral(
                 "Draw a folder into an image without showing the window (needs a display or "
-                "xvfb-run); --at puts the history's playhead on a commit, --search narrows "
+                "xvfb-run), or a file walked into, with --structure showing one of its views and --focus one "
+                "of "
+                "its parts; --at puts the history's playhead on a commit, --search narrows "
                 "the view to the names that match (with --in-text, to the files holding the "
                 "text), --isolate draws only those paths, --min-changes dims files changed less often, "
                 "--keys plays keys first, --show-imports draws the selected file's imports over the city, "
@@ -52,7 +55,8 @@ const QList<Command>& commands()
             { QStringLiteral("--out"), QStringLiteral("--mode"), QStringLiteral("--at"),
                 QStringLiteral("--color"), QStringLiteral("--height"), QStringLiteral("--theme"),
                 QStringLiteral("--size"), QStringLiteral("--keys"), QStringLiteral("--search"),
-                QStringLiteral("--isolate"), QStringLiteral("--min-changes") },
+                QStringLiteral("--isolate"), QStringLiteral("--min-changes"), QStringLiteral("--structure"),
+                QStringLiteral("--focus") },
             {} },
         { QStringLiteral("replay"),
             QStringLiteral(

@@ -34,12 +34,21 @@ bool readMode(const SnapshotArguments& arguments, const QString& option, std::op
 int snapshotCommand(const SnapshotArguments& arguments)
 {
     StartupScript script;
-    const QString& folder = arguments.path;
-    if (!QFileInfo(folder).isDir()) {
-        printError(folder + QStringLiteral(" is not a folder."));
+    // A file is drawn in its folder, walked into.
+    const QFileInfo path(arguments.path);
+    if (!path.exists()) {
+        printError(arguments.path + QStringLiteral(" is not a folder or a file."));
         return 1;
     }
-    script.open = folder;
+    script.open = path.isDir() ? arguments.path : path.absolutePath();
+    if (!path.isDir())
+        script.walkInto = path.fileName();
+    if (!readMode(arguments, QStringLiteral("--structure"), script.structureTab))
+        return badOption(QStringLiteral("--structure is outline, treemap, flow or links"));
+    if (arguments.options.contains(QStringLiteral("--focus")))
+        script.focus = arguments.options.value(QStringLiteral("--focus"));
+    if ((script.structureTab || script.focus) && !script.walkInto)
+        return badOption(QStringLiteral("--structure and --focus go with a FILE to walk into"));
     if (!arguments.options.contains(QStringLiteral("--out")))
         return badOption(QStringLiteral("snapshot needs --out FILE.png"));
     script.snapshot = arguments.options.value(QStringLiteral("--out"));

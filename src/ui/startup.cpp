@@ -466,6 +466,10 @@ void StartupRunner::run()
     }
     if (m_script.minChanges > 0)
         m_state.filters().setMinChanges(m_script.minChanges);
+    if (m_script.walkInto && !walkInto()) {
+        emit finished(1);
+        return;
+    }
     QElapsedTimer& sinceKey = m_sinceKey; // since the search text last changed
     if (m_script.search) {
         sinceKey.start();
@@ -527,6 +531,49 @@ qint64 waitUntil(const Sender& sender, Signal signal, const std::function<bool()
 
 // A key that needs the imports (the graph, the imports over the city) is done once they are read, so
 // that the next key acts on what the view then shows.
+// Selects the file and shows its structure, its view and its part; says why on standard error when
+// it cannot.
+bool StartupRunner::walkInto()
+{
+    const FileNode* file = m_state.root() ? m_state.root()->find(*m_script.walkInto) : nullptr;
+    const std::optional<QString> refusal
+        = file ? StructureController::refusal(*file) : QStringLiteral("it is not among the scanned files");
+    if (refusal) {
+        std::fprintf(stderr, "korvane: %s\n", qPrintable(*refusal));
+        return false;
+    }
+    m_state.select(file);
+    m_state.toggleStructure(file);
+    waitForOpening();
+    const StructureController& structure = m_state.structure();
+    if (!structure.document()) {
+        std::fprintf(
+            stderr, "korvane: %s\n", qPrintable(m_state.errorMessage().value_or(*m_script.walkInto)));
+        return false;
+    }
+    if (m_script.structureTab)
+        m_state.panels().setStructureTab(*m_script.structureTab);
+    if (m_script.focus) {
+        // The part of that name (the first in the outline's order), else what defines the name.
+        const WebDocument& document = *structure.document();
+        std::optional<qsizetype> part = document.definition(*m_script.focus);
+        for (const qsizetype id : document.drawn) {
+            if (document.nodes[std::size_t(id)].name == *m_script.focus) {
+                part = id;
+                break;
+            }
+        }
+        if (!part) {
+            std::fprintf(stderr, "korvane: no part called %s in %s\n", qPrintable(*m_script.focus),
+                qPrintable(*m_script.walkInto));
+            return false;
+        }
+        m_state.structure().setFocus(*part);
+    }
+    QCoreApplication::processEvents();
+    return true;
+}
+
 void StartupRunner::waitForImports()
 {
     const DependencyController& imports = m_state.imports();

@@ -43,6 +43,9 @@ struct StartupScript {
     bool searchInText = false; // searched for in the files' text rather than their names
     QStringList isolate; // relative paths drawn alone
     int minChanges = 0; // files changed less often are dimmed
+    std::optional<QString> walkInto; // a file of the folder, relative to it, whose structure is shown
+    std::optional<StructureTab> structureTab;
+    std::optional<QString> focus; // the name of the part of that file to focus
     bool timings = false; // how long each stage took, on standard error
 
     bool quitsWhenDone() const { return snapshot || stateFile; }
@@ -74,6 +77,7 @@ private:
     void run();
     void waitForImports();
     void waitForHistory();
+    bool walkInto();
     void waitForOpening();
     void waitForCommits();
     void waitForSearch();

@@ -393,6 +393,66 @@ TEST(Window, SShowsTheFilesOutlineWhichOwnsTheArrows)
     EXPECT_TRUE(playKeys(folder.path(), select + u"s s"_s)[u"structureView"_s].isNull());
 }
 
+struct WalkCase {
+    const char* name;
+    const char* file;
+    QStringList options;
+    int exitCode;
+    const char* said; // the line on standard error, or the tab shown
+    const char* focus; // the part in focus, if any
+};
+
+void PrintTo(const WalkCase& c, std::ostream* os)
+{
+    *os << c.name;
+}
+
+class SnapshotOfAFile : public ::testing::TestWithParam<WalkCase> { };
+
+// A snapshot of a file draws its folder with the file walked into, one of its views shown and one of
+// its parts in focus; what cannot be walked into says why in one line.
+TEST_P(SnapshotOfAFile, WalksIntoItOrSaysWhyNot)
+{
+    static TempFolder folder;
+    folder.write(u"app.js"_s, "function start() {\n  load();\n}\nfunction load() {\n  return 1;\n}\n");
+    folder.write(u"site.css"_s, ".card { color: red; }\n");
+    folder.write(u"notes.txt"_s, "plain\n");
+    const WalkCase& c = GetParam();
+    TempFolder out;
+    const QStringList arguments { u"snapshot"_s, folder.path(QString::fromUtf8(c.file)), u"--out"_s,
+        out.path(u"s.png"_s), u"--print-state"_s };
+    const Outcome run = korvane(arguments + c.options, {});
+    ASSERT_EQ(run.exitCode, c.exitCode) << run.err.toStdString();
+    if (c.exitCode != 0) {
+        EXPECT_TRUE(run.err.contains(QByteArray("korvane: ").append(c.said).append('\n')))
+            << run.err.toStdString();
+        return;
+    }
+    const QJsonObject state = parse(run.out);
+    EXPECT_EQ(state[u"root"_s].toString(), folder.path());
+    EXPECT_EQ(state[u"selection"_s].toString(), QString::fromUtf8(c.file));
+    EXPECT_EQ(state[u"structureView"_s].toString(), QString::fromUtf8(c.file));
+    EXPECT_EQ(state[u"structureTab"_s].toString(), QString::fromUtf8(c.said));
+    EXPECT_EQ(state[u"symbolFocus"_s][u"name"_s].toString(), QString::fromUtf8(c.focus));
+}
+
+INSTANTIATE_TEST_SUITE_P(Files, SnapshotOfAFile,
+    ::testing::Values(WalkCase { "Script", "app.js", {}, 0, "outline", "" },
+        WalkCase { "FlowOfAFunction", "app.js", { u"--structure"_s, u"flow"_s, u"--focus"_s, u"load"_s }, 0,
+            "flow", "load" },
+        WalkCase { "ARuleByItsSelector", "site.css", { u"--focus"_s, u".card"_s }, 0, "outline", ".card" },
+        WalkCase {
+            "NoSuchPart", "app.js", { u"--focus"_s, u"stop"_s }, 1, "no part called stop in app.js", "" },
+        WalkCase { "PlainText", "notes.txt", {}, 1,
+            "notes.txt has no structure Korvane reads: it walks into scripts, stylesheets, pages, C and C++, "
+            "and Rust.",
+            "" },
+        WalkCase { "NoSuchView", "app.js", { u"--structure"_s, u"map"_s }, 2,
+            "--structure is outline, treemap, flow or links", "" },
+        WalkCase { "AFolderHasNoParts", ".", { u"--focus"_s, u"start"_s }, 2,
+            "--structure and --focus go with a FILE to walk into", "" }),
+    rowName);
+
 // Escape with the key sheet up closes the sheet and leaves the selection be.
 TEST(Window, EscapeClosesTheKeySheetBeforeItClearsTheSelection)
 {
