@@ -763,11 +763,7 @@ INSTANTIATE_TEST_SUITE_P(Table, HandOver,
 int main(int argc, char** argv)
 {
     QCoreApplication app(argc, argv);
-    // Recents go to a settings file of the test's own, never the user's.
-    QTemporaryDir settings;
-    QSettings::setPath(QSettings::NativeFormat, QSettings::UserScope, settings.path());
-    QCoreApplication::setOrganizationName(u"Korvane"_s);
-    QCoreApplication::setApplicationName(u"Korvane"_s);
+    useOwnSettings();
     ::testing::InitGoogleTest(&argc, argv);
     return RUN_ALL_TESTS();
 }

@@ -14,6 +14,7 @@
 #include <QFile>
 #include <QFileInfo>
 #include <QProcess>
+#include <QSettings>
 
 #include <sys/time.h>
 
@@ -190,6 +191,14 @@ bool waitFor(const std::function<bool()>& done, int milliseconds)
         QThread::msleep(2);
     }
     return done();
+}
+
+void useOwnSettings()
+{
+    static QTemporaryDir settings;
+    QSettings::setPath(QSettings::NativeFormat, QSettings::UserScope, settings.path());
+    QCoreApplication::setOrganizationName(QStringLiteral("Korvane"));
+    QCoreApplication::setApplicationName(QStringLiteral("Korvane"));
 }
 
 QByteArray readFile(const QString& path)

@@ -54,6 +54,10 @@ public:
 
 QByteArray readFile(const QString& path);
 
+// For a test's main(): the program's settings go to a folder of the test's own, never the user's,
+// under the program's own names. Call once, after the application object is made.
+void useOwnSettings();
+
 // Processes events until the condition holds or the time is up; whether it holds.
 bool waitFor(const std::function<bool()>& done, int milliseconds = 15000);
 

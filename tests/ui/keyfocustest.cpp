@@ -83,11 +83,7 @@ TEST(KeyFocus, ThePickersFieldTypesTheNameAndLeavesTheArrowsToTheList)
 int main(int argc, char** argv)
 {
     QApplication app(argc, argv);
-    // Settings go to a folder of the test's own, never the user's.
-    QTemporaryDir settings;
-    QSettings::setPath(QSettings::NativeFormat, QSettings::UserScope, settings.path());
-    QCoreApplication::setOrganizationName(u"Korvane"_s);
-    QCoreApplication::setApplicationName(u"Korvane"_s);
+    useOwnSettings();
     ::testing::InitGoogleTest(&argc, argv);
     return RUN_ALL_TESTS();
 }
