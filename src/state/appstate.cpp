@@ -80,7 +80,11 @@ bool AppState::toggleStructure(const FileNode* node)
         m_structure->close();
         return true;
     }
-    return m_structure->open(*node);
+    // The structure shows where the drawer does.
+    const bool opened = m_structure->open(*node);
+    if (opened)
+        m_panels->setShowDrawer(true);
+    return opened;
 }
 
 bool AppState::close()

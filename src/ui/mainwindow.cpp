@@ -110,7 +110,7 @@ MainWindow::MainWindow(AppState& state, QWidget* parent)
     body->addWidget(centre, 1);
     body->addWidget(m_structure);
     body->addWidget(m_drawer);
-    connect(&state.structure(), &StructureController::structureChanged, this, &MainWindow::placeOverlays);
+    connect(&state.structure(), &StructureController::structureChanged, this, &MainWindow::refreshPanels);
 
     m_banner = new MessageBanner(state, m_stage);
     m_progress = new ProgressPanel(state, m_stage);
@@ -309,7 +309,11 @@ void MainWindow::refreshPanels()
     m_railStack->setVisible(!capture && panels.railMode() != RailMode::hidden);
     m_railStack->setFixedWidth(panels.railMode() == RailMode::expanded ? expandedRail : compactRail);
     m_rail->setColumnHidden(1, panels.railMode() != RailMode::expanded);
-    m_drawer->setVisible(!capture && panels.showDrawer());
+    // A file walked into takes the drawer's place, whose details are of that file anyway; "]"
+    // shows or hides whichever the right column holds.
+    const bool walked = m_state.structure().path().has_value();
+    m_drawer->setVisible(!capture && panels.showDrawer() && !walked);
+    m_structure->setVisible(!capture && panels.showDrawer() && walked);
     m_drawer->setFixedWidth(int(panels.drawerWidth()));
     m_keySheet->setVisible(panels.showKeys());
     m_legend->setVisible(!capture && m_state.root() && !m_legend->isHidden());

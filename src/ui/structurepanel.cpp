@@ -154,7 +154,6 @@ QTreeWidgetItem* StructurePanel::itemOf(qsizetype id) const
 void StructurePanel::rebuild()
 {
     const StructureController& structure = m_state.structure();
-    setVisible(structure.path().has_value());
     m_outline->clear();
     m_items.clear();
     // The outline owns the arrows while it lists parts, as the keys of its rows.

@@ -134,7 +134,9 @@ TEST(Structure, TheSameKeyClosesItAndAnotherFileTakesItsPlace)
     Sources sources;
     AppState state(nullptr, false);
     openAndWait(state, sources.path());
+    state.panels().setShowDrawer(false);
     ASSERT_TRUE(readDocument(state, u"app.js"_s));
+    EXPECT_TRUE(state.panels().showDrawer()) << "the structure shows where the drawer does";
     ASSERT_TRUE(readDocument(state, u"style.css"_s));
     EXPECT_EQ(state.structure().path(), u"style.css"_s);
     EXPECT_EQ(state.structure().document()->program, u"CSS"_s);
