@@ -1,6 +1,7 @@
 #include "model/format.h"
 
 #include <QDateTime>
+#include <QDir>
 
 namespace Format {
 
@@ -34,6 +35,14 @@ QString count(qint64 number, QStringView unit)
 QString date(qint64 secondsSince1970)
 {
     return QDateTime::fromSecsSinceEpoch(secondsSince1970).toString(QStringLiteral("yyyy-MM-dd HH:mm"));
+}
+
+QString path(const QString& path)
+{
+    const QString home = QDir::homePath();
+    if (path == home)
+        return QStringLiteral("~");
+    return path.startsWith(home + u'/') ? u'~' + path.mid(home.size()) : path;
 }
 
 } // namespace Format

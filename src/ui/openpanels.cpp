@@ -1,5 +1,6 @@
 #include "ui/openpanels.h"
 
+#include "model/format.h"
 #include "scene/theme.h"
 
 #include <QDir>
@@ -69,15 +70,6 @@ QLabel* faintLabel(const QString& text, QWidget* parent)
     return label;
 }
 
-// A path with the home folder as "~".
-QString shortPath(const QString& path)
-{
-    const QString home = QDir::homePath();
-    if (path == home)
-        return QStringLiteral("~");
-    return path.startsWith(home + u'/') ? u'~' + path.mid(home.size()) : path;
-}
-
 } // namespace
 
 FolderPickerPanel::FolderPickerPanel(AppState& state, QWidget* parent)
@@ -133,7 +125,7 @@ FolderPickerPanel::FolderPickerPanel(AppState& state, QWidget* parent)
 void FolderPickerPanel::refresh()
 {
     const FolderPicker& picker = m_state.picker();
-    m_path->setText(shortPath(picker.path()));
+    m_path->setText(Format::path(picker.path()));
     if (m_filter->text() != picker.filter())
         m_filter->setText(picker.filter());
     const QSignalBlocker quiet(m_list);

@@ -18,14 +18,6 @@ namespace {
 
 constexpr int idRole = Qt::UserRole;
 
-QString lineRange(const WebDocument::Node& node)
-{
-    if (node.line < 0)
-        return {};
-    return node.endLine > node.line ? QStringLiteral("%1–%2").arg(node.line + 1).arg(node.endLine + 1)
-                                    : QString::number(node.line + 1);
-}
-
 // Tabs as spaces to every eighth column of the code, which the line number in front would shift.
 QString expandTabs(const QString& line)
 {
@@ -219,9 +211,7 @@ void StructurePanel::followFocus()
         m_source->clear();
         return;
     }
-    const QString range = lineRange(*node);
-    m_sourceTitle->setText(node->name
-        + (range.contains(u'–') ? QStringLiteral(" · lines ") : QStringLiteral(" · line ")) + range);
+    m_sourceTitle->setText(node->name + QStringLiteral(" · ") + partLines(*node));
     // Each line with its number, right-aligned to the widest.
     const QStringList lines = structure.document()->source(node->id).split(u'\n');
     const qint64 first = std::max<qint64>(node->line, 0) + 1;

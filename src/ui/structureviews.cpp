@@ -19,14 +19,6 @@
 
 namespace {
 
-QString lines(const WebDocument::Node& node)
-{
-    if (node.line < 0)
-        return {};
-    return node.endLine > node.line ? QStringLiteral("lines %1–%2").arg(node.line + 1).arg(node.endLine + 1)
-                                    : QStringLiteral("line %1").arg(node.line + 1);
-}
-
 // The stream a treemap shows: the focused part's, else the one with the most lines.
 WebStream shownStream(const WebDocument& document, const WebDocument::Node* focus)
 {
@@ -65,6 +57,21 @@ protected:
 };
 
 } // namespace
+
+QString lineRange(const WebDocument::Node& node)
+{
+    if (node.line < 0)
+        return {};
+    return node.endLine > node.line ? QStringLiteral("%1–%2").arg(node.line + 1).arg(node.endLine + 1)
+                                    : QString::number(node.line + 1);
+}
+
+QString partLines(const WebDocument::Node& node)
+{
+    if (node.line < 0)
+        return {};
+    return (node.endLine > node.line ? QStringLiteral("lines ") : QStringLiteral("line ")) + lineRange(node);
+}
 
 QColor roleColor(WebRole role, bool dark)
 {
@@ -173,7 +180,7 @@ void StructureTreemap::mouseMoveEvent(QMouseEvent* event)
         return;
     }
     const WebDocument::Node& node = document->nodes[std::size_t(tile->index)];
-    QToolTip::showText(event->globalPosition().toPoint(), node.name + u'\n' + lines(node), this);
+    QToolTip::showText(event->globalPosition().toPoint(), node.name + u'\n' + partLines(node), this);
 }
 
 // --- flow -----------------------------------------------------------------------------------
@@ -340,7 +347,7 @@ void StructureLinks::rebuild()
         }
         return;
     }
-    m_title->setText(focus->name + QStringLiteral(" · ") + lines(*focus));
+    m_title->setText(focus->name + QStringLiteral(" · ") + partLines(*focus));
     const auto group = [&](const QString& title, const QList<qsizetype>& positions, bool outgoing) {
         auto* top = new QTreeWidgetItem(m_list, { title, QString::number(positions.size()) });
         top->setFirstColumnSpanned(false);
@@ -353,7 +360,7 @@ void StructureLinks::rebuild()
                 if (!kindItem)
                     kindItem = new QTreeWidgetItem(top, { linkKindName(kind) });
                 const WebDocument::Node& other = document->nodes[std::size_t(outgoing ? link.to : link.from)];
-                auto* entry = new QTreeWidgetItem(kindItem, { other.name, lines(other) });
+                auto* entry = new QTreeWidgetItem(kindItem, { other.name, partLines(other) });
                 entry->setData(0, Qt::UserRole, qlonglong(other.id));
             }
             if (kindItem)

@@ -14,6 +14,11 @@ class QPushButton;
 class QScrollArea;
 class QTreeWidget;
 
+// A part's lines as the structure's views show them: "12–40" (1-based), and "lines 12–40" or
+// "line 12"; empty for a part without lines of its own.
+QString lineRange(const WebDocument::Node& node);
+QString partLines(const WebDocument::Node& node);
+
 // The colour of a part's role in the structure's views, in the window's theme.
 QColor roleColor(WebRole role, bool dark);
 

@@ -1,5 +1,7 @@
 #include "ui/welcomeview.h"
 
+#include "model/format.h"
+
 #include <QDir>
 #include <QFileDialog>
 #include <QLabel>
@@ -100,13 +102,10 @@ WelcomeView::WelcomeView(AppState& state, KeyRouter& router, QWidget* parent)
 void WelcomeView::refresh()
 {
     m_recents->clear();
-    const QString home = QDir::homePath();
     const Recents& recents = m_state.recents();
     for (const QString& path : recents.folders()) {
-        QString shown = path;
-        if (shown.startsWith(home + u'/'))
-            shown = u'~' + shown.mid(home.size());
-        auto* item = new QListWidgetItem(QDir(path).dirName() + QStringLiteral("   ") + shown, m_recents);
+        auto* item = new QListWidgetItem(
+            QDir(path).dirName() + QStringLiteral("   ") + Format::path(path), m_recents);
         item->setData(Qt::UserRole, path);
         item->setToolTip(path);
     }
