@@ -34,14 +34,20 @@ QRectF pillAround(QPointF centre, const QSizeF& text)
     return QRectF(centre - QPointF(size.width() / 2, size.height() / 2), size);
 }
 
-QString detail(const FileNode& node, HeightMode height)
+// How a folder, or a part that holds others, is named over the scene.
+QString folderName(const FileNode& node, const SceneConfig& config)
+{
+    return config.parts ? node.name : node.name + u'/';
+}
+
+QString detail(const FileNode& node, const SceneConfig& config)
 {
     const QLocale locale;
-    if (node.isDirectory) {
-        return node.fileCount == 1 ? QStringLiteral("1 file")
-                                   : QStringLiteral("%1 files").arg(locale.toString(node.fileCount));
-    }
-    switch (height) {
+    if (node.isDirectory)
+        return Format::count(node.fileCount, config.parts ? u"part" : u"file");
+    if (config.parts)
+        return node.language->name + QStringLiteral(" · ") + Format::count(node.lines, u"line");
+    switch (config.height) {
     case HeightMode::lines:
         return node.lines == 1 ? QStringLiteral("1 line")
                                : QStringLiteral("%1 lines").arg(locale.toString(node.lines));
@@ -112,8 +118,8 @@ std::optional<Tag> selectionTag(const SceneController& scene, QSize view)
     tag.nameFont = labelFont(13, true);
     tag.detailFont = labelFont(11, false);
     const QFontMetricsF nameMetrics(tag.nameFont), detailMetrics(tag.detailFont);
-    tag.name = selected->parent ? selected->name : selected->name + u'/';
-    tag.detail = detail(*selected, scene.config().height);
+    tag.name = selected->parent ? selected->name : folderName(*selected, scene.config());
+    tag.detail = detail(*selected, scene.config());
     const double width
         = std::max(nameMetrics.horizontalAdvance(tag.name), detailMetrics.horizontalAdvance(tag.detail))
         + 2 * tagPadX;
@@ -217,7 +223,8 @@ std::vector<SceneLabel> placeAround(const SceneController& scene, QSize view, co
             if (sibling.get() == selected)
                 continue;
             if (const std::optional<QPointF> at = scene.screenPoint(sibling.get(), view))
-                place(sibling.get(), sibling->isDirectory ? sibling->name + u'/' : sibling->name,
+                place(sibling.get(),
+                    sibling->isDirectory ? folderName(*sibling, scene.config()) : sibling->name,
                     *at - QPointF(0, 10), 11, sibling->isDirectory);
         }
     }
@@ -267,7 +274,7 @@ std::vector<SceneLabel> placeAround(const SceneController& scene, QSize view, co
     for (const Candidate& folder : folders) {
         const FileNode& file = *folder.entity->file;
         const PlacementKind kind = folder.entity->kind();
-        QString text = file.name + u'/';
+        QString text = folderName(file, scene.config());
         if (kind == PlacementKind::building)
             text += u" · "_qs + Format::count(file.fileCount, u"file");
         const int pixelSize

@@ -10,6 +10,9 @@ struct SceneConfig {
     HeightMode height = HeightMode::lines;
     float heightScale = 1; // handed to the layout as its scale
     Theme theme = Theme::darkPalette();
+    // The scene is one file's parts, not a folder's files: containers are named without a folder's
+    // slash and counted in parts.
+    bool parts = false;
 
     bool operator==(const SceneConfig& other) const = default;
 };

@@ -72,6 +72,13 @@ void AppState::open(const QString& path)
 
 bool AppState::toggleStructure(const FileNode* node)
 {
+    // In a file's city the city stays; the panel beside it comes and goes.
+    if (m_structure->cityShown()) {
+        m_structure->setPanelShown(!m_structure->panelShown() || !m_panels->showDrawer());
+        if (m_structure->panelShown())
+            m_panels->setShowDrawer(true);
+        return true;
+    }
     if (!node) {
         setErrorMessage(QStringLiteral("Select a file to walk into."));
         return false;

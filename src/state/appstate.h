@@ -107,8 +107,11 @@ public:
     void select(const FileNode* node, bool follow = true, bool frame = false);
     // Moves the selection to the nearest node on screen in a direction; beeps when there is none.
     bool move(MoveDirection direction);
-    // Into a folder's largest file; into a file's parts; else zoom to the file.
+    // Into a folder's largest file; into a file's parts; else zoom to the file. In a file's city,
+    // focuses the part selected.
     bool enter();
+    // Out of a file's city, back to the folder's with the file selected.
+    bool leaveFile();
     // Closes the topmost thing: the key sheet, the message, a reading of the imports or of the
     // history, the lit import cycle, the walked-into file, the selection, and last the view root.
     bool escape();
@@ -149,6 +152,9 @@ private:
     // Reads the newest commits of what the drawer shows, while it shows them.
     void followCommitsNeed();
     bool selectNearestCentre();
+    // What the arrows and Tab move: the selection, or in a file's city the part selected.
+    const FileNode* cursor() const;
+    void moveCursor(const FileNode* node);
 
     // Background jobs run here; the state waits for them before it goes.
     QThreadPool m_pool;

@@ -76,11 +76,28 @@ void AppState::select(const FileNode* node, bool follow, bool frame)
         m_scene->focus(*node, follow, frame);
 }
 
+const FileNode* AppState::cursor() const
+{
+    return m_structure->cityShown() ? m_structure->selectedPartNode() : m_selection;
+}
+
+void AppState::moveCursor(const FileNode* node)
+{
+    if (!m_structure->cityShown()) {
+        select(node, true, false);
+        return;
+    }
+    m_structure->selectPart(node);
+    if (node && m_scene)
+        m_scene->focus(*node, true, false);
+}
+
 bool AppState::move(MoveDirection direction)
 {
     if (!m_scene || !m_root)
         return false;
-    const std::optional<QPointF> origin = m_selection ? m_scene->screenPoint(*m_selection) : std::nullopt;
+    const FileNode* from = cursor();
+    const std::optional<QPointF> origin = from ? m_scene->screenPoint(*from) : std::nullopt;
     if (!origin)
         return selectNearestCentre();
 
@@ -89,12 +106,12 @@ bool AppState::move(MoveDirection direction)
     const auto pick = [&] {
         const std::optional<std::size_t> found = nearest(*origin, direction, points);
         if (found)
-            select(nodes[*found], true, false);
+            moveCursor(nodes[*found]);
         return found.has_value();
     };
-    if (const FileNode* parent = m_selection->parent) {
+    if (const FileNode* parent = from->parent) {
         for (const auto& sibling : parent->children) {
-            if (sibling.get() == m_selection)
+            if (sibling.get() == from)
                 continue;
             if (const std::optional<QPointF> point = m_scene->screenPoint(*sibling)) {
                 nodes.push_back(sibling.get());
@@ -107,8 +124,7 @@ bool AppState::move(MoveDirection direction)
     nodes.clear();
     points.clear();
     for (const VisibleEntity& entity : m_scene->visibleEntities()) {
-        if (entity.file && entity.file != m_selection
-            && entity.file->isDirectory == m_selection->isDirectory) {
+        if (entity.file && entity.file != from && entity.file->isDirectory == from->isDirectory) {
             nodes.push_back(entity.file);
             points.push_back(entity.point);
         }
@@ -137,7 +153,7 @@ bool AppState::selectNearestCentre()
         }
     }
     if (best)
-        select(best, true, false);
+        moveCursor(best);
     return best != nullptr;
 }
 
@@ -145,6 +161,13 @@ bool AppState::enter()
 {
     if (!m_root)
         return false;
+    // In a file's city, Return focuses the part selected.
+    if (m_structure->cityShown()) {
+        if (!m_structure->selectedPart())
+            return selectNearestCentre();
+        m_structure->setFocus(m_structure->selectedPart());
+        return true;
+    }
     if (!m_selection)
         return selectNearestCentre();
     if (m_selection->isDirectory) {
@@ -165,7 +188,19 @@ bool AppState::enter()
         select(largest, true, false);
         return true;
     }
+    // A file the structure reader takes is walked into; any other is zoomed to.
+    if (m_display->mode() != VisualizationMode::history && !StructureController::refusal(*m_selection))
+        return m_structure->walkIn(*m_selection);
     select(m_selection, false, true);
+    return true;
+}
+
+bool AppState::leaveFile()
+{
+    if (!m_structure->leaveCity())
+        return false;
+    if (m_selection && m_scene)
+        m_scene->focus(*m_selection, true, false);
     return true;
 }
 
@@ -198,6 +233,8 @@ bool AppState::escape()
         m_structure->setFocus(std::nullopt);
         return true;
     }
+    if (leaveFile())
+        return true;
     if (m_structure->path()) {
         m_structure->close();
         return true;
@@ -211,6 +248,8 @@ bool AppState::escape()
 
 bool AppState::ascend()
 {
+    if (leaveFile())
+        return true;
     if (!m_root || !m_viewRoot)
         return false;
     const FileNode* from = m_selection ? m_selection : m_viewRoot;
@@ -243,7 +282,10 @@ bool AppState::dive(const FileNode* node)
 
 bool AppState::cycleSibling(int step)
 {
-    const FileNode* parent = m_selection ? m_selection->parent : m_viewRoot;
+    const FileNode* at = cursor();
+    const FileNode* parent = at ? at->parent : m_viewRoot;
+    if (m_structure->cityShown() && !at)
+        parent = m_structure->city() ? &m_structure->city()->root() : nullptr;
     if (!parent || !m_root)
         return false;
     std::vector<const FileNode*> drawn;
@@ -253,15 +295,15 @@ bool AppState::cycleSibling(int step)
     }
     if (drawn.empty())
         return false;
-    const auto at = std::find(drawn.begin(), drawn.end(), m_selection);
-    if (at == drawn.end()) {
-        select(step < 0 ? drawn.back() : drawn.front(), true, false);
+    const auto found = std::find(drawn.begin(), drawn.end(), at);
+    if (found == drawn.end()) {
+        moveCursor(step < 0 ? drawn.back() : drawn.front());
         return true;
     }
     if (drawn.size() == 1)
         return false;
     const int count = int(drawn.size());
-    const int index = int(at - drawn.begin());
-    select(drawn[std::size_t(((index + step) % count + count) % count)], true, false);
+    const int index = int(found - drawn.begin());
+    moveCursor(drawn[std::size_t(((index + step) % count + count) % count)]);
     return true;
 }

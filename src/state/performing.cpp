@@ -88,7 +88,7 @@ std::optional<bool> KeyRouter::performNavigation(Action action)
     case Action::enter: return s.enter();
     case Action::escape: return s.escape();
     case Action::ascend: return s.ascend();
-    case Action::dive: return s.dive(s.selection());
+    case Action::dive: return s.structure().cityShown() ? s.enter() : s.dive(s.selection());
     case Action::nextSibling: return s.cycleSibling(1);
     case Action::prevSibling: return s.cycleSibling(-1);
     default: return std::nullopt;
@@ -140,11 +140,20 @@ std::optional<bool> KeyRouter::performDisplay(Action action)
         }
         if (!m_state.root())
             return false;
+        // A view of the folder is asked for: out of the file walked into first.
+        m_state.leaveFile();
         display.setMode(mode);
         return true;
     }
-    case Action::color: return display.cycleColor(1), true;
-    case Action::colorBack: return display.cycleColor(-1), true;
+    case Action::color:
+    case Action::colorBack:
+        if (m_state.structure().cityShown()) {
+            m_state.setErrorMessage(
+                QStringLiteral("A file's parts are coloured by their role; press Backspace "
+                               "to colour the folder's files."));
+            return false;
+        }
+        return display.cycleColor(action == Action::color ? 1 : -1), true;
     case Action::height: return display.cycleHeight(1), true;
     case Action::heightBack: return display.cycleHeight(-1), true;
     case Action::autoFrame: return display.setAutoFrame(!display.autoFrame()), true;

@@ -185,6 +185,7 @@ void MainWindow::watchState()
     connect(scan, &ScanController::scanningChanged, this, &MainWindow::refreshMasthead);
     connect(scan, &ScanController::readingHistoryChanged, this, &MainWindow::refreshMasthead);
     connect(scan, &ScanController::readingHistoryChanged, this, &MainWindow::refreshLegend);
+    connect(&m_state.structure(), &StructureController::structureChanged, this, &MainWindow::refreshMasthead);
 
     for (const auto signal : { &AppState::rootChanged, &AppState::errorMessageChanged })
         connect(&m_state, signal, this, &MainWindow::refreshPanels);
@@ -289,6 +290,17 @@ void MainWindow::refreshMasthead()
         facts << QStringLiteral("reading history…");
     if (m_state.viewRoot() && !m_state.viewRoot()->relativePath.isEmpty())
         facts << QStringLiteral("in ") + m_state.viewRoot()->relativePath;
+    // In a file's city: the file and what it is written in.
+    const StructureController& structure = m_state.structure();
+    const bool inFile = structure.cityShown();
+    if (inFile) {
+        facts = QStringList { *structure.path() };
+        if (const std::shared_ptr<const WebDocument>& document = structure.document())
+            facts << document->programTitle << Format::count(qint64(document->nodes.size()), u"part")
+                  << Format::count(qint64(document->links.size()), u"link");
+        else
+            facts << QStringLiteral("reading…");
+    }
     m_facts->setText(facts.join(QStringLiteral("  ·  ")));
     setWindowTitle(root->name + QStringLiteral(" — Korvane"));
     const DisplaySettings& display = m_state.display();
@@ -297,7 +309,9 @@ void MainWindow::refreshMasthead()
     m_historyButton->setChecked(display.mode() == VisualizationMode::history);
     m_historyButton->setEnabled(m_state.isGit());
     m_graphButton->setChecked(display.mode() == VisualizationMode::graph);
-    m_colorButton->setText(QStringLiteral("Colour: ") + modeName(display.colorMode()));
+    m_colorButton->setText(
+        QStringLiteral("Colour: ") + (inFile ? QStringLiteral("role") : modeName(display.colorMode())));
+    m_colorButton->setEnabled(!inFile);
     m_heightButton->setText(QStringLiteral("Height: ") + modeName(display.heightMode()));
 }
 
@@ -311,7 +325,7 @@ void MainWindow::refreshPanels()
     m_rail->setColumnHidden(1, panels.railMode() != RailMode::expanded);
     // A file walked into takes the drawer's place, whose details are of that file anyway; "]"
     // shows or hides whichever the right column holds.
-    const bool walked = m_state.structure().path().has_value();
+    const bool walked = m_state.structure().panelShown();
     m_drawer->setVisible(!capture && panels.showDrawer() && !walked);
     m_structure->setVisible(!capture && panels.showDrawer() && walked);
     m_drawer->setFixedWidth(int(panels.drawerWidth()));

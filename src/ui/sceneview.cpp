@@ -1,6 +1,7 @@
 #include "ui/sceneview.h"
 
 #include "ui/desktop.h"
+#include "ui/structureviews.h"
 
 #include "model/format.h"
 #include "scene/labels.h"
@@ -67,6 +68,7 @@ SceneView::SceneView(AppState& state, QWidget* parent)
         m_controller.clear();
         m_marks.clear();
         m_builtRoot = nullptr;
+        m_builtCity.reset();
         scheduleBuild(true);
     });
     const DisplaySettings& display = state.display();
@@ -85,7 +87,18 @@ SceneView::SceneView(AppState& state, QWidget* parent)
              &DisplaySettings::heightScaleChanged, &DisplaySettings::darkChanged })
         connect(&display, signal, this, [this] { scheduleBuild(false); });
     connect(&state, &AppState::selectionChanged, this, [this] {
-        m_controller.setSelection(m_state.selection());
+        m_controller.setSelection(shownSelection());
+        applyLinkFocus();
+        update();
+    });
+    const StructureController& structure = state.structure();
+    // Walking into a file or out of it, or its parts arriving, changes what stands in the scene.
+    connect(&structure, &StructureController::structureChanged, this, [this] {
+        if (shownCity() != m_builtCity)
+            scheduleBuild(true);
+    });
+    connect(&structure, &StructureController::partSelected, this, [this] {
+        m_controller.setSelection(shownSelection());
         applyLinkFocus();
         update();
     });
@@ -158,9 +171,58 @@ void SceneView::flush()
         build();
 }
 
+std::shared_ptr<const PartCity> SceneView::shownCity() const
+{
+    const StructureController& structure = m_state.structure();
+    return structure.cityShown() ? structure.city() : nullptr;
+}
+
+const FileNode* SceneView::shownSelection() const
+{
+    return m_builtCity ? m_state.structure().selectedPartNode() : m_state.selection();
+}
+
+void SceneView::buildPartCity(std::shared_ptr<const PartCity> city, bool reset)
+{
+    // Parts are coloured by their role and stand as tall as their lines, whatever the folder's
+    // city shows; every part stands on its own, none drawn whole.
+    const DisplaySettings& display = m_state.display();
+    const HeightMode measure
+        = display.heightMode() == HeightMode::flat ? HeightMode::flat : HeightMode::lines;
+    const SceneConfig config { VisualizationMode::city, ColorMode::language, measure, display.heightScale(),
+        Theme::of(display.dark()), true };
+    NodeSet every { &city->root() };
+    city->root().forEach([&every](const FileNode& part) {
+        for (const FileNode* at = &part; at && every.insert(at).second; at = at->parent) { }
+    });
+    m_controller.camera().setAspect(float(width()) / float(std::max(height(), 1)));
+    m_controller.build(city->root(), config, reset, {}, &every);
+    m_builtCity = std::move(city);
+    m_builtRoot = &m_builtCity->root();
+    m_builtMode = VisualizationMode::city;
+}
+
 void SceneView::build()
 {
     m_buildPending = false;
+    const bool leaving = m_builtCity != nullptr;
+    if (std::shared_ptr<const PartCity> city = shownCity()) {
+        QElapsedTimer clock;
+        clock.start();
+        const bool reset = m_resetPending || city != m_builtCity;
+        m_resetPending = false;
+        buildPartCity(std::move(city), reset);
+        m_controller.setSelection(shownSelection());
+        applyFilter();
+        applyLinkFocus();
+        m_buildMs = clock.elapsed();
+        if (reset)
+            m_controller.camera().settle();
+        update();
+        emit built();
+        return;
+    }
+    m_builtCity.reset();
     const FileNode* root = m_state.viewRoot();
     if (!root) {
         m_controller.clear();
@@ -191,7 +253,7 @@ void SceneView::build()
     const bool waiting = !history && m_state.scan().readingHistory() && display.colorMode() == ColorMode::age;
     const SceneConfig config { display.mode(), waiting ? ColorMode::churn : display.colorMode(), heightMode,
         display.heightScale(), Theme::of(display.dark()) };
-    const bool reset = m_resetPending || root != m_builtRoot || display.mode() != m_builtMode;
+    const bool reset = m_resetPending || root != m_builtRoot || display.mode() != m_builtMode || leaving;
     m_resetPending = false;
     QElapsedTimer clock;
     clock.start();
@@ -219,6 +281,9 @@ void SceneView::build()
         m_controller.camera().settle();
     m_builtRoot = root;
     m_builtMode = display.mode();
+    // Back from a file's city, the camera finds the file again.
+    if (leaving && m_state.selection())
+        focus(*m_state.selection(), true, false);
     update();
     emit built();
 }
@@ -286,6 +351,11 @@ NodeSet SceneView::isolatedNodes() const
 
 void SceneView::applyLinkFocus()
 {
+    if (m_builtCity) {
+        m_controller.setLinkFocus(partLinks());
+        update();
+        return;
+    }
     const DependencyController& imports = m_state.imports();
     const std::shared_ptr<const ImportsMap>& map = imports.dependencies();
     const VisualizationMode mode = m_state.display().mode();
@@ -305,6 +375,28 @@ void SceneView::applyLinkFocus()
     }
     m_controller.setLinkFocus(std::move(focus));
     update();
+}
+
+LinkFocus SceneView::partLinks() const
+{
+    // The selected part's calls as arcs: what it calls in one colour, what calls it in the other.
+    LinkFocus focus;
+    focus.arcs = true;
+    const StructureController& structure = m_state.structure();
+    const std::shared_ptr<const WebDocument>& document = structure.document();
+    const FileNode* centre = structure.selectedPartNode();
+    if (!document || !centre || !structure.selectedPart())
+        return focus;
+    focus.centre = centre;
+    const auto add = [this](NodeSet& into, const QList<qsizetype>& parts) {
+        for (const qsizetype part : parts) {
+            if (const FileNode* node = m_builtCity->node(part))
+                into.insert(node);
+        }
+    };
+    add(focus.imports, document->callees(*structure.selectedPart()));
+    add(focus.importers, document->callers(*structure.selectedPart()));
+    return focus;
 }
 
 void SceneView::followTimeline()
@@ -372,7 +464,7 @@ void SceneView::camera(CameraAction action)
         // While a search is active, everything it found.
         if (const std::optional<SceneBox> found = resultsBox())
             camera.frame(*found);
-        else if (const EntityNode* entity = m_controller.entityFor(m_state.selection()))
+        else if (const EntityNode* entity = m_controller.entityFor(shownSelection()))
             camera.frame(entity->box());
         else
             camera.home();
@@ -496,16 +588,24 @@ void SceneView::mouseMoveEvent(QMouseEvent* event)
 void SceneView::mouseReleaseEvent(QMouseEvent* event)
 {
     if (!m_dragging && event->button() == Qt::LeftButton && m_state.root())
-        m_state.select(m_controller.pick(event->position(), size()), false, false);
+        choose(m_controller.pick(event->position(), size()));
     m_dragging = false;
 }
 
 void SceneView::mouseDoubleClickEvent(QMouseEvent* event)
 {
     if (const FileNode* node = m_controller.pick(event->position(), size())) {
-        m_state.select(node, false, false);
+        choose(node);
         m_state.enter();
     }
+}
+
+void SceneView::choose(const FileNode* node)
+{
+    if (m_builtCity)
+        m_state.structure().selectPart(node);
+    else
+        m_state.select(node, false, false);
 }
 
 void SceneView::wheelEvent(QWheelEvent* event)
@@ -516,6 +616,14 @@ void SceneView::wheelEvent(QWheelEvent* event)
 
 QString SceneView::describe(const FileNode& node) const
 {
+    if (m_builtCity) {
+        const std::shared_ptr<const WebDocument>& document = m_state.structure().document();
+        const std::optional<qsizetype> part = m_builtCity->part(&node);
+        if (!document || !part)
+            return node.name;
+        const WebDocument::Node& item = document->nodes[std::size_t(*part)];
+        return node.name + u'\n' + roleName(item.role) + QStringLiteral(" · ") + partLines(item);
+    }
     QString measure;
     switch (m_state.display().heightMode()) {
     case HeightMode::lines: measure = Format::count(node.lines, u"line"); break;

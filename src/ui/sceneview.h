@@ -66,6 +66,11 @@ protected:
 private:
     void scheduleBuild(bool resetCamera);
     void build();
+    // The city of the walked-into file's parts, when the scene is to show it.
+    std::shared_ptr<const PartCity> shownCity() const;
+    void buildPartCity(std::shared_ptr<const PartCity> city, bool reset);
+    // What the scene's selection is: the part selected in a file's city, else the state's.
+    const FileNode* shownSelection() const;
     void applyFilter();
     // The isolated paths, the folders that lead to them and everything below them: the city drawn
     // while anything is isolated.
@@ -74,6 +79,9 @@ private:
     std::optional<SceneBox> resultsBox() const;
     // Lights the selection's imports and importers, or the chosen cycle, from the folder's imports.
     void applyLinkFocus();
+    LinkFocus partLinks() const;
+    // Selects what a click met: a file or folder, or in a file's city a part.
+    void choose(const FileNode* node);
     // The history's files have moved: heights, colours and presence follow, the files moved are
     // marked and the marks fade; shadows wait until the movement settles.
     void followTimeline();
@@ -86,6 +94,8 @@ private:
     bool m_buildPending = false;
     bool m_resetPending = false;
     const FileNode* m_builtRoot = nullptr;
+    // The city of a file's parts the scene was built from, kept alive while the scene points into it.
+    std::shared_ptr<const PartCity> m_builtCity;
     VisualizationMode m_builtMode = VisualizationMode::city;
     QSet<QString> m_builtIsolated;
     QElapsedTimer m_clock;

@@ -244,18 +244,24 @@ QJsonObject pickerJson(const FolderPicker& picker)
         { u"highlighted"_s, highlighted ? QJsonValue(highlighted->name) : QJsonValue() } };
 }
 
-// The file walked into: its document's program and counts, and the part in focus.
+// The file walked into: its document's program and counts, the part in focus and the part selected
+// in its city.
 void addStructure(QJsonObject& object, const StructureController& structure, const Panels& panels)
 {
     object.insert(u"structureView"_s, structure.path() ? QJsonValue(*structure.path()) : QJsonValue());
     object.insert(u"structureTab"_s, modeName(panels.structureTab()));
-    object.insert(u"fileCity"_s, false);
-    const WebDocument::Node* focus = structure.focusedNode();
-    object.insert(u"symbolFocus"_s,
-        focus ? QJsonValue(QJsonObject { { u"id"_s, qint64(focus->id) }, { u"name"_s, focus->name },
-            { u"role"_s, roleName(focus->role) } })
-              : QJsonValue());
+    object.insert(u"structurePanel"_s, structure.panelShown());
+    object.insert(u"fileCity"_s, structure.cityShown());
     const std::shared_ptr<const WebDocument>& document = structure.document();
+    const auto part = [&document](const std::optional<qsizetype>& id) {
+        if (!document || !id)
+            return QJsonValue();
+        const WebDocument::Node& node = document->nodes[std::size_t(*id)];
+        return QJsonValue(QJsonObject {
+            { u"id"_s, qint64(node.id) }, { u"name"_s, node.name }, { u"role"_s, roleName(node.role) } });
+    };
+    object.insert(u"symbolFocus"_s, part(structure.focus()));
+    object.insert(u"selectedPart"_s, part(structure.selectedPart()));
     object.insert(u"document"_s,
         document ? QJsonValue(
             QJsonObject { { u"program"_s, document->program }, { u"parts"_s, qint64(document->nodes.size()) },
@@ -529,10 +535,8 @@ qint64 waitUntil(const Sender& sender, Signal signal, const std::function<bool()
 
 } // namespace
 
-// A key that needs the imports (the graph, the imports over the city) is done once they are read, so
-// that the next key acts on what the view then shows.
-// Selects the file and shows its structure, its view and its part; says why on standard error when
-// it cannot.
+// Selects the file, walks into it and shows its structure's view and its part; says why on standard
+// error when it cannot.
 bool StartupRunner::walkInto()
 {
     const FileNode* file = m_state.root() ? m_state.root()->find(*m_script.walkInto) : nullptr;
@@ -543,7 +547,7 @@ bool StartupRunner::walkInto()
         return false;
     }
     m_state.select(file);
-    m_state.toggleStructure(file);
+    m_state.enter();
     waitForOpening();
     const StructureController& structure = m_state.structure();
     if (!structure.document()) {
@@ -574,6 +578,8 @@ bool StartupRunner::walkInto()
     return true;
 }
 
+// A key that needs the imports (the graph, the imports over the city) is done once they are read, so
+// that the next key acts on what the view then shows.
 void StartupRunner::waitForImports()
 {
     const DependencyController& imports = m_state.imports();

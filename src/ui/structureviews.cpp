@@ -1,5 +1,6 @@
 #include "ui/structureviews.h"
 
+#include "layout/partcity.h"
 #include "scene/theme.h"
 
 #include <QHBoxLayout>
@@ -75,25 +76,10 @@ QString partLines(const WebDocument::Node& node)
 
 QColor roleColor(WebRole role, bool dark)
 {
-    int hue = -1;
-    switch (role) {
-    case WebRole::function: hue = 22; break;
-    case WebRole::method: hue = 42; break;
-    case WebRole::klass: hue = 212; break;
-    case WebRole::handler: hue = 328; break;
-    case WebRole::object: hue = 268; break;
-    case WebRole::variable: hue = 186; break;
-    case WebRole::rule:
-    case WebRole::atRule:
-    case WebRole::keyframes: hue = 140; break;
-    case WebRole::element: hue = 200; break;
-    case WebRole::event:
-    case WebRole::events: hue = 300; break;
-    default: break;
-    }
-    if (hue < 0)
-        return dark ? QColor(96, 98, 104) : QColor(176, 178, 184);
-    return QColor::fromHsl(hue, role == WebRole::element ? 40 : 150, dark ? 112 : 150);
+    // The city's palette, toned toward the ground so that names written on it stay readable.
+    const Language& kind = PartCity::roleLanguage(role);
+    const QColor color = QColor::fromRgb(dark ? kind.darkColor : kind.lightColor);
+    return dark ? color.darker(150) : color.lighter(165);
 }
 
 // --- treemap --------------------------------------------------------------------------------

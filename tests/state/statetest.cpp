@@ -265,9 +265,13 @@ TEST_F(StateTest, EnterEscapeAscendAndDiveWalkTheTree)
     state.select(&src);
     ASSERT_TRUE(state.enter()); // a folder's largest file, not its larger subfolder
     EXPECT_EQ(state.selection(), &node(state, u"src/main.c"_s));
-    ASSERT_TRUE(state.enter()); // a file: zoom to it, keep it
+    ASSERT_TRUE(state.enter()); // a source file: walk into it, keep it selected
     EXPECT_EQ(state.selection(), &node(state, u"src/main.c"_s));
+    EXPECT_TRUE(state.structure().cityShown());
 
+    ASSERT_TRUE(state.ascend()); // out of the file, onto it
+    EXPECT_FALSE(state.structure().cityShown());
+    EXPECT_EQ(state.selection(), &node(state, u"src/main.c"_s));
     ASSERT_TRUE(state.ascend());
     EXPECT_EQ(state.selection(), &src);
 
