@@ -1,11 +1,15 @@
 // Times the scene: building it from a scanned folder (against the layout alone, which it runs), and
 // drawing it offscreen while the camera orbits (against a frame with nothing in it, the cost of
-// clearing and finishing a frame on the same driver). Needs a display; bench/scene.sh runs it under
-// xvfb-run.
+// clearing and finishing a frame on the same driver). Given a file instead of a folder, the city of
+// its parts, as walking into it shows, and first the walk itself: reading the file into its parts,
+// standing them as a city, building the scene and drawing its first frame. Needs a display;
+// bench/scene.sh runs it under xvfb-run.
 #include "benchtiming.h"
+#include "document/webreader.h"
 #include "imports/dependencyreader.h"
 #include "layout/citylayout.h"
 #include "layout/graphlayout.h"
+#include "layout/partcity.h"
 #include "scan/scanner.h"
 #include "scene/labels.h"
 #include "scene/offscreenview.h"
@@ -13,6 +17,8 @@
 #include "scene/scenecontroller.h"
 
 #include <QElapsedTimer>
+#include <QFile>
+#include <QFileInfo>
 #include <QGuiApplication>
 #include <QPainter>
 
@@ -25,7 +31,7 @@ namespace {
 
 void usage()
 {
-    std::fputs("usage: scene_bench FOLDER [--mode city|graph] [--size WxH] [--frames N] [--samples N] "
+    std::fputs("usage: scene_bench FOLDER|FILE [--mode city|graph] [--size WxH] [--frames N] [--samples N] "
                "[--image FILE.png]\n",
         stderr);
 }
@@ -62,16 +68,59 @@ int main(int argc, char* argv[])
         }
     }
 
-    auto scanned = Scanner(args[1], std::make_shared<CancelFlag>()).scan();
-    if (!std::holds_alternative<ScanResult>(scanned)) {
-        std::fprintf(stderr, "%s\n", qPrintable(std::get<ScanError>(scanned).description()));
-        return 1;
-    }
-    const std::shared_ptr<FileNode> tree = std::get<ScanResult>(scanned).root;
-    const FileNode& root = *tree;
-
     SceneController scene;
     SceneConfig config;
+    std::shared_ptr<FileNode> tree;
+    std::unique_ptr<PartCity> parts;
+    const QFileInfo given(args[1]);
+    if (given.isFile()) {
+        QFile file(given.filePath());
+        if (!file.open(QIODevice::ReadOnly)) {
+            std::fprintf(stderr, "cannot read %s\n", qPrintable(given.filePath()));
+            return 1;
+        }
+        const QByteArray bytes = file.read(WebReader::byteLimit);
+        if (!WebReader::readsExtension(given.suffix())) {
+            std::fprintf(stderr, "no structure is read from %s\n", qPrintable(given.fileName()));
+            return 1;
+        }
+        config.parts = true;
+        // The walk, as Return starts it: read, stand the parts up, build the scene, draw a frame.
+        OffscreenView first;
+        if (!first.create(size, 1, Renderer::interactiveSamples())) {
+            std::fprintf(stderr, "%s\n", qPrintable(first.error()));
+            return 1;
+        }
+        SceneController walked;
+        const Timing walk = milliseconds(15, [&](int) {
+            const WebDocument document = *WebReader::read(bytes, given.suffix());
+            PartCity city(document, given.absoluteFilePath(), given.fileName());
+            walked.build(city.root(), config, true, {}, &city.everyNode());
+            walked.camera().setAspect(float(size.width()) / float(size.height()));
+            walked.camera().settle();
+            first.draw(walked);
+            first.finish();
+            walked.clear();
+        });
+        const WebDocument document = *WebReader::read(bytes, given.suffix());
+        parts = std::make_unique<PartCity>(document, given.absoluteFilePath(), given.fileName());
+        std::printf("File: %s, %lld KiB, %zu parts\n\n", qPrintable(given.fileName()),
+            static_cast<long long>(bytes.size() / 1024), document.nodes.size());
+        std::puts("| step | median (ms) | 90th percentile (ms) | processor time, median (ms) |");
+        std::puts("|---|---|---|---|");
+        std::printf("| walking in: read, parts' city, scene, first frame | %.2f | %.2f | %.2f |\n\n",
+            walk.median, walk.p90, walk.cpu);
+    } else {
+        auto scanned = Scanner(args[1], std::make_shared<CancelFlag>()).scan();
+        if (!std::holds_alternative<ScanResult>(scanned)) {
+            std::fprintf(stderr, "%s\n", qPrintable(std::get<ScanError>(scanned).description()));
+            return 1;
+        }
+        tree = std::get<ScanResult>(scanned).root;
+    }
+    const FileNode& root = parts ? parts->root() : *tree;
+    // A file's parts all stand; none is drawn whole.
+    const NodeSet* only = parts ? &parts->everyNode() : nullptr;
     // The graph view draws the folder's imports, read and settled once, as the window keeps them.
     auto imports = std::make_shared<ImportsMap>();
     if (graph) {
@@ -85,9 +134,9 @@ int main(int argc, char* argv[])
         if (graph)
             GraphLayout::place(root, imports->graph, imports->positions, config.height);
         else
-            CityLayout::build(root, config.height);
+            CityLayout::build(root, config.height, 1, {}, only);
     });
-    const Timing build = milliseconds(21, [&](int) { scene.build(root, config, true); });
+    const Timing build = milliseconds(21, [&](int) { scene.build(root, config, true, {}, only); });
     qint64 buildings = 0;
     for (const EntityNode& entity : scene.entities())
         buildings += entity.kind() == PlacementKind::building;
@@ -127,7 +176,7 @@ int main(int argc, char* argv[])
             view.draw(nothing);
             view.finish();
         });
-        scene.build(root, config, true);
+        scene.build(root, config, true, {}, only);
         scene.camera().setAspect(float(size.width()) / float(size.height()));
         scene.camera().settle();
         QElapsedTimer first;
@@ -184,7 +233,7 @@ int main(int argc, char* argv[])
     std::printf("\nDriver: %s\n", qPrintable(driver));
     if (!image.isEmpty()) {
         // The home view of the city, as a snapshot draws it.
-        scene.build(root, config, true);
+        scene.build(root, config, true, {}, only);
         QString error;
         if (!renderImage(scene, size, 1, &error).save(image)) {
             std::fprintf(stderr, "%s\n", qPrintable(error.isEmpty() ? u"Cannot write " + image : error));

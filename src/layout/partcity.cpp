@@ -91,6 +91,7 @@ PartCity::PartCity(const WebDocument& document, const QString& fileUrl, const QS
     // each node's path being its part's number.
     std::fill(m_nodes.begin(), m_nodes.end(), nullptr);
     std::vector<FileNode*> walk { m_root.get() };
+    m_every.insert(m_root.get());
     while (!walk.empty()) {
         FileNode* node = walk.back();
         walk.pop_back();
@@ -98,6 +99,7 @@ PartCity::PartCity(const WebDocument& document, const QString& fileUrl, const QS
             const qsizetype id = child->relativePath.toLongLong();
             m_nodes[std::size_t(id)] = child.get();
             m_parts.insert(child.get(), id);
+            m_every.insert(child.get());
             walk.push_back(child.get());
         }
     }

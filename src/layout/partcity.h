@@ -1,6 +1,7 @@
 #pragma once
 
 #include "document/webdocument.h"
+#include "layout/aggregation.h"
 #include "model/filenode.h"
 
 #include <QHash>
@@ -24,6 +25,8 @@ public:
     // The node that stands for a part; none for a part the city leaves out.
     const FileNode* node(qsizetype part) const;
     std::optional<qsizetype> part(const FileNode* node) const;
+    // Every node of the city, its top included: laid out with this, no part is drawn whole.
+    const NodeSet& everyNode() const { return m_every; }
 
     // The colour and the legend's word for a role; roles that read alike share one.
     static const Language& roleLanguage(WebRole role);
@@ -32,4 +35,5 @@ private:
     std::unique_ptr<FileNode> m_root;
     std::vector<FileNode*> m_nodes; // per part of the document
     QHash<const FileNode*, qsizetype> m_parts;
+    NodeSet m_every;
 };

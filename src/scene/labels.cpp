@@ -87,7 +87,8 @@ QString emptySceneNote(const SceneController& scene)
     if (graph && !scene.imports())
         return {};
     if (!standing)
-        return QStringLiteral("This folder holds no files to draw.");
+        return scene.config().parts ? QStringLiteral("No parts found in this file.")
+                                    : QStringLiteral("This folder holds no files to draw.");
     if (graph && scene.layout().edges.empty())
         return QStringLiteral("No imports between the files here.");
     return {};

@@ -124,6 +124,8 @@ public:
     // Makes a folder (or a file's folder) the view root.
     bool dive(const FileNode* node);
     bool cycleSibling(int step);
+    // Shows what a search found: selects it, and when accepted in a file's city focuses the part.
+    void showFound(const FileNode* node, bool accept = false);
 
     // Whether the node is the folder or lies inside it.
     static bool isUnder(const FileNode* node, const FileNode* folder);
@@ -184,4 +186,5 @@ private:
     VisualizationMode m_modeBeforeGraph = VisualizationMode::city;
     VisualizationMode m_modeBeforeHistory = VisualizationMode::city;
     SceneHost* m_scene = nullptr;
+    const WebDocument* m_toldTruncated = nullptr; // the last document whose early stop was told
 };

@@ -135,6 +135,20 @@ bool AppState::move(MoveDirection direction)
     return false;
 }
 
+void AppState::showFound(const FileNode* node, bool accept)
+{
+    if (m_structure->cityShown()) {
+        moveCursor(node);
+        if (accept && node)
+            m_structure->setFocus(m_structure->selectedPart());
+        return;
+    }
+    // A result outside the folder in view brings the whole tree back into view first.
+    if (node && !isUnder(node, m_viewRoot))
+        setViewRoot(m_root.get());
+    select(node);
+}
+
 bool AppState::selectNearestCentre()
 {
     if (!m_scene)

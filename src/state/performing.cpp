@@ -227,18 +227,11 @@ std::optional<bool> KeyRouter::performFilters(Action action)
 {
     Filters& filters = m_state.filters();
     SearchController& search = m_state.search();
-    // The selection follows the current result, and the camera with it; a result outside the
-    // folder in view brings the whole tree back into view first.
-    const auto selectCurrent = [&] {
-        const FileNode* current = search.current();
-        if (current && !AppState::isUnder(current, m_state.viewRoot()))
-            m_state.setViewRoot(m_state.root());
-        m_state.select(current);
-    };
+    // The selection follows the current result, and the camera with it.
     const auto stepSearch = [&](int step) {
         if (!search.step(step))
             return false;
-        selectCurrent();
+        m_state.showFound(search.current());
         return true;
     };
     switch (action) {
@@ -249,7 +242,7 @@ std::optional<bool> KeyRouter::performFilters(Action action)
         if (!search.current() && !search.results().isEmpty())
             search.step(1);
         if (search.current())
-            selectCurrent();
+            m_state.showFound(search.current(), true);
         filters.focusScene();
         return true;
     case Action::clearFilters: return filters.hasFilters() && (filters.clearFilters(), true);

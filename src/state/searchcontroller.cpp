@@ -51,16 +51,46 @@ void SearchController::folderChanged(const OpenFolder& folder)
 {
     cancel();
     m_root = folder.root;
-    m_names.clear();
-    if (m_root) {
-        m_root->forEach([this](const FileNode& file) {
-            m_names.push_back({ &file, file.name.toLower(), Fuzzy::initials(file.name) });
-        });
-    }
+    m_city.reset();
+    m_document.reset();
+    readNames();
     m_textQuery.clear();
     m_textHits.clear();
     m_textSkipped = 0;
     publish({}, false);
+}
+
+void SearchController::searchDocument(
+    std::shared_ptr<const PartCity> city, std::shared_ptr<const WebDocument> document)
+{
+    if (city == m_city)
+        return;
+    m_city = document ? std::move(city) : nullptr;
+    m_document = m_city ? std::move(document) : nullptr;
+    readNames();
+    queryChanged();
+}
+
+void SearchController::readNames()
+{
+    m_names.clear();
+    const auto add = [this](const FileNode& node) {
+        m_names.push_back({ &node, node.name.toLower(), Fuzzy::initials(node.name) });
+    };
+    if (m_city) {
+        // Every part, those holding others as well: a class is found by its name.
+        std::vector<const FileNode*> walk { &m_city->root() };
+        while (!walk.empty()) {
+            const FileNode* node = walk.back();
+            walk.pop_back();
+            if (node != &m_city->root())
+                add(*node);
+            for (auto child = node->children.crbegin(); child != node->children.crend(); ++child)
+                walk.push_back(child->get());
+        }
+    } else if (m_root) {
+        m_root->forEach(add);
+    }
 }
 
 void SearchController::queryChanged()
@@ -68,6 +98,10 @@ void SearchController::queryChanged()
     cancel();
     if (!m_filters.searchInText()) {
         findNames();
+        return;
+    }
+    if (m_city) {
+        findLines();
         return;
     }
     // A blank query has nothing to wait for.
@@ -95,6 +129,34 @@ void SearchController::findNames()
     m_textHits.clear();
     m_textSkipped = 0;
     publish(std::move(found), !terms.isEmpty());
+}
+
+void SearchController::findLines()
+{
+    const std::optional<TextNeedle> needle = TextNeedle::make(m_filters.searchText());
+    m_textQuery = needle ? needle->text() : QString();
+    m_textHits.clear();
+    m_textSkipped = 0;
+    if (!needle) {
+        publish({}, false);
+        return;
+    }
+    // The innermost parts that hold a matching line: a class is marked through its methods.
+    const QHash<qsizetype, QList<qint64>> hits = m_document->lineHits(*needle);
+    QList<const FileNode*> found;
+    for (const qsizetype id : m_document->drawn) {
+        const auto lines = hits.constFind(id);
+        const FileNode* node = m_city->node(id);
+        if (lines == hits.cend() || !node)
+            continue;
+        const QList<qsizetype>& children = m_document->nodes[std::size_t(id)].children;
+        if (std::any_of(children.begin(), children.end(),
+                [&](qsizetype child) { return hits.contains(child) && m_city->node(child); }))
+            continue;
+        found.append(node);
+        m_textHits.insert(node, lines->size());
+    }
+    publish(std::move(found), true);
 }
 
 void SearchController::startTextSearch()

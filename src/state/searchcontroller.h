@@ -1,6 +1,8 @@
 #pragma once
 
+#include "document/webdocument.h"
 #include "layout/aggregation.h"
+#include "layout/partcity.h"
 #include "search/foldersearch.h"
 #include "state/backgroundjob.h"
 #include "state/filters.h"
@@ -16,6 +18,10 @@
 // found at once. In the files' text: the files with matching lines, most first, found in the
 // background once the typing has paused (each change restarts the wait and cancels a search that
 // runs). One result at a time is the current one, which Up and Down step through.
+//
+// Inside a file walked into, the same text finds its parts instead: by name among every part, and
+// in its text the innermost parts whose lines hold it, with their counts, at once, since the file's
+// lines are already read.
 class SearchController : public StateController {
     Q_OBJECT
 
@@ -58,6 +64,10 @@ public:
     void cancel();
 
     void folderChanged(const OpenFolder& folder) override;
+    // Searches inside the file walked into, whose parts stand in `city`; none searches the folder
+    // again. The text is looked for anew either way.
+    void searchDocument(std::shared_ptr<const PartCity> city, std::shared_ptr<const WebDocument> document);
+    bool inDocument() const { return m_city != nullptr; }
 
 signals:
     void resultsChanged();
@@ -73,7 +83,9 @@ private:
     };
 
     void queryChanged();
+    void readNames();
     void findNames();
+    void findLines();
     void startTextSearch();
     void finishTextSearch(std::optional<TextSearchResult> result);
     void publish(QList<const FileNode*> results, bool active);
@@ -81,6 +93,8 @@ private:
 
     Filters& m_filters;
     std::shared_ptr<const FileNode> m_root;
+    std::shared_ptr<const PartCity> m_city;
+    std::shared_ptr<const WebDocument> m_document;
     std::vector<Name> m_names;
     QList<const FileNode*> m_results;
     NodeSet m_lit;

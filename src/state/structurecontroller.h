@@ -23,6 +23,11 @@ class StructureController : public StateController {
 public:
     // Larger files are zoomed to, not read: a reader's outline of them would take long and say little.
     static constexpr qint64 sizeLimit = qint64(6) * 1024 * 1024;
+    // What a document that stopped reading early says of itself.
+    static QString truncatedMessage()
+    {
+        return QStringLiteral("The page is larger than the outline holds; what is shown stops partway.");
+    }
 
     explicit StructureController(QThreadPool& pool, QObject* parent = nullptr);
 

@@ -296,7 +296,7 @@ void MainWindow::refreshMasthead()
     if (inFile) {
         facts = QStringList { *structure.path() };
         if (const std::shared_ptr<const WebDocument>& document = structure.document())
-            facts << document->programTitle << Format::count(qint64(document->nodes.size()), u"part")
+            facts << document->program << Format::count(qint64(document->nodes.size()), u"part")
                   << Format::count(qint64(document->links.size()), u"link");
         else
             facts << QStringLiteral("reading…");

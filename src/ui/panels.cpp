@@ -5,6 +5,7 @@
 #include "ui/importspanel.h"
 #include "ui/style.h"
 
+#include <QFileInfo>
 #include <QGridLayout>
 #include <QHBoxLayout>
 #include <QLabel>
@@ -72,7 +73,22 @@ ProgressPanel::ProgressPanel(AppState& state, QWidget* parent)
     connect(&state.scan(), &ScanController::scanningChanged, this, &ProgressPanel::refresh);
     connect(&state.scan(), &ScanController::progressChanged, this, &ProgressPanel::refresh);
     connect(&state.imports(), &DependencyController::progressChanged, this, &ProgressPanel::refresh);
+    // A file being walked into shows its reading only once it takes long enough to notice.
+    m_walkDelay.setSingleShot(true);
+    m_walkDelay.setInterval(walkDelayMs);
+    connect(&m_walkDelay, &QTimer::timeout, this, &ProgressPanel::refresh);
+    connect(&state.structure(), &StructureController::structureChanged, this, [this] {
+        if (walkingIn() && !m_walkDelay.isActive() && !isVisible())
+            m_walkDelay.start();
+        refresh();
+    });
     refresh();
+}
+
+bool ProgressPanel::walkingIn() const
+{
+    const StructureController& structure = m_state.structure();
+    return structure.cityShown() && structure.isReading();
 }
 
 void ProgressPanel::refresh()
@@ -80,9 +96,17 @@ void ProgressPanel::refresh()
     // A scan comes first: the imports are read from the tree it brings.
     const std::optional<ScanProgress>& scan = m_state.scan().scanning();
     const std::optional<DependencyProgress>& imports = m_state.imports().progress();
-    setVisible(scan || imports);
-    if (!scan && !imports)
+    const bool reading = walkingIn() && !m_walkDelay.isActive();
+    setVisible(scan || imports || reading);
+    if (!scan && !imports) {
+        if (reading) {
+            m_phase->setText(QStringLiteral("Reading ") + QFileInfo(*m_state.structure().path()).fileName()
+                + QStringLiteral("…"));
+            m_bar->setRange(0, 0);
+            m_count->clear();
+        }
         return;
+    }
     const QString phase = scan ? scan->phase : imports->phase;
     // Each repaint composes the whole window again, which on a software renderer takes a core's
     // share from the work being shown: the bar moves four times a second, a new phase at once.

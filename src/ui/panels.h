@@ -32,12 +32,15 @@ public:
 
 private:
     static constexpr int repaintMs = 250;
+    static constexpr int walkDelayMs = 150;
+    bool walkingIn() const;
     AppState& m_state;
     QLabel* m_phase;
     QProgressBar* m_bar;
     QLabel* m_count;
     QElapsedTimer m_sinceShown;
     QTimer m_later; // shows the newest progress once a skipped one is due
+    QTimer m_walkDelay; // runs from the start of a walk into a file until its reading is shown
 };
 
 // Every key that works, on "?".

@@ -191,12 +191,8 @@ void SceneView::buildPartCity(std::shared_ptr<const PartCity> city, bool reset)
         = display.heightMode() == HeightMode::flat ? HeightMode::flat : HeightMode::lines;
     const SceneConfig config { VisualizationMode::city, ColorMode::language, measure, display.heightScale(),
         Theme::of(display.dark()), true };
-    NodeSet every { &city->root() };
-    city->root().forEach([&every](const FileNode& part) {
-        for (const FileNode* at = &part; at && every.insert(at).second; at = at->parent) { }
-    });
     m_controller.camera().setAspect(float(width()) / float(std::max(height(), 1)));
-    m_controller.build(city->root(), config, reset, {}, &every);
+    m_controller.build(city->root(), config, reset, {}, &city->everyNode());
     m_builtCity = std::move(city);
     m_builtRoot = &m_builtCity->root();
     m_builtMode = VisualizationMode::city;
@@ -550,6 +546,9 @@ void SceneView::paintGL()
 
 void SceneView::mousePressEvent(QMouseEvent* event)
 {
+    // In a file's city the arrows walk its parts again, once the scene is clicked.
+    if (m_builtCity)
+        m_state.panels().setOutlineKeys(std::nullopt);
     m_pressAt = m_lastMouse = event->position().toPoint();
     m_dragging = false;
     setFocus();

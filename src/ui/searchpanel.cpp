@@ -1,5 +1,7 @@
 #include "ui/searchpanel.h"
 
+#include "ui/structureviews.h"
+
 #include "model/format.h"
 #include "scene/theme.h"
 #include "text/fuzzy.h"
@@ -22,7 +24,10 @@ QString searchSummary(const AppState& state)
     if (search.textSearching() || (filters.searchInText() && !search.isActive()))
         return QStringLiteral("Searching…");
     const qsizetype found = search.results().size();
-    QString line = found == 0 ? QStringLiteral("No file matches") : Format::count(found, u"file");
+    const bool parts = search.inDocument();
+    QString line = found == 0
+        ? (parts ? QStringLiteral("No part matches") : QStringLiteral("No file matches"))
+        : Format::count(found, parts ? u"part" : u"file");
     if (filters.searchInText() && search.textSkipped() > 0)
         line += QStringLiteral(" · %1 skipped").arg(Format::grouped(search.textSkipped()));
     return line;
@@ -68,8 +73,11 @@ void SearchBar::refresh()
     if (m_field->text() != filters.searchText())
         m_field->setText(filters.searchText());
     m_kind->setText(filters.searchInText() ? QStringLiteral("Text") : QStringLiteral("Names"));
-    m_field->setPlaceholderText(filters.searchInText() ? QStringLiteral("Search the files' text  ( / )")
-                                                       : QStringLiteral("Search names  ( / )"));
+    const bool parts = m_state.search().inDocument();
+    m_field->setPlaceholderText(filters.searchInText()
+            ? (parts ? QStringLiteral("Search the file's text  ( / )")
+                     : QStringLiteral("Search the files' text  ( / )"))
+            : (parts ? QStringLiteral("Search the parts  ( / )") : QStringLiteral("Search names  ( / )")));
     m_status->setText(searchSummary(m_state));
 }
 
@@ -103,6 +111,14 @@ QVariant SearchResultsModel::data(const QModelIndex& index, int role) const
     const FileNode* file = node(index);
     if (!file)
         return {};
+    // A part of the file walked into is placed by its role and lines, not by a path.
+    const StructureController& structure = m_state.structure();
+    const std::optional<qsizetype> part
+        = m_state.search().inDocument() && structure.city() ? structure.city()->part(file) : std::nullopt;
+    if (part && structure.document() && (role == Qt::ToolTipRole || role == PathRole)) {
+        const WebDocument::Node& item = structure.document()->nodes[std::size_t(*part)];
+        return QString(roleName(item.role) + QStringLiteral(" · ") + partLines(item));
+    }
     switch (role) {
     case Qt::DisplayRole: return file->name;
     case Qt::ToolTipRole: return file->relativePath;

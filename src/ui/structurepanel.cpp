@@ -117,6 +117,8 @@ StructurePanel::StructurePanel(AppState& state, QWidget* parent)
         if (!m_syncing && item)
             m_state.structure().setFocus(item->data(0, idRole).toLongLong());
     });
+    connect(m_outline, &QTreeWidget::itemPressed, this, [this] { claimArrows(true); });
+    connect(&state.search(), &SearchController::resultsChanged, this, &StructurePanel::applySearch);
     connect(&state.structure(), &StructureController::structureChanged, this, &StructurePanel::rebuild);
     connect(&state.structure(), &StructureController::focusChanged, this, &StructurePanel::followFocus);
     connect(&state.panels(), &Panels::structureTabChanged, this, &StructurePanel::followTab);
@@ -165,9 +167,8 @@ void StructurePanel::rebuild()
         + Format::grouped(qint64(document->nodes.size())) + QStringLiteral(" parts · ")
         + Format::grouped(qint64(document->links.size())) + QStringLiteral(" links"));
     m_note->setVisible(document->truncated || document->nodes.empty());
-    m_note->setText(document->nodes.empty()
-            ? QStringLiteral("No parts found in this file.")
-            : QStringLiteral("The page is larger than the outline holds; what is shown stops partway."));
+    m_note->setText(document->nodes.empty() ? QStringLiteral("No parts found in this file.")
+                                            : StructureController::truncatedMessage());
     const std::function<void(qsizetype, QTreeWidgetItem*)> add = [&](qsizetype id, QTreeWidgetItem* parent) {
         const WebDocument::Node& node = document->nodes[std::size_t(id)];
         auto* item = parent ? new QTreeWidgetItem(parent) : new QTreeWidgetItem(m_outline);
@@ -189,10 +190,44 @@ void StructurePanel::rebuild()
         if (item->childCount() > 0 && item->childCount() <= 40 && !item->parent())
             item->setExpanded(true);
     }
-    if (!m_items.isEmpty())
+    claimArrows(!structure.cityShown());
+    applySearch();
+    followFocus();
+}
+
+void StructurePanel::claimArrows(bool claim)
+{
+    if (claim && !m_items.isEmpty())
         m_state.panels().setOutlineKeys(
             OutlineKeys { [this](int delta) { step(delta); }, [this] { open(); }, [this] { close(); } });
-    followFocus();
+    else
+        m_state.panels().setOutlineKeys(std::nullopt);
+}
+
+void StructurePanel::applySearch()
+{
+    const SearchController& search = m_state.search();
+    const std::shared_ptr<const PartCity>& city = m_state.structure().city();
+    const bool narrowed = search.isActive() && search.inDocument() && city;
+    const bool counted = narrowed && m_state.filters().searchInText();
+    // A row stays when its part was found, or leads to one that was.
+    const std::function<bool(QTreeWidgetItem*)> show = [&](QTreeWidgetItem* item) {
+        const qsizetype id = item->data(0, idRole).toLongLong();
+        const FileNode* node = narrowed ? city->node(id) : nullptr;
+        bool shown = !narrowed || (node && search.lit().contains(node));
+        for (int i = 0; i < item->childCount(); ++i)
+            shown = show(item->child(i)) || shown;
+        item->setHidden(!shown);
+        const qint64 hits = counted && node ? search.textHits().value(node, 0) : 0;
+        item->setText(1,
+            hits > 0 ? Format::count(hits, u"line")
+                     : roleWords(m_state.structure().document()->nodes[std::size_t(id)].role));
+        return shown;
+    };
+    if (!m_state.structure().document())
+        return;
+    for (int i = 0; i < m_outline->topLevelItemCount(); ++i)
+        show(m_outline->topLevelItem(i));
 }
 
 void StructurePanel::followFocus()

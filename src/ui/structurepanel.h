@@ -11,9 +11,11 @@ class QStackedWidget;
 class QTreeWidget;
 class QTreeWidgetItem;
 
-// The file walked into, beside the scene: its outline of parts (which owns the arrow keys while
-// shown), its treemap, its flow of calls or its links, and under them the lines of the part in
-// focus with their numbers.
+// The file walked into, beside the scene: its outline of parts, its treemap, its flow of calls or
+// its links, and under them the lines of the part in focus with their numbers. The outline owns the
+// arrow keys while it is shown beside the folder's city; beside the file's own city, whose parts
+// the arrows walk, only once it is clicked, until the scene is. A search inside the file narrows it
+// to the parts found, with their counts of matching lines.
 class StructurePanel : public QWidget {
     Q_OBJECT
 public:
@@ -28,6 +30,10 @@ private:
     void step(int delta);
     void open();
     void close();
+    // Hands the arrow keys to the outline, or takes them back.
+    void claimArrows(bool claim);
+    // Hides the parts a search inside the file left out, and shows the counts it found.
+    void applySearch();
     // The outline's row of a part, if it is listed.
     QTreeWidgetItem* itemOf(qsizetype id) const;
 
