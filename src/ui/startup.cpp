@@ -150,19 +150,23 @@ void addImports(QJsonObject& object, const AppState& state)
     object.insert(u"showImports"_s, imports.showImports());
 }
 
-// The search and the other filters, with at most 200 of the files found.
+// The search and the other filters, with at most 200 of the files found; inside a walked-into
+// file, of the parts found, by name.
 void addSearch(QJsonObject& object, const AppState& state)
 {
     constexpr qsizetype most = 200;
     const Filters& filters = state.filters();
     const SearchController& search = state.search();
+    const auto named = [&search](const FileNode* found) {
+        return search.inDocument() ? found->name : found->relativePath;
+    };
     QJsonArray results;
     for (const FileNode* file : search.results().first(std::min(most, search.results().size())))
-        results.append(file->relativePath);
+        results.append(named(file));
     QJsonObject hits;
     for (const FileNode* file : search.results().first(std::min(most, search.results().size()))) {
         if (const qint64 count = search.textHits().value(file); count > 0)
-            hits.insert(file->relativePath, count);
+            hits.insert(named(file), count);
     }
     QStringList isolated(filters.isolated().begin(), filters.isolated().end());
     isolated.sort();

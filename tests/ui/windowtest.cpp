@@ -393,6 +393,107 @@ TEST(Window, SShowsTheFilesOutlineWhichOwnsTheArrows)
     EXPECT_TRUE(playKeys(folder.path(), select + u"s s"_s)[u"structureView"_s].isNull());
 }
 
+// A folder of one file of each kind the structure reader takes, and two it does not.
+const TempFolder& walkFolder()
+{
+    static TempFolder folder;
+    static const bool made = [] {
+        folder.write(u"app.js"_s,
+            "function start() {\n  load();\n  save();\n}\nfunction load() {\n  return 1;\n}\n"
+            "function save() { load(); }\nclass Box {\n  open() { start(); }\n}\n");
+        folder.write(u"site.css"_s, ".card { color: red; }\n.card h1 { margin: 0; }\n");
+        folder.write(
+            u"page.html"_s, "<html><body><main id=\"m\"><p onclick=\"go()\">hi</p></main></body></html>\n");
+        folder.write(u"main.cpp"_s,
+            "namespace app {\nint twice(int x) { return 2 * x; }\n}\nint main() { return app::twice(1); }\n");
+        folder.write(
+            u"lib.rs"_s, "pub fn add(a: i32, b: i32) -> i32 {\n    a + b\n}\nfn main() { add(1, 2); }\n");
+        folder.write(u"notes.txt"_s, "plain words\n");
+        // Larger than a walk reads, without taking the disk it claims.
+        folder.write(u"huge.js"_s, "");
+        QFile huge(folder.path(u"huge.js"_s));
+        return huge.open(QIODevice::ReadWrite) && huge.resize(qint64(7) * 1024 * 1024);
+    }();
+    EXPECT_TRUE(made);
+    return folder;
+}
+
+// A field of the state, by its path: "document/program".
+QJsonValue field(const QJsonObject& state, const QString& path)
+{
+    QJsonValue value = state;
+    for (const QString& key : path.split(u'/'))
+        value = value.toObject().value(key);
+    return value;
+}
+
+class WalkKeys : public ::testing::TestWithParam<ScriptCase> { };
+
+// Return on a file the structure reader takes walks into its city of parts; the arrows, Return,
+// Escape, Backspace, s, g and the search then act on the parts, and a file it cannot read is
+// zoomed to instead.
+TEST_P(WalkKeys, LeaveTheirState)
+{
+    const ScriptCase& c = GetParam();
+    const QJsonObject state = playKeys(walkFolder().path(), QString::fromUtf8(c.keys));
+    for (auto it = c.expected.cbegin(); it != c.expected.cend(); ++it)
+        EXPECT_EQ(field(state, it.key()), it.value()) << it.key().toStdString();
+}
+
+const QJsonValue null;
+
+INSTANTIATE_TEST_SUITE_P(Files, WalkKeys,
+    ::testing::Values(ScriptCase { "Script", "/ a p p Return Return",
+                          { { u"fileCity"_s, true }, { u"structureView"_s, u"app.js"_s },
+                              { u"document/program"_s, u"JavaScript"_s }, { u"selection"_s, u"app.js"_s } } },
+        ScriptCase { "Stylesheet", "/ s i t e Return Return",
+            { { u"fileCity"_s, true }, { u"document/program"_s, u"CSS"_s } } },
+        ScriptCase { "Page", "/ p a g e Return Return",
+            { { u"fileCity"_s, true }, { u"document/program"_s, u"HTML"_s } } },
+        ScriptCase { "Cpp", "/ m a i n Return Return",
+            { { u"fileCity"_s, true }, { u"document/program"_s, u"C++"_s } } },
+        ScriptCase { "Rust", "/ l i b Return Return",
+            { { u"fileCity"_s, true }, { u"document/program"_s, u"Rust"_s } } },
+        ScriptCase { "UnknownKindZooms", "/ n o t e s Return Return",
+            { { u"fileCity"_s, false }, { u"structureView"_s, null }, { u"errorMessage"_s, null },
+                { u"selection"_s, u"notes.txt"_s } } },
+        ScriptCase { "TooLargeZooms", "/ h u g e Return Return",
+            { { u"fileCity"_s, false }, { u"structureView"_s, null }, { u"errorMessage"_s, null } } },
+        ScriptCase { "BackspaceReturnsWithTheFileSelected", "/ a p p Return Return Down BackSpace",
+            { { u"fileCity"_s, false }, { u"structureView"_s, null }, { u"selection"_s, u"app.js"_s },
+                { u"selectedPart"_s, null } } },
+        ScriptCase { "ArrowsSelectAPart", "/ a p p Return Return Down",
+            { { u"fileCity"_s, true }, { u"selectedPart/role"_s, u"function"_s }, { u"symbolFocus"_s, null },
+                { u"outlineKeys"_s, false } } },
+        ScriptCase { "TabStepsAmongSiblings", "/ a p p Return Return Tab Tab",
+            { { u"selectedPart/name"_s, u"load"_s } } },
+        ScriptCase { "ReturnFocusesThePartSelected", "/ a p p Return Return Tab Tab Return",
+            { { u"symbolFocus/name"_s, u"load"_s }, { u"selectedPart/name"_s, u"load"_s } } },
+        ScriptCase { "EscapeClearsTheFocusFirst", "/ a p p Return Return Tab Return Escape",
+            { { u"fileCity"_s, true }, { u"symbolFocus"_s, null }, { u"selectedPart/name"_s, u"Box"_s } } },
+        ScriptCase { "ThenLeavesTheFile", "/ a p p Return Return Tab Return Escape Escape",
+            { { u"fileCity"_s, false }, { u"selection"_s, u"app.js"_s } } },
+        ScriptCase { "SHidesThePanelAndKeepsTheCity", "/ a p p Return Return s",
+            { { u"fileCity"_s, true }, { u"structurePanel"_s, false },
+                { u"structureView"_s, u"app.js"_s } } },
+        ScriptCase { "SShowsItAgain", "/ a p p Return Return s s", { { u"structurePanel"_s, true } } },
+        ScriptCase { "GCyclesTheTabs", "/ a p p Return Return g g", { { u"structureTab"_s, u"flow"_s } } },
+        ScriptCase {
+            "GWrapsToTheOutline", "/ a p p Return Return g g g g", { { u"structureTab"_s, u"outline"_s } } },
+        ScriptCase { "TheOutlineFocusCarriesIntoTheCity", "/ a p p Return s Down Down Return",
+            { { u"fileCity"_s, true }, { u"symbolFocus/name"_s, u"start"_s },
+                { u"selectedPart/name"_s, u"start"_s } } },
+        ScriptCase { "TheSearchFindsParts", "/ a p p Return Return / l o a",
+            { { u"searchResults"_s, QJsonArray { u"load"_s } }, { u"fileCity"_s, true } } },
+        ScriptCase { "ReturnFocusesThePartFound", "/ a p p Return Return / s a v Return",
+            { { u"symbolFocus/name"_s, u"save"_s }, { u"searchFocused"_s, false } } },
+        ScriptCase { "TheTextNeedleCountsLines", "/ a p p Return Return / Tab s a v e ( )",
+            { { u"searchResults"_s, QJsonArray { u"start"_s, u"save"_s } }, { u"textHits/start"_s, 1 },
+                { u"textHits/save"_s, 1 } } },
+        ScriptCase { "LeavingStartsTheSearchAfresh", "/ a p p Return Return / l o a Escape Escape BackSpace",
+            { { u"fileCity"_s, false }, { u"searchText"_s, u""_s } } }),
+    rowName);
+
 struct WalkCase {
     const char* name;
     const char* file;
