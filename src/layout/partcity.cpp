@@ -63,8 +63,7 @@ PartCity::PartCity(const WebDocument& document, const QString& fileUrl, const QS
     QList<qsizetype> top = document.roots;
     if (top.size() == 1 && std::size_t(top.front()) < document.nodes.size()) {
         const WebDocument::Node& only = document.nodes[std::size_t(top.front())];
-        if ((only.role == WebRole::scriptBlock || only.role == WebRole::styleBlock)
-            && !only.children.isEmpty())
+        if (only.role == WebRole::scriptBlock || only.role == WebRole::styleBlock)
             top = only.children;
     }
     for (auto root = top.crbegin(); root != top.crend(); ++root)
