@@ -95,6 +95,7 @@ int main(int argc, char* argv[])
         const Timing walk = milliseconds(15, [&](int) {
             const WebDocument document = *WebReader::read(bytes, given.suffix());
             PartCity city(document, given.absoluteFilePath(), given.fileName());
+            config.heightScale = city.heightScale();
             walked.build(city.root(), config, true, {}, &city.everyNode());
             walked.camera().setAspect(float(size.width()) / float(size.height()));
             walked.camera().settle();

@@ -1,6 +1,7 @@
 #include "layout/partcity.h"
 
 #include <array>
+#include <cmath>
 
 namespace {
 
@@ -59,12 +60,21 @@ PartCity::PartCity(const WebDocument& document, const QString& fileUrl, const QS
 {
     // Depth first from the roots, with an explicit stack: documents can nest deeply.
     std::vector<std::pair<qsizetype, FileNode*>> stack;
-    // A source file is one block of code: its parts stand on the file's own ground.
-    QList<qsizetype> top = document.roots;
-    if (top.size() == 1 && std::size_t(top.front()) < document.nodes.size()) {
-        const WebDocument::Node& only = document.nodes[std::size_t(top.front())];
-        if (only.role == WebRole::scriptBlock || only.role == WebRole::styleBlock)
-            top = only.children;
+    // A source file is one block of code (beside the events it registers, perhaps): its parts stand
+    // on the file's own ground.
+    QList<qsizetype> top;
+    const auto isBlock = [&document](qsizetype id) {
+        const WebRole role = document.nodes[std::size_t(id)].role;
+        return role == WebRole::scriptBlock || role == WebRole::styleBlock;
+    };
+    const bool oneBlock = std::count_if(document.roots.begin(), document.roots.end(), [&](qsizetype id) {
+        return std::size_t(id) < document.nodes.size() && isBlock(id);
+    }) == 1;
+    for (const qsizetype id : document.roots) {
+        if (oneBlock && std::size_t(id) < document.nodes.size() && isBlock(id))
+            top += document.nodes[std::size_t(id)].children;
+        else
+            top.append(id);
     }
     for (auto root = top.crbegin(); root != top.crend(); ++root)
         stack.emplace_back(*root, m_root.get());
@@ -102,6 +112,17 @@ PartCity::PartCity(const WebDocument& document, const QString& fileUrl, const QS
             walk.push_back(child.get());
         }
     }
+}
+
+float PartCity::heightScale() const
+{
+    qint64 longest = 1;
+    for (const auto& [node, part] : m_parts.asKeyValueRange()) {
+        if (!node->isDirectory)
+            longest = std::max(longest, node->lines);
+    }
+    // The same curve the city draws heights on, so that a part keeps its height among longer ones.
+    return float(std::pow(std::min(1.0, double(longest) / double(fullHeightLines)), 0.62));
 }
 
 const FileNode* PartCity::node(qsizetype part) const

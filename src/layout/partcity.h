@@ -25,6 +25,10 @@ public:
     // The node that stands for a part; none for a part the city leaves out.
     const FileNode* node(qsizetype part) const;
     std::optional<qsizetype> part(const FileNode* node) const;
+    // How much of a city's full height the longest part earns, from 0 to 1: a file whose parts are
+    // all a few lines long (minified code is one line) stands low, not as tall as a long function.
+    float heightScale() const;
+    static constexpr qint64 fullHeightLines = 80;
     // Every node of the city, its top included: laid out with this, no part is drawn whole.
     const NodeSet& everyNode() const { return m_every; }
 

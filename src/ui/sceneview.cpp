@@ -189,8 +189,8 @@ void SceneView::buildPartCity(std::shared_ptr<const PartCity> city, bool reset)
     const DisplaySettings& display = m_state.display();
     const HeightMode measure
         = display.heightMode() == HeightMode::flat ? HeightMode::flat : HeightMode::lines;
-    const SceneConfig config { VisualizationMode::city, ColorMode::language, measure, display.heightScale(),
-        Theme::of(display.dark()), true };
+    const SceneConfig config { VisualizationMode::city, ColorMode::language, measure,
+        display.heightScale() * city->heightScale(), Theme::of(display.dark()), true };
     m_controller.camera().setAspect(float(width()) / float(std::max(height(), 1)));
     m_controller.build(city->root(), config, reset, {}, &city->everyNode());
     m_builtCity = std::move(city);
@@ -208,6 +208,11 @@ void SceneView::build()
         const bool reset = m_resetPending || city != m_builtCity;
         m_resetPending = false;
         buildPartCity(std::move(city), reset);
+        // A file's city comes at once; its shadows, the dearest part of a first frame, just after.
+        if (reset) {
+            m_controller.setShadowsEnabled(false);
+            m_shadowsBack.start();
+        }
         m_controller.setSelection(shownSelection());
         applyFilter();
         applyLinkFocus();
@@ -218,6 +223,8 @@ void SceneView::build()
         emit built();
         return;
     }
+    if (leaving)
+        m_controller.setShadowsEnabled(true);
     m_builtCity.reset();
     const FileNode* root = m_state.viewRoot();
     if (!root) {
@@ -408,6 +415,15 @@ void SceneView::followTimeline()
     m_shadowsBack.start();
     update();
     emit built();
+}
+
+void SceneView::restoreShadows()
+{
+    if (!m_shadowsBack.isActive())
+        return;
+    m_shadowsBack.stop();
+    m_controller.setShadowsEnabled(true);
+    update();
 }
 
 void SceneView::settleCamera()

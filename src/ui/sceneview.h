@@ -31,6 +31,8 @@ public:
     void flush();
     // Puts the camera at its goal at once (scripted keys and snapshots do not wait for easing).
     void settleCamera();
+    // Shadows held back for a moment (a file's city just built, the history moving) come now.
+    void restoreShadows();
     qint64 lastBuildMilliseconds() const { return m_buildMs; }
     // Why the view has drawn nothing once shown (no OpenGL context, or a renderer that would not
     // start), or an empty string when it draws.

@@ -495,12 +495,20 @@ void StartupRunner::run()
             && !(key.modifiers & (Qt::ControlModifier | Qt::MetaModifier));
         if (!typing)
             waitForSearch();
+        const bool outside = !m_state.structure().cityShown();
         sinceKey.start();
         m_window.pressKey(key);
         const qint64 work = sinceKey.elapsed();
         settle(); // the window is drawn here, as after a key from the keyboard
         if (m_script.timings)
             m_keyTimes.append({ typing, work, sinceKey.elapsed() });
+        if (m_script.timings && outside && m_state.structure().cityShown()) {
+            // From the key to the file's city on the screen: read, stood up, built, and the window
+            // drawn with it.
+            m_window.repaint();
+            std::fprintf(stderr, "walked into %s: %lld ms to its city drawn\n",
+                qPrintable(*m_state.structure().path()), static_cast<long long>(sinceKey.elapsed()));
+        }
     }
     if (m_state.search().textPending() && sinceKey.isValid()) {
         waitForSearch();
@@ -681,7 +689,8 @@ int StartupRunner::finish()
         QElapsedTimer frame;
         frame.start();
         // The GL view draws into its own framebuffer, which the window's grab only copies: render
-        // it fresh first, so the image shows the keys' last effect.
+        // it fresh first, so the image shows the keys' last effect, at rest.
+        m_window.sceneView().restoreShadows();
         m_window.sceneView().grabFramebuffer();
         const QPixmap image = m_window.grab();
         const qint64 frameMs = frame.elapsed();

@@ -148,9 +148,14 @@ QTreeWidgetItem* StructurePanel::itemOf(qsizetype id) const
 void StructurePanel::rebuild()
 {
     const StructureController& structure = m_state.structure();
+    // Walking in and out of the file's city, or hiding the panel, leaves its outline as it is.
+    if (structure.document() && structure.document() == m_listed) {
+        claimArrows(!structure.cityShown());
+        return;
+    }
+    m_listed = structure.document();
     m_outline->clear();
     m_items.clear();
-    // The outline owns the arrows while it lists parts, as the keys of its rows.
     m_state.panels().setOutlineKeys(std::nullopt);
     if (!structure.path())
         return;
@@ -169,25 +174,33 @@ void StructurePanel::rebuild()
     m_note->setVisible(document->truncated || document->nodes.empty());
     m_note->setText(document->nodes.empty() ? QStringLiteral("No parts found in this file.")
                                             : StructureController::truncatedMessage());
-    const std::function<void(qsizetype, QTreeWidgetItem*)> add = [&](qsizetype id, QTreeWidgetItem* parent) {
-        const WebDocument::Node& node = document->nodes[std::size_t(id)];
-        auto* item = parent ? new QTreeWidgetItem(parent) : new QTreeWidgetItem(m_outline);
-        item->setText(0, node.name.isEmpty() ? roleWords(node.role) : node.name);
-        item->setText(1, roleWords(node.role));
-        item->setText(2, lineRange(node));
-        item->setForeground(1, palette().color(QPalette::PlaceholderText));
-        item->setForeground(2, palette().color(QPalette::PlaceholderText));
-        item->setToolTip(0, node.detail.isEmpty() ? node.name : node.name + u'\n' + node.detail);
-        item->setData(0, idRole, qlonglong(id));
-        m_items.insert(id, item);
-        for (const qsizetype child : node.children)
-            add(child, item);
-    };
+    // Rows are made apart from the tree and handed to it at once: one by one, each would have the
+    // tree measure its columns again.
+    const std::function<QTreeWidgetItem*(qsizetype, QTreeWidgetItem*)> add
+        = [&](qsizetype id, QTreeWidgetItem* parent) {
+              const WebDocument::Node& node = document->nodes[std::size_t(id)];
+              auto* item = parent ? new QTreeWidgetItem(parent) : new QTreeWidgetItem();
+              item->setText(0, node.name.isEmpty() ? roleWords(node.role) : node.name);
+              item->setText(1, roleWords(node.role));
+              item->setText(2, lineRange(node));
+              item->setForeground(1, palette().color(QPalette::PlaceholderText));
+              item->setForeground(2, palette().color(QPalette::PlaceholderText));
+              item->setToolTip(0, node.detail.isEmpty() ? node.name : node.name + u'\n' + node.detail);
+              item->setData(0, idRole, qlonglong(id));
+              m_items.insert(id, item);
+              for (const qsizetype child : node.children)
+                  add(child, item);
+              return item;
+          };
+    QList<QTreeWidgetItem*> top;
     for (const qsizetype root : document->roots)
-        add(root, nullptr);
-    // Containers of a few parts open; large ones stay shut until asked.
-    for (QTreeWidgetItem* item : std::as_const(m_items)) {
-        if (item->childCount() > 0 && item->childCount() <= 40 && !item->parent())
+        top.append(add(root, nullptr));
+    m_outline->addTopLevelItems(top);
+    // Containers of a few parts open, and the block a source file is; other large ones stay shut
+    // until asked.
+    for (QTreeWidgetItem* item : std::as_const(top)) {
+        const WebRole role = document->nodes[std::size_t(item->data(0, idRole).toLongLong())].role;
+        if (item->childCount() <= 40 || role == WebRole::scriptBlock || role == WebRole::styleBlock)
             item->setExpanded(true);
     }
     claimArrows(!structure.cityShown());

@@ -47,5 +47,6 @@ private:
     QLabel* m_sourceTitle;
     QPlainTextEdit* m_source;
     QHash<qsizetype, QTreeWidgetItem*> m_items;
+    std::shared_ptr<const WebDocument> m_listed; // the document the outline lists
     bool m_syncing = false;
 };
