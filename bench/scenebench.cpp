@@ -85,7 +85,8 @@ int main(int argc, char* argv[])
             return 1;
         }
         config.parts = true;
-        // The walk, as Return starts it: read, stand the parts up, build the scene, draw a frame.
+        // The walk, as Return starts it: read, stand the parts up, build the scene, draw a frame, its
+        // shadows coming a moment later as in the window.
         OffscreenView first;
         if (!first.create(size, 1, Renderer::interactiveSamples())) {
             std::fprintf(stderr, "%s\n", qPrintable(first.error()));
@@ -99,6 +100,7 @@ int main(int argc, char* argv[])
             walked.build(city.root(), config, true, {}, &city.everyNode());
             walked.camera().setAspect(float(size.width()) / float(size.height()));
             walked.camera().settle();
+            walked.setShadowsEnabled(false);
             first.draw(walked);
             first.finish();
             walked.clear();
