@@ -93,9 +93,12 @@ SceneView::SceneView(AppState& state, QWidget* parent)
     });
     const StructureController& structure = state.structure();
     // Walking into a file or out of it, or its parts arriving, changes what stands in the scene.
+    // At once, not at the next turn of the loop: the window would first be drawn again without it.
     connect(&structure, &StructureController::structureChanged, this, [this] {
-        if (shownCity() != m_builtCity)
+        if (shownCity() != m_builtCity) {
             scheduleBuild(true);
+            flush();
+        }
     });
     connect(&structure, &StructureController::partSelected, this, [this] {
         m_controller.setSelection(shownSelection());
