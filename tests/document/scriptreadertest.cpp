@@ -110,6 +110,10 @@ INSTANTIATE_TEST_SUITE_P(Table, ScriptDeclarations,
             "variable a (1); variable b (f(2)); variable c ('x'); variable d (c)" },
         ReaderRow { "arrows", "const one = x => x * 2; const two = async (a, b) => { return a; };",
             "arrow one (x =>); arrow two ((a, b) =>)" },
+        ReaderRow { "typedDeclarations",
+            "const patch: PatchFn = (n1, n2) => { go(); };\nlet count: Map<string, number> = new Map()\n"
+            "const queue: (job: Job) => void = flush\ninterface Box<T = Item> { x: T }",
+            "arrow patch ((n1, n2) =>); variable count (new Map()); variable queue (flush)" },
         ReaderRow { "objectLiteral",
             "const api = { open() {}, close: () => 0, get size() { return 1; }, version: '1', nested: { "
             "deep: 1 }, short };",

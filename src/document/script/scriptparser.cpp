@@ -69,8 +69,10 @@ std::optional<Parser::Parsed> Parser::declaration(qsizetype at, qsizetype limit,
     if (word == "class")
         return klass(at, j, limit, depth);
     if (among(word, { "const", "let", "var" })) {
-        if (isWord(j + 1) && isPunct(j + 2, '=') && !isPunct(j + 3, '=') && j + 3 < limit)
-            return assignment(at, j + 1, limit, depth, true);
+        // A TypeScript annotation between the name and its value: const patch: PatchFn = …
+        const qsizetype equals = isWord(j + 1) ? skipType(j + 2, limit, true) : limit;
+        if (isPunct(equals, '=') && !isPunct(equals + 1, '=') && equals + 1 < limit)
+            return assignment(at, j + 1, limit, depth, true, equals + 1);
         return std::nullopt;
     }
     if (j != at)
@@ -155,15 +157,17 @@ std::optional<Parser::Parsed> Parser::klass(qsizetype from, qsizetype at, qsizet
 }
 
 std::optional<Parser::Parsed> Parser::assignment(
-    qsizetype from, qsizetype at, qsizetype limit, int depth, bool declared)
+    qsizetype from, qsizetype at, qsizetype limit, int depth, bool declared, qsizetype valueAt)
 {
+    if (valueAt < 0)
+        valueAt = at + 2;
     const bool member = !declared && (isPunct(at - 1, '.') || isPunct(at - 1, '#'));
-    if (!declared && (isWord(at - 1, "type") || isWord(at - 1, "interface")))
-        return std::nullopt; // a TypeScript type, not a value
+    if (!declared && (isWord(at - 1, "type") || isWord(at - 1, "interface") || isPunct(at - 1, '<')))
+        return std::nullopt; // a TypeScript type or a type parameter's default, not a value
     // obj.count = 0 declares nothing worth a part: for a member only a function, class or object
     // is read, and a plain value's inside is not looked through only to be dropped (which, nested,
     // once made a few hundred bytes take seconds).
-    std::optional<Parsed> parsed = value(from, at + 2, limit, depth, !member);
+    std::optional<Parsed> parsed = value(from, valueAt, limit, depth, !member);
     if (!parsed)
         return std::nullopt;
     Found& found = parsed->found;

@@ -73,7 +73,9 @@ private:
     std::optional<Parsed> declaration(qsizetype at, qsizetype limit, int depth);
     std::optional<Parsed> function(qsizetype from, qsizetype at, qsizetype limit, int depth);
     std::optional<Parsed> klass(qsizetype from, qsizetype at, qsizetype limit, int depth);
-    std::optional<Parsed> assignment(qsizetype from, qsizetype at, qsizetype limit, int depth, bool declared);
+    // A name given a value; the value starts just after "=" unless `valueAt` says where.
+    std::optional<Parsed> assignment(
+        qsizetype from, qsizetype at, qsizetype limit, int depth, bool declared, qsizetype valueAt = -1);
     // A function, arrow, class or object; else, when `plain`, the expression as a variable.
     std::optional<Parsed> value(qsizetype from, qsizetype at, qsizetype limit, int depth, bool plain = true);
     std::optional<Parsed> arrow(qsizetype from, qsizetype at, qsizetype limit, int depth);

@@ -71,12 +71,21 @@ qsizetype Parser::skipType(qsizetype at, qsizetype limit, bool beforeBody) const
     if (!isPunct(at, ':'))
         return at;
     qsizetype j = at + 1;
+    // Inside a type's angle brackets (Map<string, number>) a comma or a brace ends nothing.
+    int angles = 0;
     for (int steps = 0; j < limit && steps < 64; ++steps) {
-        if ((text(j) == "=>" && !beforeBody) || isPunct(j, '{') || isPunct(j, ';') || isPunct(j, '=')
-            || isPunct(j, ',') || isCloser(j)
-            || (steps > 0 && newlineBefore(j) && !isPunct(j, '|') && !isPunct(j, '&')))
+        if (angles == 0
+            && ((text(j) == "=>" && !beforeBody) || isPunct(j, '{') || isPunct(j, ';') || isPunct(j, '=')
+                || isPunct(j, ',') || isCloser(j)
+                || (steps > 0 && newlineBefore(j) && !isPunct(j, '|') && !isPunct(j, '&'))))
             break;
-        j = isPunct(j, '(') || isPunct(j, '[') ? closing(j, limit) + 1 : j + 1;
+        const QByteArrayView token = text(j);
+        if (token == "<")
+            ++angles;
+        else if (!token.isEmpty() && angles > 0 && token.count('>') == token.size())
+            angles = std::max(0, angles - int(token.size()));
+        const bool opener = isPunct(j, '(') || isPunct(j, '[') || (angles > 0 && isPunct(j, '{'));
+        j = opener ? closing(j, limit) + 1 : j + 1;
     }
     return std::min(j, limit);
 }
