@@ -84,7 +84,15 @@ PartCity::PartCity(const WebDocument& document, const QString& fileUrl, const QS
         if (id < 0 || std::size_t(id) >= document.nodes.size() || m_nodes[std::size_t(id)])
             continue;
         const WebDocument::Node& part = document.nodes[std::size_t(id)];
-        const bool holds = !part.children.isEmpty();
+        // A function's own variables are its inside, not parts beside it: the function stands as
+        // one building, and holds only the functions and classes declared in it.
+        QList<qsizetype> inside = part.children;
+        if (part.role == WebRole::function || part.role == WebRole::method || part.role == WebRole::handler)
+            inside.removeIf([&document](qsizetype child) {
+                return std::size_t(child) < document.nodes.size()
+                    && document.nodes[std::size_t(child)].role == WebRole::variable;
+            });
+        const bool holds = !inside.isEmpty();
         auto node = std::make_unique<FileNode>(fileUrl, part.name.isEmpty() ? roleName(part.role) : part.name,
             QString::number(id), holds, parent);
         node->language = &roleLanguage(part.role);
@@ -92,7 +100,7 @@ PartCity::PartCity(const WebDocument& document, const QString& fileUrl, const QS
         node->size = node->lines;
         FileNode* added = parent->addChild(std::move(node));
         m_nodes[std::size_t(id)] = added;
-        for (auto child = part.children.crbegin(); child != part.children.crend(); ++child)
+        for (auto child = inside.crbegin(); child != inside.crend(); ++child)
             stack.emplace_back(*child, added);
     }
     m_root->finalize();

@@ -25,7 +25,8 @@ const FileNode* child(const FileNode& folder, const QString& name)
 } // namespace
 
 // A class is a lot its methods stand on, each as many lines tall as it spans, in its role's colour;
-// a plain function stands on the file's own ground, the script block around them all left out.
+// a plain function stands on the file's own ground, its own variables not drawn, and the script
+// block around them all left out.
 TEST(PartCity, ContainersAreLotsAndTheRestBuildings)
 {
     const WebDocument document
@@ -45,6 +46,7 @@ TEST(PartCity, ContainersAreLotsAndTheRestBuildings)
     EXPECT_EQ(open->lines, 4);
     EXPECT_EQ(open->language, &PartCity::roleLanguage(WebRole::method));
     EXPECT_EQ(child(root, u"go"_s)->language->name, u"Function"_s);
+    EXPECT_FALSE(child(root, u"go"_s)->isDirectory) << "its variable is no part of the city";
     EXPECT_EQ(root.fileCount, 3);
 
     // Each node stands for its part and back; every node is in the set that keeps them all standing.
