@@ -84,6 +84,10 @@ PartCity::PartCity(const WebDocument& document, const QString& fileUrl, const QS
         if (id < 0 || std::size_t(id) >= document.nodes.size() || m_nodes[std::size_t(id)])
             continue;
         const WebDocument::Node& part = document.nodes[std::size_t(id)];
+        // What a file includes or imports is another file's code: the outline lists it, the city
+        // does not stand it among the file's own parts.
+        if (part.role == WebRole::external)
+            continue;
         // A function's own variables are its inside, not parts beside it: the function stands as
         // one building, and holds only the functions and classes declared in it.
         QList<qsizetype> inside = part.children;

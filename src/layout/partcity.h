@@ -13,7 +13,8 @@
 // A file's parts as a tree the city layout can stand up: the file is the top folder, every part
 // that holds others (a class, a namespace, a page element, a style or script block) is a folder
 // whose lot its contents share, and every other part (a function, a method, a rule, a handler) is
-// a building as many lines tall as it spans; a function's own variables are not drawn. Each part
+// a building as many lines tall as it spans; a function's own variables and the files it includes
+// are not drawn. Each part
 // is painted in the colour of its role, so
 // the legend reads "Function", "Class", "Style rule" where a folder's city reads languages.
 class PartCity {

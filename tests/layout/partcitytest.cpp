@@ -62,6 +62,16 @@ TEST(PartCity, ContainersAreLotsAndTheRestBuildings)
     EXPECT_FALSE(city.part(&root).has_value());
 }
 
+// A source file's includes are listed in its outline, not stood up among its own parts.
+TEST(PartCity, IncludesStayOutOfTheCity)
+{
+    const WebDocument document
+        = read("#include <stdio.h>\n#include \"box.h\"\nint main() { return 0; }\n", "c");
+    const PartCity city(document, u"/x/main.c"_s, u"main.c"_s);
+    ASSERT_EQ(city.root().children.size(), 1u);
+    EXPECT_EQ(city.root().children.front()->name, u"main"_s);
+}
+
 // The city layout draws every part given the city's nodes, however many share one lot: none is
 // folded into a block, which would read as one part.
 TEST(PartCity, EveryPartStandsOnItsOwn)
