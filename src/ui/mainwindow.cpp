@@ -346,9 +346,11 @@ void MainWindow::refreshLegend()
             { QStringLiteral("Unresolved imports"), graph.unresolved } };
     }
     const SearchController& search = m_state.search();
+    const bool parts = search.inDocument();
     if (search.isActive()) {
-        facts.prepend({ m_state.filters().searchInText() ? QStringLiteral("Files with the text")
-                                                         : QStringLiteral("Names that match"),
+        facts.prepend({ m_state.filters().searchInText()
+                ? (parts ? QStringLiteral("Parts with the text") : QStringLiteral("Files with the text"))
+                : QStringLiteral("Names that match"),
             qint64(search.results().size()) });
         if (m_state.filters().searchInText() && search.textSkipped() > 0)
             facts.insert(1, { QStringLiteral("Skipped (binary or too large)"), search.textSkipped() });
@@ -375,7 +377,7 @@ void MainWindow::refreshLegend()
         && scene.config().mode != VisualizationMode::history;
     const bool textHits = search.isActive() && m_state.filters().searchInText();
     m_legend->setEntries(entries, facts, theme, waiting ? QStringLiteral("reading history…") : QString(),
-        textHits ? QStringLiteral("files") : QStringLiteral("buildings"));
+        textHits ? (parts ? QStringLiteral("parts") : QStringLiteral("files")) : QStringLiteral("buildings"));
     m_legend->setVisible(m_state.root() && !m_state.panels().captureImage()
         && (!entries.isEmpty() || !facts.isEmpty() || waiting));
     placeOverlays();

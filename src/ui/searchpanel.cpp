@@ -122,7 +122,10 @@ QVariant SearchResultsModel::data(const QModelIndex& index, int role) const
     switch (role) {
     case Qt::DisplayRole: return file->name;
     case Qt::ToolTipRole: return file->relativePath;
-    case PathRole: return file->parent ? file->parent->relativePath : QString();
+    case PathRole:
+        return !file->parent || file->parent->relativePath.isEmpty()
+            ? QStringLiteral("/")
+            : QString(file->parent->relativePath + u'/');
     case PositionsRole: return QVariant::fromValue(Fuzzy::positions(m_terms, file->name));
     case CountRole: return m_state.search().textHits().value(file, 0);
     default: return {};
@@ -187,11 +190,9 @@ public:
         }
         painter->setFont(option.font);
         painter->setPen(faint);
-        const QString folder = index.data(SearchResultsModel::PathRole).toString();
+        const QString place = index.data(SearchResultsModel::PathRole).toString();
         painter->drawText(QRect(box.left(), box.top() + line, box.width(), line),
-            Qt::AlignLeft | Qt::AlignVCenter,
-            metrics.elidedText(
-                folder.isEmpty() ? QStringLiteral("/") : folder + u'/', Qt::ElideLeft, box.width()));
+            Qt::AlignLeft | Qt::AlignVCenter, metrics.elidedText(place, Qt::ElideLeft, box.width()));
         painter->restore();
     }
 

@@ -33,8 +33,9 @@ private:
     QLabel* m_status;
 };
 
-// The files found, in order, for the rail: the name with its matched letters marked, the folder,
-// and in a text search the number of matching lines.
+// The files found, in order, for the rail: the name with its matched letters marked, the folder
+// (or for a part of a walked-into file its role and lines), and in a text search the number of
+// matching lines.
 class SearchResultsModel : public QAbstractListModel {
     Q_OBJECT
 public:
