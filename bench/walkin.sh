@@ -2,7 +2,7 @@
 # bench/walkin.sh [FILE...]: walking into files, on a Release build under Xvfb with Mesa's software
 # renderer, warm cache. Generates the 4 MB minified bundle and the 20,000-line C++ file of
 # bench/make-sources.sh, or takes the real files given, then:
-#   - in the window: Return on the file, from the key to the window drawn with the file's city
+#   - in the window: Return on the file, from the key to the first window on the screen with its city
 #     (read, stood up as a city, scene built, drawn), printed by --timings; median of RUNS windows;
 #   - offscreen (bench/scenebench.cpp): the same walk in process without the window, median of 15,
 #     and a frame of the file's city while orbiting, against an empty frame on the same driver.
@@ -31,12 +31,12 @@ walk() {
     keys="/ $(sed 's/./& /g' <<<"${1%%.*}")Return Return"
     KORVANE_KEYS="$keys" KORVANE_STATE="$work/state.json" KORVANE_SIZE=1400x880 XDG_CONFIG_HOME="$work/config" \
         xvfb-run -a -s "-screen 0 1600x1000x24" "$korvane" "$folder" --timings 2>&1 >/dev/null |
-        sed -n 's/^walked into .*: \([0-9]*\) ms to its city drawn.*/\1/p'
+        sed -n 's/^walked into .*: \([0-9]*\) ms to its city on the screen/\1/p'
 }
 
 echo "Walking into files, $(date -u +%Y-%m-%d), $(nproc) cores, load $(cut -d' ' -f1 /proc/loadavg), $(git -C "$here" rev-parse --short HEAD)"
 echo
-echo "| file | size (KiB) | Return to its city drawn, window, median of $runs (ms) | slowest (ms) |"
+echo "| file | size (KiB) | Return to its city on the screen, window, median of $runs (ms) | slowest (ms) |"
 echo "|---|---|---|---|"
 for file in "${files[@]}"; do
     walk "$file" >/dev/null # warm the cache

@@ -292,15 +292,12 @@ void MainWindow::refreshMasthead()
         facts << QStringLiteral("in ") + m_state.viewRoot()->relativePath;
     // In a file's city: the file and what it is written in.
     const StructureController& structure = m_state.structure();
-    const bool inFile = structure.cityShown();
-    if (inFile) {
-        facts = QStringList { *structure.path() };
-        if (const std::shared_ptr<const WebDocument>& document = structure.document())
-            facts << document->program << Format::count(qint64(document->nodes.size()), u"part")
-                  << Format::count(qint64(document->links.size()), u"link");
-        else
-            facts << QStringLiteral("reading…");
-    }
+    const std::shared_ptr<const WebDocument>& document = structure.document();
+    const bool inFile = structure.cityShown() && document;
+    if (inFile)
+        facts = QStringList { *structure.path(), document->program,
+            Format::count(qint64(document->nodes.size()), u"part"),
+            Format::count(qint64(document->links.size()), u"link") };
     m_facts->setText(facts.join(QStringLiteral("  ·  ")));
     setWindowTitle(root->name + QStringLiteral(" — Korvane"));
     const DisplaySettings& display = m_state.display();
@@ -325,7 +322,10 @@ void MainWindow::refreshPanels()
     m_rail->setColumnHidden(1, panels.railMode() != RailMode::expanded);
     // A file walked into takes the drawer's place, whose details are of that file anyway; "]"
     // shows or hides whichever the right column holds.
-    const bool walked = m_state.structure().panelShown();
+    // While a file is read for its city, the column stays as it was: the window is drawn again
+    // once, when the city comes, and not twice.
+    const StructureController& structure = m_state.structure();
+    const bool walked = structure.panelShown() && !(structure.cityShown() && structure.isReading());
     m_drawer->setVisible(!capture && panels.showDrawer() && !walked);
     m_structure->setVisible(!capture && panels.showDrawer() && walked);
     m_drawer->setFixedWidth(int(panels.drawerWidth()));

@@ -33,6 +33,8 @@ public:
     void settleCamera();
     // Shadows held back for a moment (a file's city just built, the history moving) come now.
     void restoreShadows();
+    // Whether the scene stands for a walked-into file's parts.
+    bool showsPartCity() const { return m_builtCity != nullptr; }
     qint64 lastBuildMilliseconds() const { return m_buildMs; }
     // Why the view has drawn nothing once shown (no OpenGL context, or a renderer that would not
     // start), or an empty string when it draws.
