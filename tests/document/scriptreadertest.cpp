@@ -112,8 +112,11 @@ INSTANTIATE_TEST_SUITE_P(Table, ScriptDeclarations,
             "arrow one (x =>); arrow two ((a, b) =>)" },
         ReaderRow { "typedDeclarations",
             "const patch: PatchFn = (n1, n2) => { go(); };\nlet count: Map<string, number> = new Map()\n"
-            "const queue: (job: Job) => void = flush\ninterface Box<T = Item> { x: T }",
-            "arrow patch ((n1, n2) =>); variable count (new Map()); variable queue (flush)" },
+            "const queue: (job: Job) => void = flush\ninterface Box<T = Item> { x: T }\n"
+            "interface Options<\n  Node = BaseNode,\n  Element = BaseElement,\n> { x: Node }\nlet a = 1, b = "
+            "2",
+            "arrow patch ((n1, n2) =>); variable count (new Map()); variable queue (flush); variable a (1); "
+            "variable b (2)" },
         ReaderRow { "objectLiteral",
             "const api = { open() {}, close: () => 0, get size() { return 1; }, version: '1', nested: { "
             "deep: 1 }, short };",

@@ -162,7 +162,7 @@ std::optional<Parser::Parsed> Parser::assignment(
     if (valueAt < 0)
         valueAt = at + 2;
     const bool member = !declared && (isPunct(at - 1, '.') || isPunct(at - 1, '#'));
-    if (!declared && (isWord(at - 1, "type") || isWord(at - 1, "interface") || isPunct(at - 1, '<')))
+    if (!declared && (isWord(at - 1, "type") || isWord(at - 1, "interface") || inTypeParameters(at)))
         return std::nullopt; // a TypeScript type or a type parameter's default, not a value
     // obj.count = 0 declares nothing worth a part: for a member only a function, class or object
     // is read, and a plain value's inside is not looked through only to be dropped (which, nested,

@@ -107,6 +107,8 @@ private:
     bool isWord(qsizetype i, QByteArrayView text) const;
     bool isPunct(qsizetype i, char c) const;
     bool isOpener(qsizetype i) const;
+    // Whether a token lies in a list of type parameters: interface Options<A = B, C = D>.
+    bool inTypeParameters(qsizetype at) const;
     bool isCloser(qsizetype i) const;
     QByteArrayView text(qsizetype i) const { return m_tokens[size_t(i)].text(m_source); }
     QByteArray text(qsizetype from, qsizetype through) const;

@@ -40,6 +40,24 @@ bool Parser::isPunct(qsizetype i, char c) const
         && m_source[token.start()] == c;
 }
 
+bool Parser::inTypeParameters(qsizetype at) const
+{
+    // Back over the list, nested angles skipped, to the "<" that opens it after a name.
+    int depth = 0;
+    for (qsizetype i = at - 1, steps = 0; i >= 0 && steps < 64; --i, ++steps) {
+        if (isPunct(i, ';') || isPunct(i, '{') || isPunct(i, '}'))
+            return false;
+        if (isPunct(i, '>')) {
+            ++depth;
+        } else if (isPunct(i, '<')) {
+            if (depth == 0)
+                return isWord(i - 1);
+            --depth;
+        }
+    }
+    return false;
+}
+
 bool Parser::isOpener(qsizetype i) const
 {
     return isPunct(i, '(') || isPunct(i, '[') || isPunct(i, '{');
