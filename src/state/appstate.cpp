@@ -37,8 +37,9 @@ AppState::AppState(QObject* parent, bool persistent)
     });
     // A file walked into whose reading stopped early says so over its city, once.
     connect(m_structure, &StructureController::structureChanged, this, [this] {
-        const WebDocument* document = m_structure->document().get();
-        if (document && document->truncated && m_structure->cityShown() && document != m_toldTruncated) {
+        const std::shared_ptr<const WebDocument>& document = m_structure->document();
+        if (document && document->truncated && m_structure->cityShown()
+            && document != m_toldTruncated.lock()) {
             m_toldTruncated = document;
             setErrorMessage(StructureController::truncatedMessage());
         }

@@ -186,5 +186,5 @@ private:
     VisualizationMode m_modeBeforeGraph = VisualizationMode::city;
     VisualizationMode m_modeBeforeHistory = VisualizationMode::city;
     SceneHost* m_scene = nullptr;
-    const WebDocument* m_toldTruncated = nullptr; // the last document whose early stop was told
+    std::weak_ptr<const WebDocument> m_toldTruncated; // the last document whose early stop was told
 };

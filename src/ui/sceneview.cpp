@@ -298,8 +298,9 @@ void SceneView::applyFilter()
 {
     const Filters& filters = m_state.filters();
     const SearchController& search = m_state.search();
-    const QSet<QString> isolated = filters.isolated();
-    const int minChanges = filters.minChanges();
+    // A file's parts answer only to the search inside the file; the folder's filters wait for it.
+    const QSet<QString> isolated = m_builtCity ? QSet<QString>() : filters.isolated();
+    const int minChanges = m_builtCity ? 0 : filters.minChanges();
     // A text search lights the files it found by how many lines matched, on a log scale so that
     // one file of a thousand hits does not leave the rest looking cold.
     QHash<const FileNode*, float> heat;
