@@ -64,6 +64,9 @@ void AppState::setViewRoot(const FileNode* node)
 
 void AppState::select(const FileNode* node, bool follow, bool frame)
 {
+    // Another file chosen (in the rail, say) is chosen in the folder's city.
+    if (node != m_selection)
+        m_structure->leaveCity();
     if (node)
         m_imports->chooseCycle(std::nullopt);
     if (node != m_selection) {

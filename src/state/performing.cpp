@@ -267,8 +267,14 @@ std::optional<bool> KeyRouter::performFolder(Action action)
         if (!s.scene() || !selection)
             return false;
         std::optional<QString> why = handOverRefusal(*selection);
+        // In a file's city, at the line of the part selected there.
+        const StructureController& structure = s.structure();
+        const std::optional<qsizetype> part = structure.cityShown() ? structure.selectedPart() : std::nullopt;
+        const int line = part
+            ? int(std::max<qint64>(structure.document()->nodes[std::size_t(*part)].line, 0) + 1)
+            : s.search().firstHitLine(*selection);
         if (!why)
-            why = s.scene()->openExternally(selection->url, s.search().firstHitLine(*selection));
+            why = s.scene()->openExternally(selection->url, line);
         if (why)
             s.setErrorMessage(*why);
         return !why;

@@ -268,6 +268,11 @@ TEST_F(StateTest, EnterEscapeAscendAndDiveWalkTheTree)
     ASSERT_TRUE(state.enter()); // a source file: walk into it, keep it selected
     EXPECT_EQ(state.selection(), &node(state, u"src/main.c"_s));
     EXPECT_TRUE(state.structure().cityShown());
+    state.select(&node(state, u"src/lib/deep.c"_s)); // another file chosen, in the rail say
+    EXPECT_FALSE(state.structure().cityShown());
+    state.select(&node(state, u"src/main.c"_s));
+    ASSERT_TRUE(state.enter());
+    ASSERT_TRUE(state.structure().cityShown());
 
     ASSERT_TRUE(state.ascend()); // out of the file, onto it
     EXPECT_FALSE(state.structure().cityShown());

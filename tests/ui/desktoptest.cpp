@@ -317,6 +317,25 @@ TEST(OpenWith, TheEditorOpensATextHitAtItsLine)
         "+3\n" + QDir(plain.path()).absoluteFilePath(u"notes/plan.md"_s).toUtf8() + '\n');
 }
 
+// Inside a walked-into file, the editor gets the file at the line of the part selected.
+TEST(OpenWith, TheEditorOpensAPartAtItsLine)
+{
+    TempFolder folder, home, config;
+    folder.write(u"tool.c"_s, "int first(void) { return 1; }\n\nint second(void)\n{\n  return first();\n}\n");
+    const QString editor = home.write(u"bin/vim"_s, "#!/bin/sh\nprintf '%s\\n' \"$@\" > \"$0.args\"\n");
+    QFile::setPermissions(editor, QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
+    QHash<QString, QString> variables = bareDesktop(home);
+    variables.insert(u"KORVANE_EDITOR"_s, editor);
+    const QJsonObject state = runWindow(
+        folder.path(), u"/ t o o l Return Return / s e c o n d Return o"_s, config.path(), variables);
+    ASSERT_EQ(state[u"symbolFocus"_s][u"name"_s], u"second"_s);
+    EXPECT_EQ(state[u"errorMessage"_s], QJsonValue());
+    ASSERT_TRUE(waitFor([&] { return QFile::exists(editor + u".args"_s); }, 5000));
+    ASSERT_TRUE(waitFor([&] { return readFile(editor + u".args"_s).endsWith('\n'); }, 2000));
+    EXPECT_EQ(readFile(editor + u".args"_s),
+        "+3\n" + QDir(folder.path()).absoluteFilePath(u"tool.c"_s).toUtf8() + '\n');
+}
+
 TEST(OpenWith, AnEditorThatCannotStartIsNamed)
 {
     Plain plain;
