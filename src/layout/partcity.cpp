@@ -89,13 +89,17 @@ PartCity::PartCity(const WebDocument& document, const QString& fileUrl, const QS
         if (part.role == WebRole::external)
             continue;
         // A function's own variables are its inside, not parts beside it: the function stands as
-        // one building, and holds only the functions and classes declared in it.
+        // one building, and holds only the functions and classes declared in it. A part that holds
+        // only what is left out stands as a building too.
+        const bool callable
+            = part.role == WebRole::function || part.role == WebRole::method || part.role == WebRole::handler;
         QList<qsizetype> inside = part.children;
-        if (part.role == WebRole::function || part.role == WebRole::method || part.role == WebRole::handler)
-            inside.removeIf([&document](qsizetype child) {
-                return std::size_t(child) < document.nodes.size()
-                    && document.nodes[std::size_t(child)].role == WebRole::variable;
-            });
+        inside.removeIf([&document, callable](qsizetype child) {
+            if (std::size_t(child) >= document.nodes.size())
+                return true;
+            const WebRole role = document.nodes[std::size_t(child)].role;
+            return role == WebRole::external || (callable && role == WebRole::variable);
+        });
         const bool holds = !inside.isEmpty();
         auto node = std::make_unique<FileNode>(fileUrl, part.name.isEmpty() ? roleName(part.role) : part.name,
             QString::number(id), holds, parent);

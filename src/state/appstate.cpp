@@ -28,26 +28,26 @@ AppState::AppState(QObject* parent, bool persistent)
         connect(this, signal, this, &AppState::followCommitsNeed);
     connect(m_panels, &Panels::showDrawerChanged, this, &AppState::followCommitsNeed);
     connect(m_display, &DisplaySettings::modeChanged, this, &AppState::followCommitsNeed);
-    // In a file's city the search looks among its parts; each way in or out starts it afresh.
-    connect(m_structure, &StructureController::structureChanged, this, [this] {
-        const bool inCity = m_structure->cityShown() && m_structure->city();
-        if (inCity != m_search->inDocument())
-            m_filters->setSearchText(QString());
-        m_search->searchDocument(inCity ? m_structure->city() : nullptr, m_structure->document());
-    });
-    // A file walked into whose reading stopped early says so over its city, once.
-    connect(m_structure, &StructureController::structureChanged, this, [this] {
-        const std::shared_ptr<const WebDocument>& document = m_structure->document();
-        if (document && document->truncated && m_structure->cityShown()
-            && document != m_toldTruncated.lock()) {
-            m_toldTruncated = document;
-            setErrorMessage(StructureController::truncatedMessage());
-        }
-    });
+    connect(m_structure, &StructureController::structureChanged, this, &AppState::followStructure);
     connect(m_downloads, &DownloadController::fetched, this, [this](const QString& folder) {
         m_panels->setShowRemote(false);
         open(folder);
     });
+}
+
+void AppState::followStructure()
+{
+    // In a file's city the search looks among its parts; each way in or out starts it afresh.
+    const bool inCity = m_structure->cityShown() && m_structure->city();
+    if (inCity != m_search->inDocument())
+        m_filters->setSearchText(QString());
+    m_search->searchDocument(inCity ? m_structure->city() : nullptr, m_structure->document());
+    // A file walked into whose reading stopped early says so over its city, once.
+    const std::shared_ptr<const WebDocument>& document = m_structure->document();
+    if (document && document->truncated && m_structure->cityShown() && document != m_toldTruncated.lock()) {
+        m_toldTruncated = document;
+        setErrorMessage(StructureController::truncatedMessage());
+    }
 }
 
 void AppState::followCommitsNeed()

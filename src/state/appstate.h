@@ -151,6 +151,8 @@ private:
     void followImportsNeed();
     // Shows the history's city once it is read, while the history view is on.
     void followHistory();
+    // The search inside a walked-into file, and the word that its reading stopped early.
+    void followStructure();
     // Reads the newest commits of what the drawer shows, while it shows them.
     void followCommitsNeed();
     bool selectNearestCentre();
