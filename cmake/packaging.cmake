@@ -21,10 +21,11 @@ set(CPACK_STRIP_FILES ON)
 set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
 set(CPACK_DEBIAN_PACKAGE_SECTION devel)
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
-# The window needs one of Qt's platform plugins, which libqt6gui6 only recommends; repositories
+# The window needs one of Qt's platform plugins, which libqt6gui6 only recommends, and the preview
+# reads SVG, WebP and TIFF pictures through Qt's image plugins; repositories
 # are read through git; snapshots on a machine without a display run under xvfb-run, and replays
 # become videos through ffmpeg.
-set(CPACK_DEBIAN_PACKAGE_DEPENDS "qt6-qpa-plugins")
+set(CPACK_DEBIAN_PACKAGE_DEPENDS "qt6-qpa-plugins, libqt6svg6, qt6-image-formats-plugins")
 set(CPACK_DEBIAN_PACKAGE_RECOMMENDS "git")
 set(CPACK_DEBIAN_PACKAGE_SUGGESTS "xvfb, xauth, ffmpeg")
 include(CPack)

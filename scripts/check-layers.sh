@@ -18,10 +18,11 @@ declare -A links=(
     [search]="scan model text"
     [engineering]=""
     [layout]="model document imports"
-    [state]="layout history search imports document engineering scan text model git"
+    [preview]="model text document engineering"
+    [state]="preview layout history search imports document engineering scan text model git"
     [scene]="state"
     [ui]="scene"
-    [cli]="layout history search imports document engineering scan text model git"
+    [cli]="preview layout history search imports document engineering scan text model git"
     [app]="cli ui"
 )
 

@@ -4,7 +4,7 @@
 set -euo pipefail
 
 packages=(build-essential cmake ninja-build git qt6-base-dev libqt6opengl6-dev libgl-dev libgtest-dev
-          xvfb xauth libgl1-mesa-dri "$@")
+          libqt6svg6 qt6-image-formats-plugins xvfb xauth libgl1-mesa-dri "$@")
 
 missing=()
 for package in "${packages[@]}"; do

@@ -1,6 +1,7 @@
 #include "cli/commandline.h"
 #include "model/buildinfo.h"
 #include "state/settingsfile.h"
+#include "ui/previewcommand.h"
 #include "ui/replaycommand.h"
 #include "ui/snapshotcommand.h"
 #include "ui/startup.h"
@@ -55,6 +56,18 @@ int main(int argc, char* argv[])
             && !Cli::isCommand(windowArguments[0]));
     // Without a folder, the command line says what these commands need.
     const bool drawn = (first == u"snapshot" || first == u"replay") && argc > 2;
+    // The preview panel draws without OpenGL, so it needs no display at all.
+    if (first == u"preview" && argc > 2) {
+        if (!hasDisplay())
+            qputenv("QT_QPA_PLATFORM", "offscreen");
+        QApplication app(argc, argv);
+        name(app);
+        QStringList arguments = QCoreApplication::arguments();
+        arguments.removeFirst();
+        return Cli::run(arguments, [](const QString&, const Cli::Arguments& parsed) {
+            return previewCommand({ parsed.positional.first(), parsed.flags, parsed.options });
+        });
+    }
     if (!window && !drawn) {
         QCoreApplication app(argc, argv);
         name(app);

@@ -72,6 +72,20 @@ const QList<Command>& commands()
                 QStringLiteral("--size"), QStringLiteral("--from"), QStringLiteral("--to"),
                 QStringLiteral("--theme"), QStringLiteral("--color") },
             {} },
+        { QStringLiteral("preview"),
+            QStringLiteral("preview FILE --out FILE.png [--size WxH] [--hex] [--raw] [--minimap] [--theme "
+                           "dark|light] [--line N] [--print-state]"),
+            QStringLiteral(
+                "Draw the preview panel alone for one file into an image: its text coloured, "
+                "Markdown or HTML rendered, a picture, a board or schematic drawn; --hex shows its "
+                "bytes, --raw the source of what is rendered, --line N scrolls to line N, "
+                "--print-state prints what the panel shows"),
+            1,
+            { QStringLiteral("--hex"), QStringLiteral("--raw"), QStringLiteral("--minimap"),
+                QStringLiteral("--print-state") },
+            { QStringLiteral("--out"), QStringLiteral("--size"), QStringLiteral("--theme"),
+                QStringLiteral("--line") },
+            {} },
         { QStringLiteral("outline"), QStringLiteral("outline FILE [--filter QUERY] [--tiles WxH] [--json]"),
             QStringLiteral("Read one page, stylesheet, script, C-family or Rust file into its parts and the "
                            "links between them; --filter keeps the parts whose names match loosely, --tiles "

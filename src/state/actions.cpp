@@ -53,6 +53,11 @@ constexpr std::array<ActionInfo, std::size_t(Action::recentOpen) + 1> actionTabl
     { Action::minimap, "minimap", "m", "Minimap of the preview" },
     { Action::hex, "hex", "x", "Bytes of the preview in hex" },
     { Action::raw, "raw", "v", "Raw source in the preview" },
+    { Action::previewPageDown, "previewPageDown", "Page Down", "Scroll the preview, or zoom its drawing" },
+    { Action::previewPageUp, "previewPageUp", "Page Up", "Scroll the preview, or zoom its drawing" },
+    { Action::previewNextHit, "previewNextHit", "F3", "Next or previous hit of the search in the preview" },
+    { Action::previewPreviousHit, "previewPreviousHit", "Shift F3",
+        "Next or previous hit of the search in the preview" },
     { Action::structure, "structure", "s", "The file's outline and the lines of its parts" },
     { Action::structureTab, "structureTab", "g", "Outline, treemap, flow or links of the file" },
     { Action::theme, "theme", "t", "Dark or light theme" },
@@ -137,23 +142,4 @@ QString actionKey(Action action)
 QString actionDescription(Action action)
 {
     return utf8(actionInfo(action).description);
-}
-
-std::optional<MissingFeature> missingFeature(Action action)
-{
-    switch (action) {
-    case Action::preview:
-    case Action::minimap:
-    case Action::hex:
-    case Action::raw: return MissingFeature::preview;
-    default: return std::nullopt;
-    }
-}
-
-QString missingMessage(MissingFeature feature)
-{
-    switch (feature) {
-    case MissingFeature::preview: return QStringLiteral("Previews are not available yet.");
-    }
-    return {};
 }

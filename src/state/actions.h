@@ -58,6 +58,10 @@ enum class Action {
     minimap,
     hex,
     raw,
+    previewPageDown,
+    previewPageUp,
+    previewNextHit,
+    previewPreviousHit,
     structure,
     structureTab,
     theme,
@@ -108,10 +112,3 @@ QString actionName(Action action);
 std::optional<Action> actionFromName(QStringView name);
 QString actionKey(Action action);
 QString actionDescription(Action action);
-
-// The parts of the program some actions need and that are not there yet, each with the sentence
-// the window shows when one of its actions is asked for.
-enum class MissingFeature { preview };
-
-std::optional<MissingFeature> missingFeature(Action action);
-QString missingMessage(MissingFeature feature);

@@ -17,6 +17,7 @@ AppState::AppState(QObject* parent, bool persistent)
     m_picker = adopt<FolderPicker>();
     m_downloads = adopt<DownloadController>(m_pool);
     m_panels = adopt<Panels>();
+    m_preview = adopt<PreviewController>(m_pool);
     m_recents = adopt<Recents>(persistent);
     connect(m_display, &DisplaySettings::modeChanged, this, &AppState::modeChanged);
     connect(m_scan, &ScanController::scanned, this, [this](const ScanResult& result) { apply(result); });
@@ -29,6 +30,10 @@ AppState::AppState(QObject* parent, bool persistent)
     connect(m_panels, &Panels::showDrawerChanged, this, &AppState::followCommitsNeed);
     connect(m_display, &DisplaySettings::modeChanged, this, &AppState::followCommitsNeed);
     connect(m_structure, &StructureController::structureChanged, this, &AppState::followStructure);
+    connect(this, &AppState::selectionChanged, this, &AppState::followPreview);
+    connect(m_panels, &Panels::showPreviewChanged, this, &AppState::followPreview);
+    connect(m_display, &DisplaySettings::modeChanged, this, &AppState::followPreview);
+    connect(m_timeline, &TimelineController::moved, this, &AppState::followPreview);
     connect(m_downloads, &DownloadController::fetched, this, [this](const QString& folder) {
         m_panels->setShowRemote(false);
         open(folder);
@@ -48,6 +53,26 @@ void AppState::followStructure()
         m_toldTruncated = document;
         setErrorMessage(StructureController::truncatedMessage());
     }
+}
+
+void AppState::followPreview()
+{
+    const FileNode* file = m_selection && !m_selection->isDirectory ? m_selection : nullptr;
+    if (!m_panels->showPreview() || !file)
+        return m_preview->clear();
+    if (m_display->mode() != VisualizationMode::history)
+        return m_preview->show(*file);
+    if (!m_timeline->isReady())
+        return m_preview->clear();
+    // During playback the text follows the file's own changes, not every step of the playhead.
+    const Commit* changed = m_timeline->lastChange(*file);
+    const std::shared_ptr<const PreviewContent>& shown = m_preview->content();
+    const QString caption = changed
+        ? QStringLiteral("At commit ") + changed->shortHash() + QStringLiteral(" · ") + changed->subject
+        : QStringLiteral("Before its first commit");
+    if (shown && shown->node == file && shown->caption == caption)
+        return;
+    m_preview->showRevision(*file, m_timeline->revision(*file), caption);
 }
 
 void AppState::followCommitsNeed()

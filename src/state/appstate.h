@@ -8,6 +8,7 @@
 #include "state/filters.h"
 #include "state/folderpicker.h"
 #include "state/panels.h"
+#include "state/previewcontroller.h"
 #include "state/recents.h"
 #include "state/scancontroller.h"
 #include "state/scenehost.h"
@@ -64,6 +65,8 @@ public:
     const FolderPicker& picker() const { return *m_picker; }
     DownloadController& downloads() { return *m_downloads; }
     const DownloadController& downloads() const { return *m_downloads; }
+    PreviewController& preview() { return *m_preview; }
+    const PreviewController& preview() const { return *m_preview; }
 
     // --- the folder -------------------------------------------------------------------------
     const FileNode* root() const { return m_root.get(); }
@@ -155,6 +158,9 @@ private:
     void followStructure();
     // Reads the newest commits of what the drawer shows, while it shows them.
     void followCommitsNeed();
+    // Previews the file selected while the preview is shown; in the history view, as it was at the
+    // playhead.
+    void followPreview();
     bool selectNearestCentre();
     // What the arrows and Tab move: the selection, or in a file's city the part selected.
     const FileNode* cursor() const;
@@ -173,6 +179,7 @@ private:
     StructureController* m_structure = nullptr;
     FolderPicker* m_picker = nullptr;
     DownloadController* m_downloads = nullptr;
+    PreviewController* m_preview = nullptr;
     Panels* m_panels = nullptr;
     Recents* m_recents = nullptr;
 

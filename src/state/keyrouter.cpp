@@ -113,7 +113,7 @@ std::optional<Action> KeyRouter::route(const KeyPress& press) const
     if (const std::optional<Action> window = windowAction(press))
         return window;
     if (m_state.filters().searchFocused() && !command)
-        return searchAction(key);
+        return searchAction(press);
     // While a scan runs the scene keys wait; Escape gives up the scan.
     if (m_state.scan().scanning())
         return key == Qt::Key_Escape ? std::optional(Action::cancelScan) : std::nullopt;
@@ -180,9 +180,25 @@ std::optional<Action> KeyRouter::remoteAction(const KeyPress& press) const
     }
 }
 
-std::optional<Action> KeyRouter::searchAction(int key) const
+// Paging and the search's hits in the preview, from the scene and from the search field alike.
+std::optional<Action> KeyRouter::previewAction(const KeyPress& press) const
 {
-    switch (key) {
+    if (!m_state.panels().showPreview())
+        return std::nullopt;
+    const bool shift = press.modifiers & Qt::ShiftModifier;
+    switch (press.key) {
+    case Qt::Key_PageDown: return Action::previewPageDown;
+    case Qt::Key_PageUp: return Action::previewPageUp;
+    case Qt::Key_F3: return shift ? Action::previewPreviousHit : Action::previewNextHit;
+    default: return std::nullopt;
+    }
+}
+
+std::optional<Action> KeyRouter::searchAction(const KeyPress& press) const
+{
+    if (const std::optional<Action> preview = previewAction(press))
+        return preview;
+    switch (press.key) {
     case Qt::Key_Tab:
     case Qt::Key_Backtab: return Action::searchToggleText;
     case Qt::Key_Escape: return Action::searchEscape;
@@ -237,6 +253,8 @@ std::optional<Action> KeyRouter::sceneAction(const KeyPress& press) const
     case Qt::Key_Escape: return Action::escape;
     default: break;
     }
+    if (const std::optional<Action> preview = previewAction(press))
+        return preview;
     for (const ArrowActions& arrow : arrows) {
         if (arrow.key == press.key)
             return shift ? arrow.shift : option ? arrow.option : arrow.plain;

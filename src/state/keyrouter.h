@@ -51,18 +51,19 @@ public:
 private:
     std::optional<Action> pickerAction(const KeyPress& press) const;
     std::optional<Action> remoteAction(const KeyPress& press) const;
-    std::optional<Action> searchAction(int key) const;
+    std::optional<Action> searchAction(const KeyPress& press) const;
+    std::optional<Action> previewAction(const KeyPress& press) const;
     std::optional<Action> welcomeAction(const KeyPress& press) const;
     std::optional<Action> outlineAction(const KeyPress& press) const;
     std::optional<Action> sceneAction(const KeyPress& press) const;
 
-    void refuse(Action action, MissingFeature feature);
     // Each group performs its own actions and returns none for the others.
     std::optional<bool> performNavigation(Action action);
     std::optional<bool> performCamera(Action action);
     std::optional<bool> performDisplay(Action action);
     std::optional<bool> performHistory(Action action);
     std::optional<bool> performPanels(Action action);
+    bool performPreview(Action action);
     std::optional<bool> performFilters(Action action);
     std::optional<bool> performFolder(Action action);
 

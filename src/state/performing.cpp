@@ -54,15 +54,11 @@ bool KeyRouter::perform(const QString& name)
 bool KeyRouter::knows(const QString& name)
 {
     const std::optional<Action> action = actionFromName(name);
-    return action && !missingFeature(*action);
+    return action.has_value();
 }
 
 bool KeyRouter::perform(Action action)
 {
-    if (const std::optional<MissingFeature> missing = missingFeature(action)) {
-        refuse(action, *missing);
-        return false;
-    }
     for (const auto group : { &KeyRouter::performNavigation, &KeyRouter::performCamera,
              &KeyRouter::performDisplay, &KeyRouter::performHistory, &KeyRouter::performPanels,
              &KeyRouter::performFilters, &KeyRouter::performFolder }) {
@@ -70,11 +66,6 @@ bool KeyRouter::perform(Action action)
             return *done;
     }
     return false;
-}
-
-void KeyRouter::refuse(Action, MissingFeature feature)
-{
-    m_state.setErrorMessage(missingMessage(feature));
 }
 
 std::optional<bool> KeyRouter::performNavigation(Action action)
@@ -196,6 +187,14 @@ std::optional<bool> KeyRouter::performPanels(Action action)
     case Action::drawer: return panels.setShowDrawer(!panels.showDrawer()), true;
     case Action::wideDrawer: return panels.toggleWideDrawer(), true;
     case Action::dismissCapture: return panels.setCaptureImage(false), true;
+    case Action::preview:
+    case Action::minimap:
+    case Action::hex:
+    case Action::raw:
+    case Action::previewPageDown:
+    case Action::previewPageUp:
+    case Action::previewNextHit:
+    case Action::previewPreviousHit: return performPreview(action);
     case Action::fullScreen: return panels.setFullScreen(!panels.fullScreen()), true;
     case Action::structureTab:
         if (!m_state.structure().path()) {
@@ -220,6 +219,49 @@ std::optional<bool> KeyRouter::performPanels(Action action)
     case Action::outlineOpen: return outline && (outline->open(), true);
     case Action::outlineClose: return outline && (outline->close(), true);
     default: return std::nullopt;
+    }
+}
+
+// The preview's views. Asking for one of them shows the preview too.
+bool KeyRouter::performPreview(Action action)
+{
+    Panels& panels = m_state.panels();
+    PreviewController& preview = m_state.preview();
+    if (!m_state.root())
+        return false;
+    const std::shared_ptr<const PreviewContent>& content = preview.content();
+    switch (action) {
+    case Action::preview: return panels.setShowPreview(!panels.showPreview()), true;
+    case Action::minimap:
+        if (panels.showPreview())
+            return panels.setShowMinimap(!panels.showMinimap()), true;
+        return panels.setShowMinimap(true), panels.setShowPreview(true), true;
+    case Action::hex:
+        if (panels.showPreview())
+            return panels.setHexMode(!panels.hexMode()), true;
+        return panels.setHexMode(true), panels.setShowPreview(true), true;
+    case Action::raw:
+        if (panels.rawSource())
+            return panels.setRawSource(false), true;
+        if (content && !content->message && !Preview::hasRawSource(content->kind, content->name)) {
+            m_state.setErrorMessage(QStringLiteral("v shows the source of Markdown, HTML, SVG, boards and "
+                                                   "schematics; ")
+                + content->name + QStringLiteral(" is shown as it is."));
+            return false;
+        }
+        return panels.setRawSource(true), panels.setShowPreview(true), true;
+    case Action::previewPageDown:
+    case Action::previewPageUp:
+        return content && (preview.page(action == Action::previewPageDown ? 1 : -1), true);
+    case Action::previewNextHit:
+    case Action::previewPreviousHit:
+        if (!m_state.filters().searchInText() || m_state.filters().searchText().trimmed().isEmpty()) {
+            m_state.setErrorMessage(
+                QStringLiteral("Search the files' text first (/ then Tab) to step through its hits."));
+            return false;
+        }
+        return content && (preview.stepHit(action == Action::previewNextHit ? 1 : -1), true);
+    default: return false;
     }
 }
 
@@ -322,7 +364,7 @@ QList<QPair<QString, QString>> KeyRouter::sceneKeys()
     for (const ActionInfo& info : actionTable) {
         if (info.action > Action::keys)
             break;
-        if (info.key.empty() || missingFeature(info.action))
+        if (info.key.empty())
             continue;
         if (info.description != description)
             finishRow();

@@ -33,6 +33,12 @@ public:
     qsizetype lineCount(QByteArrayView utf8) const;
     // Whether one line holds a match.
     bool inLine(QStringView line) const;
+    // Whether indexIn may be used: the needle matches UTF-8 bytes without their being decoded.
+    bool bytewise() const { return m_bytewise; }
+    // The first match at or after `from` in UTF-8 bytes, or -1; only for a bytewise needle.
+    qsizetype indexIn(QByteArrayView utf8, qsizetype from) const { return find(utf8, from); }
+    // The needle's length in UTF-8 bytes, as a bytewise match spans it.
+    qsizetype byteLength() const { return m_bytes.size(); }
 
 private:
     TextNeedle(QString text, bool caseSensitive);

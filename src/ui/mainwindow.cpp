@@ -7,6 +7,7 @@
 #include "ui/filetreemodel.h"
 #include "ui/openpanels.h"
 #include "ui/panels.h"
+#include "ui/previewpanel.h"
 #include "ui/sceneview.h"
 #include "ui/searchpanel.h"
 #include "ui/structurepanel.h"
@@ -103,11 +104,14 @@ MainWindow::MainWindow(AppState& state, QWidget* parent)
     column->addWidget(m_timeline);
     m_drawer = new Drawer(state, m_viewer);
     m_structure = new StructurePanel(state, m_viewer);
+    m_preview = new PreviewPanel(state, m_viewer);
     auto* body = new QHBoxLayout(m_viewer);
     body->setContentsMargins(0, 0, 0, 0);
     body->setSpacing(0);
     body->addWidget(m_railStack);
-    body->addWidget(centre, 1);
+    // The preview takes two fifths of what the scene and it share.
+    body->addWidget(centre, 3);
+    body->addWidget(m_preview, 2);
     body->addWidget(m_structure);
     body->addWidget(m_drawer);
     connect(&state.structure(), &StructureController::structureChanged, this, &MainWindow::refreshPanels);
@@ -191,8 +195,9 @@ void MainWindow::watchState()
         connect(&m_state, signal, this, &MainWindow::refreshPanels);
     connect(scan, &ScanController::scanningChanged, this, &MainWindow::refreshPanels);
     connect(&m_state.imports(), &DependencyController::progressChanged, this, &MainWindow::placeOverlays);
-    for (const auto signal : { &Panels::railModeChanged, &Panels::showDrawerChanged,
-             &Panels::drawerWidthChanged, &Panels::showKeysChanged, &Panels::captureImageChanged })
+    for (const auto signal :
+        { &Panels::railModeChanged, &Panels::showDrawerChanged, &Panels::showPreviewChanged,
+            &Panels::drawerWidthChanged, &Panels::showKeysChanged, &Panels::captureImageChanged })
         connect(panels, signal, this, &MainWindow::refreshPanels);
     for (const auto signal : { &Panels::showPickerChanged, &Panels::showRemoteChanged })
         connect(panels, signal, this, &MainWindow::followOpenPanels);
@@ -329,6 +334,7 @@ void MainWindow::refreshPanels()
     m_drawer->setVisible(!capture && panels.showDrawer() && !walked);
     m_structure->setVisible(!capture && panels.showDrawer() && walked);
     m_drawer->setFixedWidth(int(panels.drawerWidth()));
+    m_preview->setVisible(!capture && panels.showPreview());
     m_keySheet->setVisible(panels.showKeys());
     m_legend->setVisible(!capture && m_state.root() && !m_legend->isHidden());
     placeOverlays();
@@ -619,8 +625,6 @@ void MainWindow::addModeChoices(QMenu& menu, const std::array<Mode, count>& mode
 
 bool MainWindow::offered(Action action) const
 {
-    if (missingFeature(action))
-        return false;
     if (action == Action::keys || action == Action::picker || action == Action::remote
         || action == Action::fullScreen)
         return true;

@@ -12,6 +12,7 @@ class FileTreeModel;
 class KeySheet;
 class Legend;
 class MessageBanner;
+class PreviewPanel;
 class ProgressPanel;
 class QLabel;
 class QMenu;
@@ -44,6 +45,7 @@ public:
     KeyRouter& router() { return m_router; }
     SceneView& sceneView() { return *m_scene; }
     const Drawer& drawer() const { return *m_drawer; }
+    const PreviewPanel& preview() const { return *m_preview; }
     // The menus, each item's action name in its data; for the state a script reads back.
     const QMenuBar& menus() const { return *m_menus; }
     // Whether a menu item's action can be asked for now: its part of the program is there, a folder
@@ -111,6 +113,7 @@ private:
     TimelineBar* m_timeline = nullptr;
     Drawer* m_drawer = nullptr;
     StructurePanel* m_structure = nullptr;
+    PreviewPanel* m_preview = nullptr;
     MessageBanner* m_banner = nullptr;
     ProgressPanel* m_progress = nullptr;
     KeySheet* m_keySheet = nullptr;

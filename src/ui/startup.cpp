@@ -6,6 +6,7 @@
 #include "ui/aboutbox.h"
 #include "ui/mainwindow.h"
 #include "ui/panels.h"
+#include "ui/previewpanel.h"
 #include "ui/sceneview.h"
 
 #include <QCoreApplication>
@@ -349,6 +350,11 @@ QByteArray stateJson(const AppState& state, MainWindow& window)
     addImports(object, state);
     addSearch(object, state);
     addStructure(object, state.structure(), panels);
+    const std::optional<PreviewKind> previewKind = window.preview().shownKind();
+    object.insert(u"previewKind"_s, previewKind ? QJsonValue(Preview::kindName(*previewKind)) : QJsonValue());
+    object.insert(u"hexMode"_s, panels.hexMode());
+    object.insert(u"rawSource"_s, panels.rawSource());
+    object.insert(u"preview"_s, window.preview().facts());
     object.insert(u"timeline"_s, timelineJson(state.timeline()));
     // What the view draws: buildings, the layout's links, and what it says when it has nothing to show.
     const LayoutResult& layout = scene.layout();
@@ -612,6 +618,8 @@ void StartupRunner::waitForOpening()
 {
     const StructureController& structure = m_state.structure();
     waitUntil(structure, &StructureController::structureChanged, [&] { return !structure.isReading(); });
+    const PreviewController& preview = m_state.preview();
+    waitUntil(preview, &PreviewController::linesChanged, [&] { return !preview.reading(); });
     const DownloadController& downloads = m_state.downloads();
     waitUntil(downloads, &DownloadController::cloningChanged, [&] { return !downloads.cloning(); });
     const ScanController& scan = m_state.scan();

@@ -516,7 +516,7 @@ TEST_P(Known, OnlyNamesWithAnImplementation)
 INSTANTIATE_TEST_SUITE_P(Names, Known,
     ::testing::Values(KnownCase { "zoomIn", true }, KnownCase { "commitBack10", true },
         KnownCase { "searchNext", true }, KnownCase { "pickerInto", true }, KnownCase { "recentOpen", true },
-        KnownCase { "closeFolder", true }, KnownCase { "preview", false }, KnownCase { "outlineClose", true },
+        KnownCase { "closeFolder", true }, KnownCase { "preview", true }, KnownCase { "outlineClose", true },
         KnownCase { "noSuchAction", false }, KnownCase { "", false }),
     [](const auto& info) { return *info.param.name ? std::string(info.param.name) : std::string("Empty"); });
 
@@ -564,10 +564,8 @@ TEST_P(Missing, SaysWhatIsNotThereAndChangesNothingElse)
 
 INSTANTIATE_TEST_SUITE_P(Features, Missing,
     ::testing::Values(MissingCase { "history", false, "History needs a git repository." },
-        MissingCase { "preview", false, "Previews are not available yet." },
-        MissingCase { "hex", false, "Previews are not available yet." },
-        MissingCase { "raw", false, "Previews are not available yet." },
-        MissingCase { "minimap", false, "Previews are not available yet." },
+        MissingCase {
+            "previewNextHit", false, "Search the files' text first (/ then Tab) to step through its hits." },
         MissingCase { "structureTab", false, "Show a file's structure first: select it and press s." },
         MissingCase { "structure", false, "Select a file to walk into." }),
     [](const auto& info) {

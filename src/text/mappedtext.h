@@ -1,0 +1,76 @@
+#pragma once
+
+#include <QByteArray>
+#include <QByteArrayView>
+#include <QFile>
+#include <QString>
+
+#include <atomic>
+#include <deque>
+#include <functional>
+#include <memory>
+#include <mutex>
+#include <variant>
+
+// A file's text read a screen at a time, however large the file. The file is mapped, never loaded,
+// and the starts of its lines are found on a worker (indexLines), so the first lines show at once and
+// the rest become reachable as the index grows. Text handed in as bytes (a file at a past commit)
+// behaves the same, indexed at once.
+//
+// The index is read on the main thread while a worker extends it; both take the lock, which guards
+// only a short append or lookup.
+class MappedText {
+public:
+    // Files up to this size are indexed on the spot; larger ones by indexLines().
+    static constexpr qint64 indexAtOnceBytes = 1 << 20;
+    // The most of one line that is handed out for showing.
+    static constexpr qint64 shownLineBytes = 16 << 10;
+
+    using Opened = std::variant<std::shared_ptr<MappedText>, QString>;
+    // The regular file mapped, or one sentence saying why it cannot be.
+    static Opened open(const QString& path);
+    // The same for a file already open for reading, whose descriptor it then owns.
+    static Opened adopt(int descriptor, const QString& name);
+    static std::shared_ptr<MappedText> fromBytes(QByteArray bytes);
+
+    MappedText(const MappedText&) = delete;
+    MappedText& operator=(const MappedText&) = delete;
+    ~MappedText();
+
+    qint64 size() const { return m_size; }
+    // Up to `length` bytes from `offset`, fewer at the end.
+    QByteArrayView bytes(qint64 offset, qint64 length) const;
+
+    // The lines found so far; all of them once indexed().
+    qint64 lineCount() const;
+    bool indexed() const { return m_indexed.load(std::memory_order_acquire); }
+    qint64 lineStart(qint64 line) const;
+    // The line at a byte offset, among the lines found so far.
+    qint64 lineAt(qint64 offset) const;
+    // A line's bytes without its break ("\n" or "\r\n"), at most `limit` of them.
+    QByteArrayView line(qint64 line, qint64 limit = shownLineBytes) const;
+
+    // Finds the remaining line starts, reading the file in blocks rather than through the map so that
+    // the mapped pages stay out of memory. For a worker; stops early when cancelled() says so, and
+    // reports the lines found after each block.
+    void indexLines(const std::function<bool()>& cancelled, const std::function<void(qint64)>& report = {});
+
+    // A line as it is shown: invalid UTF-8 as U+FFFD, control characters as their visible symbols,
+    // tabs kept.
+    static QString shown(QByteArrayView line);
+
+private:
+    MappedText() = default;
+    static Opened map(std::shared_ptr<MappedText> text, const QString& name);
+    void indexBlock(QByteArrayView block, qint64 offset, std::deque<qint64>& starts) const;
+    void finishIndex();
+
+    QFile m_file;
+    QByteArray m_bytes; // text handed in, or nothing for a mapped file
+    const char* m_data = nullptr;
+    qint64 m_size = 0;
+    qint64 m_indexedTo = 0; // the worker's own: bytes searched for line breaks
+    mutable std::mutex m_lock;
+    std::deque<qint64> m_starts { 0 };
+    std::atomic_bool m_indexed = false;
+};
