@@ -105,7 +105,7 @@ Fields readFields(const SExpr& list, qsizetype from = 1, unsigned needed = every
         } else if (is(head, "drill")) {
             // (drill d), (drill oval w h), (drill d (offset x y))
             for (qsizetype j = 1; j < item.size() && fields.drill == 0; ++j)
-                fields.drill = item.item(j).number().value_or(0);
+                fields.drill = numberAt(item, j).value_or(0);
         } else if (is(head, "hide")) {
             fields.hidden = fields.hidden || (item.size() > 1 && is(item.item(1).utf8(), "yes"));
         }
@@ -235,8 +235,7 @@ void BoardReader::read(const SExpr& root)
         readLayerTable(*table);
     // Older boards leave out the drill of a via that has the board's usual one.
     if (const std::optional<SExpr> setup = root.child("setup")) {
-        const std::vector<double> drill = setup->numbers("via_drill");
-        m_viaDrill = drill.empty() ? 0 : drill[0];
+        m_viaDrill = firstNumber(*setup, "via_drill").value_or(0);
     }
     // Room for two items and three points for each top-level list, about what boards hold, so that
     // the arrays seldom grow.

@@ -58,13 +58,25 @@ std::optional<double> numberAt(const SExpr& list, qsizetype index)
     if (index >= list.size())
         return std::nullopt;
     const SExpr item = list.item(index);
-    if (const std::optional<double> value = plainDecimal(item.utf8()))
-        return value;
-    const std::optional<double> value = item.number();
-    // A NaN or an infinity would poison every bound and transform it touches.
-    if (value && !std::isfinite(*value))
+    std::optional<double> value = plainDecimal(item.utf8());
+    if (!value)
+        value = item.number();
+    // A NaN or an infinity would poison every bound and transform it touches, and so would a number
+    // large enough to overflow a sum, a float or an int; no drawing reaches a thousand kilometres.
+    if (value && !(std::abs(*value) <= 1e9))
         return std::nullopt;
     return value;
+}
+
+std::optional<double> firstNumber(const SExpr& list, QByteArrayView name)
+{
+    if (const std::optional<SExpr> child = list.child(name)) {
+        for (qsizetype i = 1; i < child->size(); ++i) {
+            if (const std::optional<double> value = numberAt(*child, i))
+                return value;
+        }
+    }
+    return std::nullopt;
 }
 
 std::optional<QPointF> pointOf(const SExpr& list)

@@ -19,7 +19,11 @@ template <size_t N> bool is(QByteArrayView text, const char (&word)[N])
 
 // The first item of a list when it is an atom, else empty.
 QByteArrayView headOf(const SExpr& list);
+// An item read as a number; one no drawing could hold (NaN, infinite or past a thousand kilometres)
+// counts as none.
 std::optional<double> numberAt(const SExpr& list, qsizetype index);
+// The first number among the arguments of the child list with this name, as numberAt reads them.
+std::optional<double> firstNumber(const SExpr& list, QByteArrayView name);
 // The two numbers after the head: (xy 1 2), (at 1 2 90), (start 1 2).
 std::optional<QPointF> pointOf(const SExpr& list);
 // A bare `hide` among the items, or (hide yes).

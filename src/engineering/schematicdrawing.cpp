@@ -152,10 +152,8 @@ void SchematicReader::read(const SExpr& root)
             const bool junction = is(head, "junction");
             DrawingItem& item = addItem(
                 m_drawing, junction ? DrawingItemKind::junction : DrawingItemKind::noConnect, { *centre });
-            const std::vector<double> diameter = list.numbers("diameter");
-            const double size = !junction              ? noConnectSize
-                : diameter.empty() || diameter[0] <= 0 ? defaultJunction
-                                                       : diameter[0];
+            const double diameter = firstNumber(list, "diameter").value_or(0);
+            const double size = !junction ? noConnectSize : diameter <= 0 ? defaultJunction : diameter;
             item.size = QSizeF(size, size);
         } else if (is(head, "label") || is(head, "global_label") || is(head, "hierarchical_label")
             || is(head, "text")) {
@@ -237,11 +235,11 @@ void SchematicReader::graphic(const SExpr& list, QByteArrayView head, const Fram
         kind = DrawingItemKind::polygon;
     } else if (is(head, "circle")) {
         const std::optional<QPointF> centre = point("center");
-        const std::vector<double> radius = list.numbers("radius");
-        if (!centre || radius.empty())
+        const std::optional<double> radius = firstNumber(list, "radius");
+        if (!centre || !radius)
             return;
         DrawingItem& item = addItem(m_drawing, DrawingItemKind::circle, { frame.map(*centre) });
-        item.size = QSizeF(2 * radius[0], 2 * radius[0]);
+        item.size = QSizeF(2 * *radius, 2 * *radius);
         item.width = width;
         item.fill = fill;
         return;
@@ -360,9 +358,7 @@ void SchematicReader::symbol(const SExpr& list)
         PinStyle pins;
         if (const std::optional<SExpr> names = library.child("pin_names")) {
             pins.names = !hasHide(*names);
-            const std::vector<double> offset = names->numbers("offset");
-            if (!offset.empty())
-                pins.nameOffset = offset[0];
+            pins.nameOffset = firstNumber(*names, "offset").value_or(pins.nameOffset);
         }
         if (const std::optional<SExpr> numbers = library.child("pin_numbers"))
             pins.numbers = !hasHide(*numbers);
@@ -416,9 +412,9 @@ void SchematicReader::pin(const SExpr& list, const Frame& frame, const PinStyle&
     const std::optional<QPointF> local = at ? pointOf(*at) : std::nullopt;
     if (!local)
         return;
-    const std::vector<double> length = list.numbers("length");
+    const double length = firstNumber(list, "length").value_or(2.54);
     const double radians = numberAt(*at, 3).value_or(0) * std::numbers::pi / 180;
-    const QPointF reach = (length.empty() ? 2.54 : length[0]) * QPointF(std::cos(radians), std::sin(radians));
+    const QPointF reach = length * QPointF(std::cos(radians), std::sin(radians));
     const QPointF from = frame.map(*local), to = frame.map(*local + reach);
     addItem(m_drawing, DrawingItemKind::pin, { from, to }).width = float(defaultLine);
 

@@ -53,6 +53,8 @@ constexpr std::array<ActionInfo, std::size_t(Action::recentOpen) + 1> actionTabl
     { Action::minimap, "minimap", "m", "Minimap of the preview" },
     { Action::hex, "hex", "x", "Bytes of the preview in hex" },
     { Action::raw, "raw", "v", "Raw source in the preview" },
+    { Action::previewKeys, "previewKeys", "Shift Space",
+        "The arrows, Home, End, + and − to the preview, until Escape" },
     { Action::previewPageDown, "previewPageDown", "Page Down", "Scroll the preview, or zoom its drawing" },
     { Action::previewPageUp, "previewPageUp", "Page Up", "Scroll the preview, or zoom its drawing" },
     { Action::previewNextHit, "previewNextHit", "F3", "Next or previous hit of the search in the preview" },

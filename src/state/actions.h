@@ -58,6 +58,7 @@ enum class Action {
     minimap,
     hex,
     raw,
+    previewKeys,
     previewPageDown,
     previewPageUp,
     previewNextHit,

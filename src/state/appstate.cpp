@@ -34,6 +34,7 @@ AppState::AppState(QObject* parent, bool persistent)
     connect(m_panels, &Panels::showPreviewChanged, this, &AppState::followPreview);
     connect(m_display, &DisplaySettings::modeChanged, this, &AppState::followPreview);
     connect(m_timeline, &TimelineController::moved, this, &AppState::followPreview);
+    connect(m_timeline, &TimelineController::phaseChanged, this, &AppState::followPreview);
     connect(m_downloads, &DownloadController::fetched, this, [this](const QString& folder) {
         m_panels->setShowRemote(false);
         open(folder);
@@ -64,15 +65,20 @@ void AppState::followPreview()
         return m_preview->show(*file);
     if (!m_timeline->isReady())
         return m_preview->clear();
+    // The history has a tree of its own, whose files carry their values at the playhead.
+    const FileNode* then = m_timeline->root()->find(file->relativePath);
+    if (!then)
+        return m_preview->showRevision(
+            *file, file->relativePath + QStringLiteral(" is not in the history read."), QString());
     // During playback the text follows the file's own changes, not every step of the playhead.
-    const Commit* changed = m_timeline->lastChange(*file);
+    const Commit* changed = m_timeline->lastChange(*then);
     const std::shared_ptr<const PreviewContent>& shown = m_preview->content();
     const QString caption = changed
         ? QStringLiteral("At commit ") + changed->shortHash() + QStringLiteral(" · ") + changed->subject
         : QStringLiteral("Before its first commit");
     if (shown && shown->node == file && shown->caption == caption)
         return;
-    m_preview->showRevision(*file, m_timeline->revision(*file), caption);
+    m_preview->showRevision(*file, m_timeline->revision(*then), caption);
 }
 
 void AppState::followCommitsNeed()

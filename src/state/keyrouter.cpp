@@ -132,6 +132,9 @@ std::optional<Action> KeyRouter::route(const KeyPress& press) const
     }
     if (const std::optional<Action> outline = outlineAction(press))
         return outline;
+    // Left unrouted, the key goes on to the preview's view, which scrolls, pans or zooms.
+    if (m_state.panels().previewKeys() && previewOwns(press))
+        return std::nullopt;
     return sceneAction(press);
 }
 
@@ -177,6 +180,19 @@ std::optional<Action> KeyRouter::remoteAction(const KeyPress& press) const
     case Qt::Key_Enter: return Action::remoteFetch;
     case Qt::Key_Escape: return Action::escape;
     default: return windowAction(press);
+    }
+}
+
+bool KeyRouter::previewOwns(const KeyPress& press)
+{
+    switch (press.key) {
+    case Qt::Key_Left:
+    case Qt::Key_Right:
+    case Qt::Key_Up:
+    case Qt::Key_Down:
+    case Qt::Key_Home:
+    case Qt::Key_End: return !(press.modifiers & Qt::AltModifier);
+    default: return press.text == u"+" || press.text == u"=" || press.text == u"-" || press.text == u"0";
     }
 }
 
@@ -247,6 +263,8 @@ std::optional<Action> KeyRouter::sceneAction(const KeyPress& press) const
     case Qt::Key_Tab: return shift ? Action::prevSibling : Action::nextSibling;
     case Qt::Key_Backtab: return Action::prevSibling;
     case Qt::Key_Space:
+        if (shift)
+            return Action::previewKeys;
         return m_state.display().mode() == VisualizationMode::history ? Action::play : Action::preview;
     case Qt::Key_Backspace:
     case Qt::Key_Delete: return Action::ascend;

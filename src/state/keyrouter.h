@@ -53,6 +53,8 @@ private:
     std::optional<Action> remoteAction(const KeyPress& press) const;
     std::optional<Action> searchAction(const KeyPress& press) const;
     std::optional<Action> previewAction(const KeyPress& press) const;
+    // The keys the preview's view answers itself while it holds the keys.
+    static bool previewOwns(const KeyPress& press);
     std::optional<Action> welcomeAction(const KeyPress& press) const;
     std::optional<Action> outlineAction(const KeyPress& press) const;
     std::optional<Action> sceneAction(const KeyPress& press) const;

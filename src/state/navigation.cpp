@@ -234,6 +234,10 @@ bool AppState::escape()
         setErrorMessage(std::nullopt);
         return true;
     }
+    if (m_panels->previewKeys()) {
+        m_panels->setPreviewKeys(false);
+        return true;
+    }
     if (m_panels->showPicker() || m_panels->showRemote()) {
         m_panels->setShowPicker(false);
         m_panels->setShowRemote(false);

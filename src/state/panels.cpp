@@ -16,7 +16,13 @@ void Panels::setShowKeys(bool show)
 }
 void Panels::setShowPreview(bool show)
 {
+    if (!show)
+        setPreviewKeys(false);
     assign(m_showPreview, show, &Panels::showPreviewChanged);
+}
+void Panels::setPreviewKeys(bool on)
+{
+    assign(m_previewKeys, on && m_showPreview, &Panels::previewKeysChanged);
 }
 void Panels::setShowMinimap(bool show)
 {

@@ -33,6 +33,9 @@ public:
     bool showMinimap() const { return m_showMinimap; }
     bool hexMode() const { return m_hexMode; }
     bool rawSource() const { return m_rawSource; }
+    // The preview holds the arrows, Home, End and the zoom keys, once it is clicked, until Escape or a
+    // click in the scene.
+    bool previewKeys() const { return m_previewKeys; }
     StructureTab structureTab() const { return m_structureTab; }
     bool showPicker() const { return m_showPicker; }
     bool showRemote() const { return m_showRemote; }
@@ -52,6 +55,7 @@ public:
     void setShowMinimap(bool show);
     void setHexMode(bool on);
     void setRawSource(bool on);
+    void setPreviewKeys(bool on);
     void setStructureTab(StructureTab tab);
     void setShowPicker(bool show);
     void setShowRemote(bool show);
@@ -68,6 +72,7 @@ signals:
     void showMinimapChanged();
     void hexModeChanged();
     void rawSourceChanged();
+    void previewKeysChanged();
     void structureTabChanged();
     void showPickerChanged();
     void showRemoteChanged();
@@ -83,6 +88,7 @@ private:
     bool m_showMinimap = false;
     bool m_hexMode = false;
     bool m_rawSource = false;
+    bool m_previewKeys = false;
     StructureTab m_structureTab = StructureTab::outline;
     bool m_showPicker = false;
     bool m_showRemote = false;

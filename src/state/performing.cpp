@@ -191,6 +191,7 @@ std::optional<bool> KeyRouter::performPanels(Action action)
     case Action::minimap:
     case Action::hex:
     case Action::raw:
+    case Action::previewKeys:
     case Action::previewPageDown:
     case Action::previewPageUp:
     case Action::previewNextHit:
@@ -250,6 +251,12 @@ bool KeyRouter::performPreview(Action action)
             return false;
         }
         return panels.setRawSource(true), panels.setShowPreview(true), true;
+    case Action::previewKeys:
+        if (!content || content->message) {
+            m_state.setErrorMessage(QStringLiteral("Preview a file first: select it and press Space."));
+            return false;
+        }
+        return panels.setShowPreview(true), panels.setPreviewKeys(true), true;
     case Action::previewPageDown:
     case Action::previewPageUp:
         return content && (preview.page(action == Action::previewPageDown ? 1 : -1), true);

@@ -1,6 +1,7 @@
 #include "ui/hexpreview.h"
 
 #include <QFontDatabase>
+#include <QKeyEvent>
 #include <QPainter>
 #include <QScrollBar>
 
@@ -112,6 +113,16 @@ void HexPreview::paintEvent(QPaintEvent*)
                 printable(c) ? QString(QLatin1Char(c)) : QStringLiteral("·"));
         }
     }
+}
+
+void HexPreview::keyPressEvent(QKeyEvent* event)
+{
+    if (event->key() == Qt::Key_Home || event->key() == Qt::Key_End) {
+        QScrollBar* bar = verticalScrollBar();
+        bar->setValue(event->key() == Qt::Key_Home ? bar->minimum() : bar->maximum());
+        return;
+    }
+    QAbstractScrollArea::keyPressEvent(event);
 }
 
 void HexPreview::resizeEvent(QResizeEvent* event)

@@ -199,6 +199,11 @@ void MainWindow::watchState()
         { &Panels::railModeChanged, &Panels::showDrawerChanged, &Panels::showPreviewChanged,
             &Panels::drawerWidthChanged, &Panels::showKeysChanged, &Panels::captureImageChanged })
         connect(panels, signal, this, &MainWindow::refreshPanels);
+    // The scene takes the keys back from the preview.
+    connect(panels, &Panels::previewKeysChanged, this, [this] {
+        if (!m_state.panels().previewKeys() && m_preview->isAncestorOf(QApplication::focusWidget()))
+            m_scene->setFocus();
+    });
     for (const auto signal : { &Panels::showPickerChanged, &Panels::showRemoteChanged })
         connect(panels, signal, this, &MainWindow::followOpenPanels);
     connect(&m_state.downloads(), &DownloadController::cloningChanged, this, &MainWindow::placeOverlays);
@@ -488,7 +493,8 @@ void MainWindow::pressKey(const KeyPress& key)
 {
     QLineEdit* field = typingField();
     if (!field) {
-        m_router.handle(key);
+        if (!m_router.handle(key) && m_state.panels().previewKeys())
+            m_preview->pressKey(key);
         return;
     }
     // Through the window's own filter, as a key from the keyboard would go.

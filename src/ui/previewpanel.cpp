@@ -8,9 +8,12 @@
 #include "ui/previewviews.h"
 #include "ui/textpreview.h"
 
+#include <QAbstractScrollArea>
+#include <QCoreApplication>
 #include <QFileInfo>
 #include <QHBoxLayout>
 #include <QJsonArray>
+#include <QKeyEvent>
 #include <QLabel>
 #include <QListWidget>
 #include <QScrollBar>
@@ -77,6 +80,11 @@ PreviewPanel::PreviewPanel(AppState& state, QWidget* parent)
     m_caption->setObjectName(QStringLiteral("previewCaption"));
     m_caption->setTextFormat(Qt::PlainText);
     m_caption->setWordWrap(true);
+    m_keysMark = new QWidget(this);
+    m_keysMark->setObjectName(QStringLiteral("previewKeysMark"));
+    m_keysMark->setFixedHeight(2);
+    m_keysMark->setAutoFillBackground(true);
+    m_keysMark->hide();
     m_pages = new QStackedWidget(this);
     m_message = new QLabel(m_pages);
     m_message->setObjectName(QStringLiteral("previewMessage"));
@@ -115,10 +123,25 @@ PreviewPanel::PreviewPanel(AppState& state, QWidget* parent)
     layout->setContentsMargins(0, 0, 0, 0);
     layout->setSpacing(0);
     layout->addLayout(header);
+    layout->addWidget(m_keysMark);
     layout->addWidget(m_pages, 1);
+    // A click in a view hands it the keys.
+    for (QWidget* view : { static_cast<QWidget*>(m_text), static_cast<QWidget*>(m_hex),
+             static_cast<QWidget*>(m_markdown), static_cast<QWidget*>(m_drawing) }) {
+        view->setFocusPolicy(Qt::ClickFocus);
+        view->installEventFilter(this);
+        if (auto* area = qobject_cast<QAbstractScrollArea*>(view))
+            area->viewport()->installEventFilter(this);
+    }
 
     PreviewController& preview = state.preview();
     const Panels& panels = state.panels();
+    connect(&panels, &Panels::previewKeysChanged, this, [this] {
+        const bool held = m_state.panels().previewKeys();
+        m_keysMark->setVisible(held);
+        if (held && m_pages->currentWidget() != m_message)
+            (m_pages->currentWidget() == m_textPage ? m_text : m_pages->currentWidget())->setFocus();
+    });
     connect(&preview, &PreviewController::contentChanged, this, &PreviewPanel::rebuild);
     connect(&preview, &PreviewController::linesChanged, this, [this] {
         m_text->linesChanged();
@@ -152,6 +175,20 @@ PreviewPanel::PreviewPanel(AppState& state, QWidget* parent)
     rebuild();
 }
 
+bool PreviewPanel::eventFilter(QObject*, QEvent* event)
+{
+    if (event->type() == QEvent::MouseButtonPress)
+        m_state.panels().setPreviewKeys(true);
+    return false;
+}
+
+void PreviewPanel::pressKey(const KeyPress& key)
+{
+    QWidget* view = m_pages->currentWidget() == m_textPage ? m_text : m_pages->currentWidget();
+    QKeyEvent press(QEvent::KeyPress, key.key, key.modifiers, key.text);
+    QCoreApplication::sendEvent(view, &press);
+}
+
 std::optional<PreviewKind> PreviewPanel::shownKind() const
 {
     return m_shownKind;
@@ -165,6 +202,9 @@ void PreviewPanel::followTheme()
     m_markdown->setTheme(theme);
     m_image->setTheme(theme);
     m_drawing->setTheme(theme);
+    QPalette mark = m_keysMark->palette();
+    mark.setColor(QPalette::Window, theme.accent);
+    m_keysMark->setPalette(mark);
     // The rendered page takes its link colours from the style sheet it was set with.
     if (m_shownKind == PreviewKind::markdown)
         rebuild();

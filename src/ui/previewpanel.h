@@ -1,6 +1,7 @@
 #pragma once
 
 #include "state/appstate.h"
+#include "state/keyrouter.h"
 
 #include <QJsonObject>
 #include <QWidget>
@@ -29,6 +30,10 @@ public:
     // What a script reads back: the file, its kind, lines, the screen's place, the minimap's band,
     // the hex view's first row, a drawing's counts, the message shown.
     QJsonObject facts() const;
+    // A key the router left to the preview while it holds the keys, as the keyboard would send it.
+    void pressKey(const KeyPress& key);
+
+    bool eventFilter(QObject* watched, QEvent* event) override;
 
 private:
     void rebuild();
@@ -44,6 +49,7 @@ private:
     QLabel* m_title;
     QLabel* m_facts;
     QLabel* m_caption;
+    QWidget* m_keysMark; // an accent rule while the preview holds the keys
     QStackedWidget* m_pages;
     QLabel* m_message;
     QWidget* m_textPage;

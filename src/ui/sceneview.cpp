@@ -566,9 +566,11 @@ void SceneView::paintGL()
 
 void SceneView::mousePressEvent(QMouseEvent* event)
 {
-    // In a file's city the arrows walk its parts again, once the scene is clicked.
+    // In a file's city the arrows walk its parts again, once the scene is clicked, and the preview
+    // gives its keys back.
     if (m_builtCity)
         m_state.panels().setOutlineKeys(std::nullopt);
+    m_state.panels().setPreviewKeys(false);
     m_pressAt = m_lastMouse = event->position().toPoint();
     m_dragging = false;
     setFocus();

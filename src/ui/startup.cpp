@@ -354,6 +354,7 @@ QByteArray stateJson(const AppState& state, MainWindow& window)
     object.insert(u"previewKind"_s, previewKind ? QJsonValue(Preview::kindName(*previewKind)) : QJsonValue());
     object.insert(u"hexMode"_s, panels.hexMode());
     object.insert(u"rawSource"_s, panels.rawSource());
+    object.insert(u"previewKeys"_s, panels.previewKeys());
     object.insert(u"preview"_s, window.preview().facts());
     object.insert(u"timeline"_s, timelineJson(state.timeline()));
     // What the view draws: buildings, the layout's links, and what it says when it has nothing to show.

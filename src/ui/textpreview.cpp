@@ -1,6 +1,7 @@
 #include "ui/textpreview.h"
 
 #include <QFontDatabase>
+#include <QKeyEvent>
 #include <QMouseEvent>
 #include <QPainter>
 #include <QScrollBar>
@@ -400,6 +401,21 @@ void TextPreview::mouseMoveEvent(QMouseEvent* event)
         && event->position().x() >= viewport()->width() - minimapWidth())
         return scrollToMinimap(int(event->position().y()));
     QAbstractScrollArea::mouseMoveEvent(event);
+}
+
+// While the search looks for a text, ↑ and ↓ go from hit to hit; otherwise they scroll.
+void TextPreview::keyPressEvent(QKeyEvent* event)
+{
+    if (m_needle && (event->key() == Qt::Key_Up || event->key() == Qt::Key_Down)) {
+        stepHit(event->key() == Qt::Key_Down ? 1 : -1);
+        return;
+    }
+    if (event->key() == Qt::Key_Home || event->key() == Qt::Key_End) {
+        QScrollBar* bar = verticalScrollBar();
+        bar->setValue(event->key() == Qt::Key_Home ? bar->minimum() : bar->maximum());
+        return;
+    }
+    QAbstractScrollArea::keyPressEvent(event);
 }
 
 void TextPreview::resizeEvent(QResizeEvent* event)

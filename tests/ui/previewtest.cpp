@@ -305,9 +305,44 @@ INSTANTIATE_TEST_SUITE_P(Window, PreviewKeys,
             { { u"preview/file"_s, u"long.cpp"_s }, { u"preview/markedLine"_s, 999 } } },
         KeysCase { "F3StepsToTheNextHit", "Space / Tab m a r k e r Down F3 F3",
             { { u"preview/markedLine"_s, 2999 } } },
+        KeysCase { "ShiftSpaceGivesThePreviewTheArrows",
+            "/ l o n g Return Space Shift+Space Down Down Down Up",
+            { { u"previewKeys"_s, true }, { u"selection"_s, u"long.cpp"_s }, { u"preview/topLine"_s, 2 } } },
+        KeysCase { "EscapeTakesThemBack", "/ l o n g Return Space Shift+Space Escape Down",
+            { { u"previewKeys"_s, false }, { u"preview/topLine"_s, 0 } } },
+        KeysCase { "WithASearchTheArrowsGoFromHitToHit",
+            "Space / Tab m a r k e r Down Return Shift+Space Down",
+            { { u"preview/markedLine"_s, 1999 }, { u"previewKeys"_s, true } } },
         KeysCase { "ShiftF3StepsBack", "Space / Tab m a r k e r Down F3 Shift+F3",
             { { u"preview/markedLine"_s, 999 } } }),
     rowName);
+
+// In the history view the preview shows the file as it was at the playhead, with the commit named
+// above it; a file stored with Git LFS whose content was never fetched says so.
+TEST(PreviewWindow, HistoryShowsTheFileAtThePlayhead)
+{
+    GitRepo repo;
+    repo.write(u"a.txt"_s, "one\n");
+    repo.commitAll(u"first"_s, 1700000000);
+    repo.write(u"a.txt"_s, "one\ntwo\n");
+    repo.write(u"big.bin"_s,
+        "version https://git-lfs.github.com/spec/v1\noid "
+        "sha256:4d7a214614ab2935c943f9e0ff69d22eadbb8f32b1258daaa5e2ca24d17e2393\nsize 12345\n");
+    repo.commitAll(u"second"_s, 1700000100);
+    const QJsonObject last = playKeys(repo.path(), u"Space 3 / a . t x t Return"_s);
+    EXPECT_EQ(field(last, u"preview/lines"_s).toInteger(), 2);
+    EXPECT_TRUE(field(last, u"preview/caption"_s).toString().endsWith(u" · second"_s))
+        << field(last, u"preview/caption"_s).toString().toStdString();
+    const QJsonObject before = playKeys(repo.path(), u"Space 3 / a . t x t Return ,"_s);
+    EXPECT_EQ(field(before, u"preview/lines"_s).toInteger(), 1);
+    EXPECT_TRUE(field(before, u"preview/caption"_s).toString().endsWith(u" · first"_s));
+    const QJsonObject lfs = playKeys(repo.path(), u"/ b i g Return Space"_s);
+    EXPECT_EQ(field(lfs, u"preview/message"_s).toString(),
+        u"big.bin is a Git LFS pointer; its content is not here."_s);
+    const QJsonObject lfsThen = playKeys(repo.path(), u"Space 3 / b i g Return"_s);
+    EXPECT_EQ(field(lfsThen, u"preview/message"_s).toString(),
+        u"big.bin is stored with Git LFS, and its content is not here."_s);
+}
 
 // The minimap's framed band is where the screen is: it moves down as the text scrolls.
 TEST(PreviewWindow, TheMinimapBandFollowsTheScreen)
