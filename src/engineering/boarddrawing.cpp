@@ -200,9 +200,11 @@ void BoardReader::readLayerTable(const SExpr& table)
 
 quint16 BoardReader::layerIndex(QByteArrayView name)
 {
+    // An item without a layer gives an empty view, whose pointer may be null: memcmp must not see it
+    // even for no bytes.
     const auto same = [name](const QByteArray& known) {
         return known.size() == name.size()
-            && std::memcmp(known.constData(), name.data(), size_t(name.size())) == 0;
+            && (name.isEmpty() || std::memcmp(known.constData(), name.data(), size_t(name.size())) == 0);
     };
     if (m_last >= 0 && same(m_names[size_t(m_last)]))
         return quint16(m_last);

@@ -95,15 +95,20 @@ QByteArrayView MappedText::line(qint64 line, qint64 limit) const
 {
     const qint64 start = lineStart(line);
     const qint64 span = std::min(limit, m_size - start);
-    const void* newline = std::memchr(m_data + start, '\n', size_t(span));
+    // An empty file is not mapped, and memchr must not be given its null pointer even for no bytes.
+    const void* newline = span > 0 ? std::memchr(m_data + start, '\n', size_t(span)) : nullptr;
     qint64 length = newline ? static_cast<const char*>(newline) - (m_data + start) : span;
-    if (newline && length > 0 && m_data[start + length - 1] == '\r')
+    // The '\r' of a "\r\n" is part of the break, even when the limit falls between the two.
+    if (length > 0 && start + length < m_size && m_data[start + length] == '\n'
+        && m_data[start + length - 1] == '\r')
         --length;
     return QByteArrayView(m_data + start, length);
 }
 
 void MappedText::indexBlock(QByteArrayView block, qint64 offset, std::deque<qint64>& starts) const
 {
+    if (block.isEmpty()) // an empty file's block, whose pointer is null
+        return;
     const char* p = block.data();
     const char* const end = p + block.size();
     while (const void* newline = std::memchr(p, '\n', size_t(end - p))) {
@@ -154,6 +159,8 @@ QString MappedText::shown(QByteArrayView line)
         const char16_t u = c.unicode();
         if ((u < 0x20 && u != u'\t') || u == 0x7F)
             c = QChar(u == 0x7F ? char16_t(0x2421) : char16_t(0x2400 + u));
+        else if (u >= 0x80 && u < 0xA0) // the C1 controls, which have no symbols of their own
+            c = QChar(QChar::ReplacementCharacter);
     }
     return text;
 }

@@ -55,8 +55,8 @@ public:
     // reports the lines found after each block.
     void indexLines(const std::function<bool()>& cancelled, const std::function<void(qint64)>& report = {});
 
-    // A line as it is shown: invalid UTF-8 as U+FFFD, control characters as their visible symbols,
-    // tabs kept.
+    // A line as it is shown: invalid UTF-8 as U+FFFD, control characters as their visible symbols (the
+    // C1 ones, which have none, as U+FFFD too), tabs kept.
     static QString shown(QByteArrayView line);
 
 private:

@@ -109,9 +109,9 @@ MainWindow::MainWindow(AppState& state, QWidget* parent)
     body->setContentsMargins(0, 0, 0, 0);
     body->setSpacing(0);
     body->addWidget(m_railStack);
-    // The preview takes two fifths of what the scene and it share.
-    body->addWidget(centre, 3);
-    body->addWidget(m_preview, 2);
+    // The preview takes half of what the scene and it share.
+    body->addWidget(centre, 1);
+    body->addWidget(m_preview, 1);
     body->addWidget(m_structure);
     body->addWidget(m_drawer);
     connect(&state.structure(), &StructureController::structureChanged, this, &MainWindow::refreshPanels);

@@ -316,7 +316,20 @@ void PreviewPanel::listParts()
         item->setToolTip(
             node.name + QStringLiteral(" · lines %1–%2").arg(node.line + 1).arg(node.endLine + 1));
     }
-    m_parts->setVisible(m_parts->count() > 0);
+    followParts(m_text->topLine());
+    fitParts();
+}
+
+// The parts stand beside the text only while the text keeps room enough to read.
+void PreviewPanel::fitParts()
+{
+    m_parts->setVisible(m_parts->count() > 0 && width() >= partsWidth + 480);
+}
+
+void PreviewPanel::resizeEvent(QResizeEvent* event)
+{
+    QWidget::resizeEvent(event);
+    fitParts();
 }
 
 // The innermost part at the top of the screen is the one marked in the list.
@@ -414,7 +427,7 @@ QJsonObject PreviewPanel::facts() const
         band.isEmpty() ? QJsonValue() : QJsonValue(QJsonArray { band.top(), band.height() }));
     object.insert(
         u"hexFirstRow"_s, m_shownKind == PreviewKind::bytes ? m_hex->rowText(m_hex->topRow()) : QString());
-    object.insert(u"parts"_s, m_parts->isVisible() ? m_parts->count() : 0);
+    object.insert(u"parts"_s, m_parts->count());
     if (m_shownKind == PreviewKind::markdown)
         object.insert(u"headingScale"_s, m_markdown->headingScale());
     if (m_shownKind == PreviewKind::image)

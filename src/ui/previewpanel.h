@@ -35,6 +35,9 @@ public:
 
     bool eventFilter(QObject* watched, QEvent* event) override;
 
+protected:
+    void resizeEvent(QResizeEvent* event) override;
+
 private:
     void rebuild();
     void refreshFacts();
@@ -44,6 +47,7 @@ private:
     void stepHit(int step);
     void listParts();
     void followParts(qint64 topLine);
+    void fitParts();
 
     AppState& m_state;
     QLabel* m_title;

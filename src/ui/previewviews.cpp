@@ -25,6 +25,7 @@ constexpr qint64 pictureLimitBytes = 32 << 20;
 MarkdownPreview::MarkdownPreview(QWidget* parent)
     : QTextBrowser(parent)
 {
+    setObjectName(QStringLiteral("previewMarkdown"));
     setFrameShape(QFrame::NoFrame);
     setOpenLinks(false);
     setFocusPolicy(Qt::NoFocus);
@@ -78,6 +79,17 @@ void MarkdownPreview::spaceOut()
         }
         cursor.setPosition(block.position());
         cursor.setBlockFormat(format);
+        // Links take the accent, as everywhere else in the window.
+        for (auto fragment = block.begin(); !fragment.atEnd(); ++fragment) {
+            if (!fragment.fragment().charFormat().isAnchor())
+                continue;
+            QTextCharFormat link;
+            link.setForeground(m_theme.accent);
+            cursor.setPosition(fragment.fragment().position());
+            cursor.setPosition(
+                fragment.fragment().position() + fragment.fragment().length(), QTextCursor::KeepAnchor);
+            cursor.mergeCharFormat(link);
+        }
     }
     for (QTextFrame* frame : document()->rootFrame()->childFrames()) {
         if (auto* table = qobject_cast<QTextTable*>(frame)) {

@@ -2,13 +2,12 @@
 
 #include "model/format.h"
 #include "ui/structureviews.h"
+#include "ui/textpreview.h"
 
 #include <QFileInfo>
-#include <QFontDatabase>
 #include <QHBoxLayout>
 #include <QHeaderView>
 #include <QLabel>
-#include <QPlainTextEdit>
 #include <QPushButton>
 #include <QStackedWidget>
 #include <QTreeWidget>
@@ -17,21 +16,6 @@
 namespace {
 
 constexpr int idRole = Qt::UserRole;
-
-// Tabs as spaces to every eighth column of the code, which the line number in front would shift.
-QString expandTabs(const QString& line)
-{
-    if (!line.contains(u'\t'))
-        return line;
-    QString expanded;
-    for (const QChar c : line) {
-        if (c == u'\t')
-            expanded += QString(8 - expanded.size() % 8, u' ');
-        else
-            expanded += c;
-    }
-    return expanded;
-}
 
 // A role in words: "function", "script block", "class".
 QString roleWords(WebRole role)
@@ -55,7 +39,7 @@ StructurePanel::StructurePanel(AppState& state, QWidget* parent)
     , m_views(new QStackedWidget(this))
     , m_outline(new QTreeWidget(this))
     , m_sourceTitle(new QLabel(this))
-    , m_source(new QPlainTextEdit(this))
+    , m_source(new TextPreview(this))
 {
     setObjectName(QStringLiteral("drawer"));
     setAttribute(Qt::WA_StyledBackground);
@@ -74,10 +58,10 @@ StructurePanel::StructurePanel(AppState& state, QWidget* parent)
     m_outline->header()->setSectionResizeMode(1, QHeaderView::ResizeToContents);
     m_outline->header()->setSectionResizeMode(2, QHeaderView::ResizeToContents);
     m_sourceTitle->setProperty("class", QStringLiteral("faint"));
-    m_source->setReadOnly(true);
     m_source->setFocusPolicy(Qt::ClickFocus);
-    m_source->setLineWrapMode(QPlainTextEdit::NoWrap);
-    m_source->setFont(QFontDatabase::systemFont(QFontDatabase::FixedFont));
+    m_source->setTheme(Theme::of(state.display().dark()));
+    connect(&state.display(), &DisplaySettings::darkChanged, this,
+        [this] { m_source->setTheme(Theme::of(m_state.display().dark())); });
     auto* keys
         = new QLabel(QStringLiteral("↑ ↓ parts · → ← open, close · g next view · Escape closes"), this);
     keys->setProperty("class", QStringLiteral("faint"));
@@ -256,19 +240,13 @@ void StructurePanel::followFocus()
     if (!node) {
         m_sourceTitle->setText(
             structure.document() ? QStringLiteral("Choose a part to read its lines.") : QString());
-        m_source->clear();
+        m_source->setText(nullptr, {});
         return;
     }
     m_sourceTitle->setText(node->name + QStringLiteral(" · ") + partLines(*node));
-    // Each line with its number, right-aligned to the widest.
-    const QStringList lines = structure.document()->source(node->id).split(u'\n');
-    const qint64 first = std::max<qint64>(node->line, 0) + 1;
-    const int width = int(QString::number(first + lines.size()).size());
-    QStringList numbered;
-    numbered.reserve(lines.size());
-    for (qsizetype i = 0; i < lines.size(); ++i)
-        numbered << QStringLiteral("%1  %2").arg(first + i, width).arg(expandTabs(lines[i]));
-    m_source->setPlainText(numbered.join(u'\n'));
+    // The part's lines, coloured as the file's language is, numbered as they stand in the file.
+    m_source->setText(MappedText::fromBytes(structure.document()->source(node->id).toUtf8()),
+        QFileInfo(*structure.path()).fileName(), std::max<qint64>(node->line, 0));
 }
 
 void StructurePanel::step(int delta)

@@ -5,7 +5,7 @@
 #include <QWidget>
 
 class QLabel;
-class QPlainTextEdit;
+class TextPreview;
 class QPushButton;
 class QStackedWidget;
 class QTreeWidget;
@@ -45,7 +45,7 @@ private:
     QStackedWidget* m_views;
     QTreeWidget* m_outline;
     QLabel* m_sourceTitle;
-    QPlainTextEdit* m_source;
+    TextPreview* m_source;
     QHash<qsizetype, QTreeWidgetItem*> m_items;
     std::shared_ptr<const WebDocument> m_listed; // the document the outline lists
     bool m_syncing = false;

@@ -40,6 +40,11 @@ void applyTheme(QWidget& window, const Theme& theme)
         #masthead { border-bottom: 1px solid %3; }
         #rail { border-right: 1px solid %3; }
         #drawer { border-left: 1px solid %3; }
+        #preview { background: %9; border-left: 1px solid %3; }
+        #previewTitle { font-weight: 600; }
+        #previewFacts, #previewCaption { color: %5; }
+        #previewParts { border-right: 1px solid %3; }
+        #previewMarkdown { background: %9; color: %1; border: none; }
         #folderName { font-size: 16px; font-weight: 600; }
         .faint, #faint { color: %4; }
         .secondary { color: %5; }

@@ -11,7 +11,7 @@
 namespace {
 
 constexpr int tabWidth = 4;
-constexpr int minimapColumns = 90;
+constexpr int minimapColumns = 72;
 constexpr int textPadding = 10;
 // A search back through a file goes this far at a time.
 constexpr qint64 backBlockBytes = 1 << 20;
@@ -35,8 +35,9 @@ TextPreview::TextPreview(QWidget* parent)
     verticalScrollBar()->setSingleStep(1);
 }
 
-void TextPreview::setText(std::shared_ptr<MappedText> text, const QString& fileName)
+void TextPreview::setText(std::shared_ptr<MappedText> text, const QString& fileName, qint64 firstLine)
 {
+    m_firstLine = firstLine;
     m_text = std::move(text);
     m_syntax = &Syntax::forFile(fileName);
     m_carries.reset();
@@ -227,7 +228,7 @@ QColor TextPreview::colorOf(SyntaxRole role) const
 
 int TextPreview::gutterWidth() const
 {
-    const qint64 lines = m_text ? m_text->lineCount() : 1;
+    const qint64 lines = m_firstLine + (m_text ? m_text->lineCount() : 1);
     int digits = 1;
     for (qint64 n = lines; n >= 10; n /= 10)
         ++digits;
@@ -277,7 +278,7 @@ void TextPreview::paintEvent(QPaintEvent*)
         painter.setClipRect(QRect(0, 0, right, area.height()));
         painter.setPen(m_marked == line ? m_theme.ink : m_theme.ink3);
         painter.drawText(QRect(0, y, gutter - m_charWidth, m_lineHeight), Qt::AlignRight | Qt::AlignVCenter,
-            QString::number(line + 1));
+            QString::number(m_firstLine + line + 1));
         painter.setClipRect(QRect(gutter, 0, right - gutter, area.height()));
         const std::vector<Piece> parts = pieces(line);
         if (m_needle) {
@@ -368,9 +369,11 @@ void TextPreview::paintMinimap(QPainter& painter, const QRect& area)
     painter.drawImage(area.topLeft() + QPoint(6, 0), m_minimapImage);
     const QRect band = minimapBand();
     QColor fill = m_theme.ink;
-    fill.setAlphaF(0.08f);
+    fill.setAlphaF(0.12f);
     painter.fillRect(band, fill);
-    painter.setPen(m_theme.ruleStrong);
+    QColor edge = m_theme.accent;
+    edge.setAlphaF(0.7f);
+    painter.setPen(edge);
     painter.drawRect(band.adjusted(0, 0, -1, -1));
 }
 

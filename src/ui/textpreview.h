@@ -24,7 +24,9 @@ class TextPreview : public QAbstractScrollArea {
 public:
     explicit TextPreview(QWidget* parent = nullptr);
 
-    void setText(std::shared_ptr<MappedText> text, const QString& fileName);
+    // A text, coloured as the file name's language is; its lines numbered from firstLine + 1, as
+    // when the text is a part of a longer file.
+    void setText(std::shared_ptr<MappedText> text, const QString& fileName, qint64 firstLine = 0);
     void setTheme(const Theme& theme);
     void setMinimap(bool shown);
     void setNeedle(std::optional<TextNeedle> needle);
@@ -82,6 +84,7 @@ private:
     bool m_minimap = false;
     int m_lineHeight = 16;
     int m_charWidth = 8;
+    qint64 m_firstLine = 0;
     int m_widest = 0; // of the lines drawn, for the horizontal scroll
     QImage m_minimapImage;
     qint64 m_minimapFirst = -1;
