@@ -127,7 +127,10 @@ void check(const Drawing& drawing, DrawingKind kind)
     require(counted == qsizetype(drawing.items.size()));
 
     require(finite(drawing.bounds));
-    require(finite(drawing.paper) && drawing.paper.width() >= 0 && drawing.paper.height() >= 0);
+    // A page has a size or none at all; a board has none.
+    require(finite(drawing.paper));
+    require(drawing.paper == QSizeF() || (drawing.paper.width() > 0 && drawing.paper.height() > 0));
+    require(kind == DrawingKind::schematic || drawing.paper.isEmpty());
     if (drawing.points.empty()) {
         require(drawing.bounds.isNull());
         return;

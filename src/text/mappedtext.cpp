@@ -37,7 +37,12 @@ MappedText::Opened MappedText::adopt(int descriptor, const QString& name)
 MappedText::Opened MappedText::map(std::shared_ptr<MappedText> text, const QString& name)
 {
     text->m_size = text->m_file.size();
-    if (text->m_size > 0) {
+    if (text->m_size <= readWholeBytes) {
+        // Read rather than mapped: a file cut short while it is shown would fault the map.
+        text->m_bytes = text->m_file.readAll();
+        text->m_data = text->m_bytes.constData();
+        text->m_size = text->m_bytes.size();
+    } else {
         text->m_data = reinterpret_cast<const char*>(text->m_file.map(0, text->m_size));
         if (!text->m_data)
             return name + QStringLiteral(" cannot be mapped: ") + text->m_file.errorString() + u'.';

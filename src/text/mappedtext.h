@@ -12,15 +12,18 @@
 #include <mutex>
 #include <variant>
 
-// A file's text read a screen at a time, however large the file. The file is mapped, never loaded,
-// and the starts of its lines are found on a worker (indexLines), so the first lines show at once and
-// the rest become reachable as the index grows. Text handed in as bytes (a file at a past commit)
-// behaves the same, indexed at once.
+// A file's text read a screen at a time, however large the file. A large file is mapped, never
+// loaded, and the starts of its lines are found on a worker (indexLines), so the first lines show at
+// once and the rest become reachable as the index grows. A mapped file cut short on the disk while it
+// is shown would fault, so files of a few megabytes, the most that change under a viewer, are read. Text
+// handed in as bytes (a file at a past commit) behaves the same, indexed at once.
 //
 // The index is read on the main thread while a worker extends it; both take the lock, which guards
 // only a short append or lookup.
 class MappedText {
 public:
+    // Files up to this size are read whole; larger ones are mapped.
+    static constexpr qint64 readWholeBytes = 16 << 20;
     // Files up to this size are indexed on the spot; larger ones by indexLines().
     static constexpr qint64 indexAtOnceBytes = 1 << 20;
     // The most of one line that is handed out for showing.

@@ -197,7 +197,8 @@ void Painter::stroke(const DrawingItem& item, const QColor& colour, const QColor
             const double pixels
                 = arc ? arc->radius * m_scale * std::abs(arc->span) * std::numbers::pi / 180 : 0;
             std::vector<QPointF> along;
-            appendArcPoints(along, points[0], points[1], points[2], std::clamp(int(pixels / 3), 2, 90));
+            appendArcPoints(along, points[0], points[1], points[2],
+                int(std::clamp(std::isfinite(pixels) ? pixels / 3 : 2.0, 2.0, 90.0)));
             m_painter.drawPolyline(along.data(), int(along.size()));
         }
         break;

@@ -244,6 +244,11 @@ TEST(DrawingBoard, MalformedTextGivesWhatItCan)
             "(kicad_pcb (footprint (at (1) 2) (pad (1) (smd) (rect) (at 1 1) (size 1 1) (layers ()))))", 0,
             1 },
         { "anUnknownLayer", "(kicad_pcb (segment (start 0 0) (end 1 1) (layer \"User.9\")))", 1, 0 },
+        // Past any board's size a coordinate would overflow what the painter adds up.
+        { "hugeNumbers", "(kicad_pcb (footprint (at 1e308 0) (pad 1 smd rect (at 1e308 0) (size 1 1))))", 0,
+            0 },
+        { "noLayerAtAll", "(kicad_pcb (segment (start 0 0) (end 1 1)) (segment (start 1 1) (end 2 2)))", 2,
+            0 },
         { "empty", "(kicad_pcb)", 0, 0 },
     };
     for (const Row& row : rows) {
@@ -252,6 +257,8 @@ TEST(DrawingBoard, MalformedTextGivesWhatItCan)
         EXPECT_EQ(drawing.count(DrawingItemKind::pad), row.pads) << row.name;
         for (const DrawingItem& item : drawing.items)
             EXPECT_LE(size_t(item.first + item.count), drawing.points.size()) << row.name;
+        for (const QPointF& point : drawing.points)
+            EXPECT_TRUE(std::isfinite(point.x()) && std::isfinite(point.y())) << row.name;
     }
 }
 

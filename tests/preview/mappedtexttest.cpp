@@ -39,6 +39,10 @@ TEST(MappedTextTest, LinesEndAtEveryBreakButTheLast)
         { "a\n\nb", { u"a"_qs, u""_qs, u"b"_qs } },
         // Bad UTF-8 becomes replacement characters and controls their visible symbols; tabs stay.
         { QByteArray("x\xff\0y\tz\n", 7), { u"x\uFFFD\u2400y\tz"_qs } },
+        // C1 controls, which UTF-8 spells in two bytes, show as replacement characters too.
+        { "a\xc2\x85"
+          "b",
+            { u"a\uFFFDb"_qs } },
     };
     QTemporaryDir dir;
     for (const LinesCase& c : cases) {
@@ -51,6 +55,14 @@ TEST(MappedTextTest, LinesEndAtEveryBreakButTheLast)
         EXPECT_EQ(linesOf(*text), c.lines) << c.bytes.toStdString();
         EXPECT_EQ(linesOf(*MappedText::fromBytes(c.bytes)), c.lines) << c.bytes.toStdString();
     }
+}
+
+TEST(MappedTextTest, ALineCutAtItsLimitKeepsNoHalfOfItsBreak)
+{
+    const auto text = MappedText::fromBytes("abc\r\ndef\n");
+    EXPECT_EQ(text->line(0, 4), "abc");
+    EXPECT_EQ(text->line(0, 2), "ab");
+    EXPECT_EQ(text->line(1), "def");
 }
 
 TEST(MappedTextTest, ALargeFileShowsItsFirstLinesAtOnceAndTheRestOnceIndexed)

@@ -120,9 +120,7 @@ INSTANTIATE_TEST_SUITE_P(Files, PreviewCommand,
         PreviewCase { "Svg", "icon.svg", {},
             { { u"previewKind"_s, u"image"_s }, { u"imageSize"_s, QJsonArray { 40, 20 } } } },
         PreviewCase { "SvgRaw", "icon.svg", { u"--raw"_s }, { { u"previewKind"_s, u"text"_s } } },
-        PreviewCase { "Board", "board.kicad_pcb", {},
-            { { u"previewKind"_s, u"drawing"_s }, { u"drawing/tracks"_s, 3 }, { u"drawing/vias"_s, 2 },
-                { u"drawing/pads"_s, 2 } } },
+        PreviewCase { "Board", "board.kicad_pcb", {}, { { u"previewKind"_s, u"drawing"_s } } },
         PreviewCase { "BoardRaw", "board.kicad_pcb", { u"--raw"_s }, { { u"previewKind"_s, u"text"_s } } },
         PreviewCase { "BinaryOpensInHex", "blob.bin", {},
             { { u"previewKind"_s, u"bytes"_s },
@@ -137,6 +135,20 @@ INSTANTIATE_TEST_SUITE_P(Files, PreviewCommand,
         PreviewCase {
             "LineAsked", "README.md", { u"--raw"_s, u"--line"_s, u"5"_s }, { { u"markedLine"_s, 4 } } }),
     rowName);
+
+// The drawing's own item list holds every track, via and pad the board file lists.
+TEST(PreviewCommandTest, ABoardIsDrawnWithEveryTrackViaAndPadOfItsFile)
+{
+    TempFolder out;
+    const Outcome run = korvane({ u"preview"_s, kinds().path(u"board.kicad_pcb"_s), u"--out"_s,
+        out.path(u"p.png"_s), u"--print-state"_s });
+    ASSERT_EQ(run.exitCode, 0) << run.err.toStdString();
+    const QJsonObject drawing = parse(run.out)[u"drawing"_s].toObject();
+    EXPECT_EQ(drawing[u"tracks"_s].toInteger(), board.count("(segment "));
+    EXPECT_EQ(drawing[u"vias"_s].toInteger(), board.count("(via "));
+    EXPECT_EQ(drawing[u"pads"_s].toInteger(), board.count("(pad "));
+    EXPECT_EQ(drawing[u"texts"_s].toInteger(), board.count("(fp_text "));
+}
 
 TEST(PreviewCommandTest, AMarkdownHeadingIsDrawnLargerThanItsBody)
 {
