@@ -1,8 +1,6 @@
 #include "preview/syntaxclike.h"
 
 using namespace SyntaxScan;
-using Open = SyntaxCarry::Open;
-using Role = SyntaxRole;
 namespace F = SyntaxFeature;
 
 void CLikeScanner::run(qsizetype i)
@@ -30,11 +28,11 @@ void CLikeScanner::code(qsizetype i, qsizetype firstCode)
         case ' ':
         case '\t': ++i; continue;
         case '/':
-            if (i + 1 < m_n && m_line[i + 1] == '/') {
+            if (nextIs(i, '/')) {
                 m_out.add(i, m_n, Role::comment);
                 return;
             }
-            if (i + 1 < m_n && m_line[i + 1] == '*') {
+            if (nextIs(i, '*')) {
                 m_carry.depth = 1;
                 i = comment(i, i + 2);
                 continue;
@@ -49,7 +47,7 @@ void CLikeScanner::code(qsizetype i, qsizetype firstCode)
         case '$': i = dollar(i); continue;
         case '\\':
             // Zig's multi-line string: each line of it starts with two backslashes.
-            if (m_rules.dialect == Dialect::zig && i + 1 < m_n && m_line[i + 1] == '\\') {
+            if (m_dialect == Dialect::zig && nextIs(i, '\\')) {
                 m_out.add(i, m_n, Role::string);
                 return;
             }
@@ -84,8 +82,8 @@ void CLikeScanner::setValueBefore(bool value)
 // "1..2"), not a fraction.
 bool CLikeScanner::follows(qsizetype i) const
 {
-    const char before = i > 0 ? m_line[i - 1] : ' ';
-    return isWordByte(before) || before == '.' || before == ')' || before == ']';
+    const char prior = before(i);
+    return isWordByte(prior) || prior == '.' || prior == ')' || prior == ']';
 }
 
 // Finishes what the line before left open; returns where code starts.
@@ -103,88 +101,30 @@ qsizetype CLikeScanner::resume(qsizetype i)
         loadTemplateLevels();
         m_carry = {};
         return i;
-    case Open::verbatim: {
-        const qsizetype end = closingDoubledQuote(m_line, i, m_carry.quote);
-        return closeOrCarry(i, end, Role::string);
-    }
+    case Open::verbatim: return afterValue(doubled(i, i, m_carry.quote));
     case Open::raw: return finishRaw(m_line, i, m_carry, Role::string, m_out);
     case Open::triple: return triple(i, i, m_carry.quote);
     default: m_carry = {}; return i;
     }
 }
 
-qsizetype CLikeScanner::closeOrCarry(qsizetype start, qsizetype end, Role role)
-{
-    if (end < 0) {
-        m_out.add(start, m_n, role);
-        return m_n;
-    }
-    m_out.add(start, end, role);
-    m_carry = {};
-    setValueBefore(true);
-    return end;
-}
-
-// A block comment from `start`, its body from `i`; m_carry.depth levels open.
-qsizetype CLikeScanner::comment(qsizetype start, qsizetype i)
-{
-    const bool nests = m_rules.has(F::nestedComments);
-    while (i + 1 < m_n) {
-        if (m_line[i] == '*' && m_line[i + 1] == '/') {
-            i += 2;
-            if (!nests || --m_carry.depth == 0) {
-                m_out.add(start, i, Role::comment);
-                m_carry = {};
-                return i;
-            }
-        } else if (nests && m_line[i] == '/' && m_line[i + 1] == '*' && m_carry.depth < 255) {
-            ++m_carry.depth;
-            i += 2;
-        } else {
-            ++i;
-        }
-    }
-    m_out.add(start, m_n, Role::comment);
-    m_carry.open = Open::comment;
-    m_carry.depth = std::max<quint8>(m_carry.depth, 1);
-    return m_n;
-}
-
 // A string from `start` whose body starts at `i`.
 qsizetype CLikeScanner::quoted(qsizetype start, qsizetype i, char quote)
 {
-    const QuoteEnd end = closingQuote(m_line, i, quote, true);
-    if (end.end >= 0)
-        return closeOrCarry(start, end.end, Role::string);
-    m_out.add(start, m_n, Role::string);
-    if (end.escapedBreak || m_rules.has(F::multiLineStrings) || quote == '`') {
-        m_carry.open = Open::string;
-        m_carry.quote = quote;
-    } else {
-        m_carry = {};
-    }
-    return m_n;
+    return afterValue(string(start, i, quote, quote == '`'));
 }
 
 qsizetype CLikeScanner::triple(qsizetype start, qsizetype i, char quote)
 {
-    const qsizetype end = closingTriple(m_line, i, quote, true);
-    if (end < 0) {
-        m_carry.open = Open::triple;
-        m_carry.quote = quote;
-    }
-    return closeOrCarry(start, end, Role::string);
+    return afterValue(LineScanner::triple(start, i, quote));
 }
 
 qsizetype CLikeScanner::raw(qsizetype start, qsizetype bodyAt, std::string_view closer)
 {
     const qsizetype end = find(m_line, bodyAt, closer);
-    if (end >= 0)
-        return closeOrCarry(start, end + qsizetype(closer.size()), Role::string);
-    m_out.add(start, m_n, Role::string);
-    if (!openRaw(m_carry, Open::raw, closer))
+    if (end < 0 && !openRaw(m_carry, Open::raw, closer))
         m_carry = {};
-    return m_n;
+    return afterValue(close(start, end < 0 ? -1 : end + qsizetype(closer.size()), Role::string));
 }
 
 // A string whose opening quote is at `quoteAt`, coloured from `start` (a prefix such as u8 or @).
@@ -201,18 +141,18 @@ qsizetype CLikeScanner::singleQuote(qsizetype i)
         return triple(i, i + 3, '\'');
     if (m_rules.has(F::quoteStrings))
         return quoted(i, i + 1, '\'');
-    if (m_rules.dialect == Dialect::verilog) // 'hFF, an unsized number
+    if (m_dialect == Dialect::verilog) // 'hFF, an unsized number
         return i + 1 < m_n && isLetter(m_line[i + 1]) ? number(i) : i + 1;
     // A lifetime ('a) in Rust, a symbol ('a) in Scala: a name with no closing quote after its
     // first character.
-    if ((m_rules.dialect == Dialect::rust || m_rules.dialect == Dialect::scala) && i + 1 < m_n
+    if ((m_dialect == Dialect::rust || m_dialect == Dialect::scala) && i + 1 < m_n
         && isWordStart(m_line[i + 1])) {
         const char* p = m_line.data() + i + 1;
         ByteText::decode(p, m_line.data() + m_n);
         const qsizetype next = p - m_line.data();
         if (next >= m_n || m_line[next] != '\'') {
             const qsizetype end = wordEnd(m_line, i + 1);
-            m_out.add(i, end, m_rules.dialect == Dialect::rust ? Role::type : Role::number);
+            m_out.add(i, end, m_dialect == Dialect::rust ? Role::type : Role::number);
             return end;
         }
     }
@@ -221,17 +161,16 @@ qsizetype CLikeScanner::singleQuote(qsizetype i)
     if (end < 0)
         return i + 1;
     m_out.add(i, end, Role::string);
-    setValueBefore(true);
-    return end;
+    return afterValue(end);
 }
 
 qsizetype CLikeScanner::backtick(qsizetype i)
 {
     if (m_rules.has(F::backtickStrings))
         return templateText(i, i + 1);
-    if (m_rules.dialect == Dialect::go)
+    if (m_dialect == Dialect::go)
         return raw(i, i + 1, "`");
-    if (m_rules.dialect == Dialect::verilog) { // `define, `include
+    if (m_dialect == Dialect::verilog) { // `define, `include
         const qsizetype end = wordEnd(m_line, i + 1);
         m_out.add(i, end, Role::preprocessor);
         return end;
@@ -248,10 +187,7 @@ qsizetype CLikeScanner::templateText(qsizetype start, qsizetype i)
         if (c == '\\') {
             i += 2;
         } else if (c == '`') {
-            m_out.add(start, i + 1, Role::string);
-            m_carry = {};
-            setValueBefore(true);
-            return i + 1;
+            return afterValue(close(start, i + 1, Role::string));
         } else if (c == '$' && i + 1 < m_n && m_line[i + 1] == '{' && m_levelCount < int(m_levels.size())) {
             m_out.add(start, i + 2, Role::string);
             m_levels[size_t(m_levelCount++)] = 0;
@@ -262,10 +198,8 @@ qsizetype CLikeScanner::templateText(qsizetype start, qsizetype i)
             ++i;
         }
     }
-    m_out.add(start, m_n, Role::string);
-    m_carry.open = Open::string;
-    m_carry.quote = '`';
-    return m_n;
+    carryOpen(Open::string, '`');
+    return toEnd(start, Role::string);
 }
 
 // A '}' closes a block, or the ${…} of a template string, whose text goes on after it.

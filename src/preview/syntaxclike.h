@@ -1,21 +1,14 @@
 #pragma once
 
-#include "preview/syntaxrules.h"
+#include "preview/syntaxscanner.h"
 
 #include <array>
 
 // The scanner of the C-like languages, one object a line: brace languages from C to Zig, with the
 // literals and marks each adds of its own (raw strings, lifetimes, annotations, directives).
-class CLikeScanner {
+class CLikeScanner : LineScanner {
 public:
-    CLikeScanner(const SyntaxRules& rules, QByteArrayView line, SyntaxCarry& carry, SpanOut& out)
-        : m_rules(rules)
-        , m_line(line)
-        , m_n(line.size())
-        , m_carry(carry)
-        , m_out(out)
-    {
-    }
+    using LineScanner::LineScanner;
 
     void run(qsizetype i);
 
@@ -25,14 +18,23 @@ private:
     // Finishes what the line before left open; returns where code starts.
     qsizetype resume(qsizetype i);
     void setValueBefore(bool value);
+    // Past a literal, which is a value: returns `next`. One left open ends the line, where nothing
+    // after it asks.
+    qsizetype afterValue(qsizetype next)
+    {
+        setValueBefore(true);
+        return next;
+    }
     // Whether the byte before `i` ends a value, so that ".5" there is a member or a range ("t.0",
     // "1..2"), not a fraction.
     bool follows(qsizetype i) const;
 
     // Comments and strings, which may go on over lines. Each takes where its span starts and where
     // its body does, and returns where code goes on.
-    qsizetype closeOrCarry(qsizetype start, qsizetype end, SyntaxRole role);
-    qsizetype comment(qsizetype start, qsizetype i); // m_carry.depth levels open
+    qsizetype comment(qsizetype start, qsizetype i) // m_carry.depth levels open
+    {
+        return blockComment(start, i, '/', '*', '/', m_rules.has(SyntaxFeature::nestedComments));
+    }
     qsizetype quoted(qsizetype start, qsizetype i, char quote);
     qsizetype triple(qsizetype start, qsizetype i, char quote);
     qsizetype raw(qsizetype start, qsizetype bodyAt, std::string_view closer);
@@ -60,15 +62,10 @@ private:
     qsizetype number(qsizetype i);
     qsizetype word(qsizetype i);
     // A string with a prefix (u8"", R"x()x", r#""#, b'a'), or -1 when the word is no such prefix.
-    qsizetype stringPrefix(qsizetype i, qsizetype end, std::string_view text);
+    qsizetype stringPrefix(qsizetype i, qsizetype end, std::string_view prefix);
     qsizetype charAfterPrefix(qsizetype i, qsizetype quoteAt);
     qsizetype cppRaw(qsizetype i, qsizetype quoteAt);
 
-    const SyntaxRules& m_rules;
-    QByteArrayView m_line;
-    qsizetype m_n;
-    SyntaxCarry& m_carry;
-    SpanOut& m_out;
     // What came last was a value, so '/' divides; unless it was a word such as "return".
     bool m_valueBefore = false;
     std::string_view m_lastWord;

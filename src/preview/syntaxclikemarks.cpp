@@ -6,8 +6,6 @@
 // regular expressions, numbers, and the words that prefix strings.
 
 using namespace SyntaxScan;
-using Open = SyntaxCarry::Open;
-using Role = SyntaxRole;
 namespace F = SyntaxFeature;
 
 namespace {
@@ -24,16 +22,12 @@ bool expectsValue(std::string_view word)
 
 qsizetype CLikeScanner::hash(qsizetype i, bool firstOnLine)
 {
-    const Dialect dialect = m_rules.dialect;
-    if (dialect == Dialect::php) {
-        if (i + 1 < m_n && m_line[i + 1] == '[')
-            return bracketed(i);
-        m_out.add(i, m_n, Role::comment);
-        return m_n;
+    if (m_dialect == Dialect::php) {
+        return nextIs(i, '[') ? bracketed(i) : toEnd(i, Role::comment);
     }
-    if (dialect == Dialect::rust && i + 1 < m_n && (m_line[i + 1] == '[' || m_line[i + 1] == '!'))
+    if (m_dialect == Dialect::rust && i + 1 < m_n && (m_line[i + 1] == '[' || m_line[i + 1] == '!'))
         return bracketed(i);
-    const bool anywhere = dialect == Dialect::swift;
+    const bool anywhere = m_dialect == Dialect::swift;
     if (!m_rules.has(F::directives) || !(firstOnLine || anywhere))
         return i + 1;
     const qsizetype nameAt = skipBlanks(m_line, i + 1);
@@ -68,23 +62,22 @@ qsizetype CLikeScanner::bracketed(qsizetype i)
 
 qsizetype CLikeScanner::at(qsizetype i)
 {
-    const Dialect dialect = m_rules.dialect;
     const qsizetype next = i + 1;
-    if (dialect == Dialect::csharp) {
+    if (m_dialect == Dialect::csharp) {
         if (next < m_n && m_line[next] == '"')
             return verbatim(i, next);
         if (next + 1 < m_n && m_line[next] == '$' && m_line[next + 1] == '"')
             return verbatim(i, next + 1);
         return next;
     }
-    if (dialect == Dialect::objc && next < m_n && m_line[next] == '"')
+    if (m_dialect == Dialect::objc && next < m_n && m_line[next] == '"')
         return doubleQuote(i, next);
     if (next < m_n && isWordStart(m_line[next])
-        && (dialect == Dialect::objc || m_rules.has(F::annotations))) {
+        && (m_dialect == Dialect::objc || m_rules.has(F::annotations))) {
         qsizetype end = wordEnd(m_line, next);
         while (end + 1 < m_n && m_line[end] == '.' && isWordStart(m_line[end + 1]))
             end = wordEnd(m_line, end + 1);
-        m_out.add(i, end, dialect == Dialect::objc ? Role::keyword : Role::preprocessor);
+        m_out.add(i, end, m_dialect == Dialect::objc ? Role::keyword : Role::preprocessor);
         return end;
     }
     return next;
@@ -92,29 +85,23 @@ qsizetype CLikeScanner::at(qsizetype i)
 
 qsizetype CLikeScanner::verbatim(qsizetype start, qsizetype quoteAt)
 {
-    const qsizetype end = closingDoubledQuote(m_line, quoteAt + 1, '"');
-    if (end < 0) {
-        m_carry.open = Open::verbatim;
-        m_carry.quote = '"';
-    }
-    return closeOrCarry(start, end, Role::string);
+    return afterValue(doubled(start, quoteAt + 1, '"'));
 }
 
 qsizetype CLikeScanner::dollar(qsizetype i)
 {
     const qsizetype next = i + 1;
-    if (m_rules.dialect == Dialect::csharp && next < m_n) {
+    if (m_dialect == Dialect::csharp && next < m_n) {
         if (m_line[next] == '"')
             return doubleQuote(i, next);
         if (next + 1 < m_n && m_line[next] == '@' && m_line[next + 1] == '"')
             return verbatim(i, next + 1);
     }
     if (next < m_n && isWordStart(m_line[next])
-        && (m_rules.has(F::variables) || m_rules.dialect == Dialect::verilog)) {
+        && (m_rules.has(F::variables) || m_dialect == Dialect::verilog)) {
         const qsizetype end = wordEnd(m_line, next);
-        m_out.add(i, end, m_rules.dialect == Dialect::verilog ? Role::preprocessor : Role::attribute);
-        setValueBefore(true);
-        return end;
+        m_out.add(i, end, m_dialect == Dialect::verilog ? Role::preprocessor : Role::attribute);
+        return afterValue(end);
     }
     setValueBefore(false);
     return next;
@@ -124,7 +111,7 @@ qsizetype CLikeScanner::dollar(qsizetype i)
 qsizetype CLikeScanner::phpTag(qsizetype i)
 {
     setValueBefore(false);
-    if (m_rules.dialect != Dialect::php)
+    if (m_dialect != Dialect::php)
         return i + 1;
     qsizetype end = i;
     if (startsWith(m_line, i, "<?php"))
@@ -158,8 +145,7 @@ qsizetype CLikeScanner::slash(qsizetype i)
         else if (c == '/' && !inClass) {
             const qsizetype end = wordEnd(m_line, j + 1); // flags
             m_out.add(i, end, Role::string);
-            setValueBefore(true);
-            return end;
+            return afterValue(end);
         }
     }
     // None closes from here; taking each later '/' for one again would cost the line's length
@@ -170,11 +156,11 @@ qsizetype CLikeScanner::slash(qsizetype i)
 
 qsizetype CLikeScanner::number(qsizetype i)
 {
-    const Dialect dialect = m_rules.dialect;
-    const bool quoteSeparators = dialect == Dialect::c || dialect == Dialect::cpp || dialect == Dialect::objc;
+    const bool quoteSeparators
+        = m_dialect == Dialect::c || m_dialect == Dialect::cpp || m_dialect == Dialect::objc;
     qsizetype end = m_line[i] == '\'' ? i : numberEnd(m_line, i, quoteSeparators);
     // Verilog's sized and based numbers: 8'hFF, 4'b10_x0, 'd3.
-    if (dialect == Dialect::verilog && end < m_n && m_line[end] == '\'') {
+    if (m_dialect == Dialect::verilog && end < m_n && m_line[end] == '\'') {
         qsizetype j = end + 1;
         if (j < m_n && (m_line[j] == 's' || m_line[j] == 'S'))
             ++j;
@@ -189,53 +175,46 @@ qsizetype CLikeScanner::number(qsizetype i)
     }
     end = std::max(end, i + 1);
     m_out.add(i, end, Role::number);
-    setValueBefore(true);
-    return end;
+    return afterValue(end);
 }
 
 qsizetype CLikeScanner::word(qsizetype i)
 {
     const qsizetype end = wordEnd(m_line, i);
-    const std::string_view text = view(m_line).substr(size_t(i), size_t(end - i));
+    const std::string_view name = text(i, end);
     if (end < m_n && (m_line[end] == '"' || m_line[end] == '\'' || m_line[end] == '#')) {
-        const qsizetype prefixed = stringPrefix(i, end, text);
+        const qsizetype prefixed = stringPrefix(i, end, name);
         if (prefixed >= 0)
             return prefixed;
     }
     setValueBefore(true);
-    m_lastWord = text;
-    if (m_rules.dialect == Dialect::rust && end < m_n && m_line[end] == '!'
+    m_lastWord = name;
+    if (m_dialect == Dialect::rust && end < m_n && m_line[end] == '!'
         && (end + 1 >= m_n || m_line[end + 1] != '=')) { // a macro: println!
         m_out.add(i, end + 1, Role::preprocessor);
         return end + 1;
     }
-    if (!m_out.wanted())
-        return end;
-    Role role = m_rules.words.roleOf(text);
-    if (role == Role::plain && m_rules.has(F::capitalisedTypes) && isCapitalised(text))
-        role = Role::type;
-    m_out.add(i, end, role);
-    return end;
+    return keyword(i, end);
 }
 
 // A string with a prefix (u8"", R"x()x", r#""#, b'a'), or -1 when the word is no such prefix.
-qsizetype CLikeScanner::stringPrefix(qsizetype i, qsizetype end, std::string_view text)
+qsizetype CLikeScanner::stringPrefix(qsizetype i, qsizetype end, std::string_view prefix)
 {
     const char next = m_line[end];
-    const Dialect dialect = m_rules.dialect;
-    if (dialect == Dialect::c || dialect == Dialect::cpp || dialect == Dialect::objc) {
-        if (next == '"' && (text == "R" || text == "u8R" || text == "uR" || text == "UR" || text == "LR"))
+    if (m_dialect == Dialect::c || m_dialect == Dialect::cpp || m_dialect == Dialect::objc) {
+        if (next == '"'
+            && (prefix == "R" || prefix == "u8R" || prefix == "uR" || prefix == "UR" || prefix == "LR"))
             return cppRaw(i, end);
-        if (text == "u8" || text == "u" || text == "U" || text == "L")
+        if (prefix == "u8" || prefix == "u" || prefix == "U" || prefix == "L")
             return next == '"' ? quoted(i, end + 1, '"') : next == '\'' ? charAfterPrefix(i, end) : -1;
         return -1;
     }
-    if (dialect == Dialect::rust) {
-        if (text == "b" && next == '\'')
+    if (m_dialect == Dialect::rust) {
+        if (prefix == "b" && next == '\'')
             return charAfterPrefix(i, end);
-        if (text == "b" && next == '"')
+        if (prefix == "b" && next == '"')
             return quoted(i, end + 1, '"');
-        if (text == "r" || text == "br") {
+        if (prefix == "r" || prefix == "br") {
             qsizetype quoteAt = end;
             while (quoteAt < m_n && m_line[quoteAt] == '#')
                 ++quoteAt;
@@ -247,11 +226,10 @@ qsizetype CLikeScanner::stringPrefix(qsizetype i, qsizetype end, std::string_vie
         }
         return -1;
     }
-    if (dialect == Dialect::none && text == "r" && (next == '\'' || next == '"')
+    if (m_dialect == Dialect::none && prefix == "r" && (next == '\'' || next == '"')
         && m_rules.has(F::quoteStrings)) {
         // Dart's raw strings: no escapes, on one line.
-        const QuoteEnd close = closingQuote(m_line, end + 1, next, false);
-        return closeOrCarry(i, close.end, Role::string);
+        return afterValue(close(i, closingQuote(m_line, end + 1, next, false).end, Role::string));
     }
     return -1;
 }

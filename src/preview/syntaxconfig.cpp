@@ -1,27 +1,18 @@
-#include "preview/syntaxrules.h"
+#include "preview/syntaxscanner.h"
 
 using namespace SyntaxScan;
-using Open = SyntaxCarry::Open;
-using Role = SyntaxRole;
 
 namespace {
 
 // Shared by the data formats: quoted strings, comments closing at a delimiter, and words looked up.
-class ConfigScanner {
+class ConfigScanner : LineScanner {
 public:
-    ConfigScanner(const SyntaxRules& rules, QByteArrayView line, SyntaxCarry& carry, SpanOut& out)
-        : m_rules(rules)
-        , m_line(line)
-        , m_n(line.size())
-        , m_carry(carry)
-        , m_out(out)
-    {
-    }
+    using LineScanner::LineScanner;
 
     void json(qsizetype i)
     {
         if (m_carry.open == Open::comment)
-            i = blockComment(i, i);
+            i = searchedComment(i, i);
         while (i < m_n) {
             const char c = m_line[i];
             if (c == '"') {
@@ -35,12 +26,11 @@ public:
                 m_out.add(i, end, Role::number);
                 i = end;
             } else if (isWordStart(c)) {
-                i = word(i, wordEnd(m_line, i));
-            } else if (c == '/' && i + 1 < m_n && m_line[i + 1] == '/') { // JSON with comments
-                m_out.add(i, m_n, Role::comment);
-                return;
-            } else if (c == '/' && i + 1 < m_n && m_line[i + 1] == '*') {
-                i = blockComment(i, i + 2);
+                i = keyword(i, wordEnd(m_line, i));
+            } else if (c == '/' && nextIs(i, '/')) { // JSON with comments
+                i = toEnd(i, Role::comment);
+            } else if (c == '/' && nextIs(i, '*')) {
+                i = searchedComment(i, i + 2);
             } else {
                 ++i;
             }
@@ -50,7 +40,7 @@ public:
     void toml(qsizetype i)
     {
         if (m_carry.open == Open::triple)
-            i = triple(i, i, m_carry.quote);
+            i = triple(i, i, m_carry.quote, m_carry.quote == '"');
         else
             m_carry = {};
         const qsizetype first = skipBlanks(m_line, i);
@@ -73,11 +63,12 @@ public:
         while (i < m_n) {
             const char c = m_line[i];
             if (c == '#') {
-                m_out.add(i, m_n, Role::comment);
-                return;
-            }
-            if (c == '"' || c == '\'') {
-                i = startsWith(m_line, i, c == '"' ? "\"\"\"" : "'''") ? triple(i, i + 3, c) : quoted(i, c);
+                i = toEnd(i, Role::comment);
+            } else if (c == '"' || c == '\'') {
+                // Basic strings know escapes, literal ones do not.
+                i = startsWith(m_line, i, c == '"' ? "\"\"\"" : "'''")
+                    ? triple(i, i + 3, c, c == '"')
+                    : close(i, closingQuote(m_line, i + 1, c, c == '"').end, Role::string);
             } else if (isDigit(c) || ((c == '-' || c == '+') && i + 1 < m_n && isDigit(m_line[i + 1]))) {
                 // Numbers and dates alike: 1_000, 1979-05-27T07:32:00Z.
                 qsizetype end = i + 1;
@@ -88,7 +79,7 @@ public:
                 m_out.add(i, end, Role::number);
                 i = end;
             } else if (isWordStart(c)) {
-                i = word(i, wordEnd(m_line, i));
+                i = keyword(i, wordEnd(m_line, i));
             } else {
                 ++i;
             }
@@ -98,16 +89,7 @@ public:
     void yaml(qsizetype i)
     {
         if (m_carry.open == Open::string || m_carry.open == Open::verbatim) {
-            const qsizetype end = m_carry.open == Open::string
-                ? closingQuote(m_line, i, m_carry.quote, true).end
-                : closingDoubledQuote(m_line, i, m_carry.quote);
-            if (end < 0) {
-                m_out.add(i, m_n, Role::string);
-                return;
-            }
-            m_out.add(i, end, Role::string);
-            m_carry = {};
-            i = end;
+            i = quotedScalar(i, i, m_carry.quote);
         } else {
             m_carry = {};
             if ((startsWith(m_line, 0, "---") || startsWith(m_line, 0, "..."))
@@ -164,20 +146,9 @@ private:
         while (i < m_n) {
             const char c = m_line[i];
             if (c == '#') {
-                m_out.add(i, m_n, Role::comment);
-                return;
-            }
-            if (c == '"' || c == '\'') {
-                const qsizetype end = c == '"' ? closingQuote(m_line, i + 1, c, true).end
-                                               : closingDoubledQuote(m_line, i + 1, c);
-                if (end < 0) { // quoted scalars go on over lines
-                    m_out.add(i, m_n, Role::string);
-                    m_carry.open = c == '"' ? Open::string : Open::verbatim;
-                    m_carry.quote = c;
-                    return;
-                }
-                m_out.add(i, end, Role::string);
-                i = end;
+                i = toEnd(i, Role::comment);
+            } else if (c == '"' || c == '\'') {
+                i = quotedScalar(i, i + 1, c);
             } else if (c == '&' || c == '*' || c == '!') { // anchors, aliases and tags
                 qsizetype end = i + 1;
                 while (end < m_n && !isBlank(m_line[end]) && m_line[end] != ',' && m_line[end] != ']'
@@ -217,48 +188,11 @@ private:
         return end;
     }
 
-    qsizetype word(qsizetype i, qsizetype end)
+    // Quoted scalars go on over lines; '…' doubles its quotes, "…" escapes.
+    qsizetype quotedScalar(qsizetype start, qsizetype i, char quote)
     {
-        if (m_out.wanted())
-            m_out.add(i, end, m_rules.words.roleOf(view(m_line).substr(size_t(i), size_t(end - i))));
-        return end;
+        return quote == '"' ? string(start, i, quote, true) : doubled(start, i, quote);
     }
-
-    qsizetype quoted(qsizetype i, char quote)
-    {
-        const QuoteEnd end = closingQuote(m_line, i + 1, quote, quote == '"');
-        const qsizetype stop = end.end < 0 ? m_n : end.end;
-        m_out.add(i, stop, Role::string);
-        return stop;
-    }
-
-    qsizetype triple(qsizetype start, qsizetype i, char quote)
-    {
-        const qsizetype end = closingTriple(m_line, i, quote, quote == '"');
-        if (end < 0) {
-            m_out.add(start, m_n, Role::string);
-            m_carry.open = Open::triple;
-            m_carry.quote = quote;
-            return m_n;
-        }
-        m_out.add(start, end, Role::string);
-        m_carry = {};
-        return end;
-    }
-
-    qsizetype blockComment(qsizetype start, qsizetype i)
-    {
-        const qsizetype close = find(m_line, i, "*/");
-        m_out.add(start, close < 0 ? m_n : close + 2, Role::comment);
-        m_carry.open = close < 0 ? Open::comment : Open::nothing;
-        return close < 0 ? m_n : close + 2;
-    }
-
-    const SyntaxRules& m_rules;
-    QByteArrayView m_line;
-    qsizetype m_n;
-    SyntaxCarry& m_carry;
-    SpanOut& m_out;
 };
 
 } // namespace

@@ -1,4 +1,4 @@
-#include "preview/syntaxrules.h"
+#include "preview/syntaxscanner.h"
 
 using namespace SyntaxScan;
 using Open = SyntaxCarry::Open;
@@ -20,15 +20,9 @@ bool onlyBlanksFrom(QByteArrayView line, qsizetype i)
 }
 
 // Markdown as written: headings, fenced code, inline code, links, markup comments.
-class MarkdownScanner {
+class MarkdownScanner : LineScanner {
 public:
-    MarkdownScanner(QByteArrayView line, SyntaxCarry& carry, SpanOut& out)
-        : m_line(line)
-        , m_n(line.size())
-        , m_carry(carry)
-        , m_out(out)
-    {
-    }
+    using LineScanner::LineScanner;
 
     void run(qsizetype i)
     {
@@ -104,9 +98,7 @@ private:
             } else if (c == '`') {
                 i = code(i);
             } else if (c == '<' && startsWith(m_line, i, "<!--")) {
-                openRaw(m_carry, Open::rawComment, "-->");
-                m_out.add(i, i + 4, Role::comment);
-                i = finishRaw(m_line, i + 4, m_carry, Role::comment, m_out);
+                i = delimited(i, i + 4, Open::rawComment, "-->", Role::comment);
             } else if (c == '<' && i + 1 < m_n && (isLetter(m_line[i + 1]) || m_line[i + 1] == '/')) {
                 const qsizetype close = next(m_nextAngle, i, '>');
                 const qsizetype end = close < 0 ? i + 1 : close + 1;
@@ -158,10 +150,6 @@ private:
         return i + run;
     }
 
-    QByteArrayView m_line;
-    qsizetype m_n;
-    SyntaxCarry& m_carry;
-    SpanOut& m_out;
     qsizetype m_nextAngle = -1; // -1 not looked for yet, -2 none left
     qsizetype m_nextParen = -1;
     quint64 m_unclosedRuns = 0; // lengths of backtick runs with no partner after them
@@ -253,9 +241,10 @@ void scanDiffLine(QByteArrayView line, SyntaxCarry& carry, SpanOut& out)
 
 } // namespace
 
-void scanMarkdown(const SyntaxRules&, QByteArrayView line, qsizetype from, SyntaxCarry& carry, SpanOut& out)
+void scanMarkdown(
+    const SyntaxRules& rules, QByteArrayView line, qsizetype from, SyntaxCarry& carry, SpanOut& out)
 {
-    MarkdownScanner(line, carry, out).run(from);
+    MarkdownScanner(rules, line, carry, out).run(from);
 }
 
 void scanDiff(const SyntaxRules&, QByteArrayView line, qsizetype, SyntaxCarry& carry, SpanOut& out)

@@ -1,8 +1,6 @@
 #include "preview/syntaxhash.h"
 
 using namespace SyntaxScan;
-using Open = SyntaxCarry::Open;
-using Role = SyntaxRole;
 namespace F = SyntaxFeature;
 
 void HashScanner::run(qsizetype i)
@@ -53,10 +51,10 @@ void HashScanner::run(qsizetype i)
 qsizetype HashScanner::resume(qsizetype i)
 {
     switch (m_carry.open) {
-    case Open::comment: return blockComment(i, i);
+    case Open::comment: return commentBlock(i, i);
     case Open::rawComment: return finishRaw(m_line, i, m_carry, Role::comment, m_out);
     case Open::string: return string(i, i, m_carry.quote);
-    case Open::verbatim: return close(i, closingDoubledQuote(m_line, i, m_carry.quote), Role::string);
+    case Open::verbatim: return doubled(i, i, m_carry.quote);
     case Open::raw: return finishRaw(m_line, i, m_carry, Role::string, m_out);
     case Open::triple: return triple(i, i, m_carry.quote);
     case Open::heredoc: {
@@ -71,27 +69,16 @@ qsizetype HashScanner::resume(qsizetype i)
     }
 }
 
-qsizetype HashScanner::close(qsizetype start, qsizetype end, Role role)
-{
-    if (end < 0) {
-        m_out.add(start, m_n, role);
-        return m_n;
-    }
-    m_out.add(start, end, role);
-    m_carry = {};
-    return end;
-}
-
 bool HashScanner::commentStarts(qsizetype i) const
 {
-    const char before = i > 0 ? m_line[i - 1] : ' ';
-    if (before == '$')
+    const char prior = before(i);
+    if (prior == '$')
         return false;
     switch (m_dialect) {
-    case Dialect::shell: return isShellBreak(before);
+    case Dialect::shell: return isShellBreak(prior);
     case Dialect::docker: return i == m_lineStart;
     case Dialect::tcl: return m_commandStart;
-    case Dialect::make: return before != '\\';
+    case Dialect::make: return prior != '\\';
     default: return true;
     }
 }
@@ -99,60 +86,34 @@ bool HashScanner::commentStarts(qsizetype i) const
 // A comment from '#' at `i`; returns where code goes on.
 qsizetype HashScanner::comment(qsizetype i)
 {
-    if (m_dialect == Dialect::cmake && i + 1 < m_n && m_line[i + 1] == '[') {
-        // #[[ … ]] and #[==[ … ]==]
-        qsizetype j = i + 2;
-        while (j < m_n && m_line[j] == '=')
-            ++j;
-        if (j < m_n && m_line[j] == '[') {
-            const std::string closer = ']' + std::string(size_t(j - i - 2), '=') + ']';
-            if (openRaw(m_carry, Open::rawComment, closer)) {
-                m_out.add(i, j + 1, Role::comment);
-                return finishRaw(m_line, j + 1, m_carry, Role::comment, m_out);
-            }
-        }
+    // #[[ … ]] and #[==[ … ]==]; one whose closer is too long to keep ends with the line.
+    const qsizetype bracket = m_dialect == Dialect::cmake ? longBracket(m_line, i + 1) : 0;
+    if (bracket > 0) {
+        const qsizetype end
+            = delimited(i, i + 1 + bracket, Open::rawComment, longCloser(bracket), Role::comment);
+        if (end >= 0)
+            return end;
     }
-    if (m_dialect == Dialect::julia && i + 1 < m_n && m_line[i + 1] == '=') {
+    if (m_dialect == Dialect::julia && nextIs(i, '=')) {
         m_carry.depth = 1;
-        return blockComment(i, i + 2);
+        return commentBlock(i, i + 2);
     }
-    m_out.add(i, m_n, Role::comment);
-    return m_n;
+    return toEnd(i, Role::comment);
 }
 
 // Block comments of the dialects that have them: Julia's #= =# (nesting), Ruby's =begin/=end
 // and Perl's documentation to =cut, both whole lines; Nix's and Terraform's /* */.
-qsizetype HashScanner::blockComment(qsizetype start, qsizetype i)
+qsizetype HashScanner::commentBlock(qsizetype start, qsizetype i)
 {
     if (m_dialect == Dialect::ruby || m_dialect == Dialect::perl) {
         // Depth 2: past __END__, where nothing is code again.
         if (m_carry.depth != 2 && startsWith(m_line, 0, m_dialect == Dialect::ruby ? "=end" : "=cut"))
             m_carry = {};
-        m_out.add(start, m_n, Role::comment);
-        return m_n;
+        return toEnd(start, Role::comment);
     }
-    const bool julia = m_dialect == Dialect::julia;
-    const char mark = julia ? '#' : '/';
-    const char inner = julia ? '=' : '*';
-    while (i + 1 < m_n) {
-        if (m_line[i] == inner && m_line[i + 1] == mark) {
-            i += 2;
-            if (!julia || --m_carry.depth == 0) {
-                m_out.add(start, i, Role::comment);
-                m_carry = {};
-                return i;
-            }
-        } else if (julia && m_line[i] == mark && m_line[i + 1] == inner && m_carry.depth < 255) {
-            ++m_carry.depth;
-            i += 2;
-        } else {
-            ++i;
-        }
-    }
-    m_out.add(start, m_n, Role::comment);
-    m_carry.open = Open::comment;
-    m_carry.depth = std::max<quint8>(m_carry.depth, 1);
-    return m_n;
+    if (m_dialect == Dialect::julia)
+        return blockComment(start, i, '#', '=', '#', true);
+    return blockComment(start, i, '/', '*', '/', false);
 }
 
 qsizetype HashScanner::quote(qsizetype i)
@@ -160,8 +121,8 @@ qsizetype HashScanner::quote(qsizetype i)
     const char q = m_line[i];
     if (q == '\'') {
         if (m_dialect == Dialect::julia) { // a character, or the transpose after a value
-            const char before = i > 0 ? m_line[i - 1] : ' ';
-            if (isWordByte(before) || before == ')' || before == ']' || before == '\'' || before == '.')
+            const char prior = before(i);
+            if (isWordByte(prior) || prior == ')' || prior == ']' || prior == '\'' || prior == '.')
                 return i + 1;
             const qsizetype end = closingCharacter(m_line, i + 1, true);
             if (end < 0)
@@ -169,11 +130,8 @@ qsizetype HashScanner::quote(qsizetype i)
             m_out.add(i, end, Role::string);
             return end;
         }
-        if (m_dialect == Dialect::nix && startsWith(m_line, i, "''")) { // an indented string
-            openRaw(m_carry, Open::raw, "''");
-            m_out.add(i, i + 2, Role::string);
-            return finishRaw(m_line, i + 2, m_carry, Role::string, m_out);
-        }
+        if (m_dialect == Dialect::nix && startsWith(m_line, i, "''")) // an indented string
+            return delimited(i, i + 2, Open::raw, "''", Role::string);
         if (!m_rules.has(F::quoteStrings))
             return i + 1;
         if (m_rules.has(F::tripleSingleQuotes) && startsWith(m_line, i, "'''"))
@@ -184,14 +142,8 @@ qsizetype HashScanner::quote(qsizetype i)
                 openRaw(m_carry, Open::raw, "'");
             return close(i, end.end, Role::string);
         }
-        if (m_dialect == Dialect::powershell) {
-            const qsizetype end = closingDoubledQuote(m_line, i + 1, '\'');
-            if (end < 0) {
-                m_carry.open = Open::verbatim;
-                m_carry.quote = '\'';
-            }
-            return close(i, end, Role::string);
-        }
+        if (m_dialect == Dialect::powershell)
+            return doubled(i, i + 1, '\'');
         return string(i, i + 1, '\'');
     }
     if (m_rules.has(F::tripleQuotes) && startsWith(m_line, i, "\"\"\""))
@@ -199,42 +151,16 @@ qsizetype HashScanner::quote(qsizetype i)
     return string(i, i + 1, '"');
 }
 
-qsizetype HashScanner::string(qsizetype start, qsizetype i, char q)
-{
-    const QuoteEnd end = closingQuote(m_line, i, q, true);
-    if (end.end < 0) {
-        if (end.escapedBreak || m_rules.has(F::multiLineStrings)) {
-            m_carry.open = Open::string;
-            m_carry.quote = q;
-        } else {
-            m_carry = {};
-        }
-    }
-    return close(start, end.end, Role::string);
-}
-
-qsizetype HashScanner::triple(qsizetype start, qsizetype i, char q)
-{
-    const qsizetype end = closingTriple(m_line, i, q, true);
-    if (end < 0) {
-        m_carry.open = Open::triple;
-        m_carry.quote = q;
-    }
-    return close(start, end, Role::string);
-}
-
 qsizetype HashScanner::slash(qsizetype i)
 {
     if ((m_dialect == Dialect::perl || m_dialect == Dialect::ruby) && m_valueDue)
         return quoteLike(i, i, 1);
     const bool slashes = m_rules.has(F::slashComments);
-    if (i + 1 < m_n && m_line[i + 1] == '/' && slashes) {
-        m_out.add(i, m_n, Role::comment);
-        return m_n;
-    }
-    if (i + 1 < m_n && m_line[i + 1] == '*' && (slashes || m_dialect == Dialect::nix)) {
+    if (nextIs(i, '/') && slashes)
+        return toEnd(i, Role::comment);
+    if (nextIs(i, '*') && (slashes || m_dialect == Dialect::nix)) {
         m_carry.depth = 1;
-        return blockComment(i, i + 2);
+        return commentBlock(i, i + 2);
     }
     return i + 1;
 }

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "preview/syntaxrules.h"
+#include "preview/syntaxscanner.h"
 
 #include <string>
 
@@ -12,17 +12,9 @@ inline bool isShellBreak(char c)
 
 // The scanner of the languages whose comments start with '#', from Python and the shells to
 // Dockerfiles, one object a line. Most of them differ in what else a '#', a quote or a '$' means.
-class HashScanner {
+class HashScanner : LineScanner {
 public:
-    HashScanner(const SyntaxRules& rules, QByteArrayView line, SyntaxCarry& carry, SpanOut& out)
-        : m_rules(rules)
-        , m_dialect(rules.dialect)
-        , m_line(line)
-        , m_n(line.size())
-        , m_carry(carry)
-        , m_out(out)
-    {
-    }
+    using LineScanner::LineScanner;
 
     void run(qsizetype i);
 
@@ -33,13 +25,10 @@ private:
     qsizetype lineHead(qsizetype i);
 
     // Comments and strings, which may go on over lines. Each returns where code goes on.
-    qsizetype close(qsizetype start, qsizetype end, SyntaxRole role);
     bool commentStarts(qsizetype i) const;
     qsizetype comment(qsizetype i);
-    qsizetype blockComment(qsizetype start, qsizetype i);
+    qsizetype commentBlock(qsizetype start, qsizetype i);
     qsizetype quote(qsizetype i);
-    qsizetype string(qsizetype start, qsizetype i, char q);
-    qsizetype triple(qsizetype start, qsizetype i, char q);
     // Perl's and Ruby's patterns and quote-like operators (/…/, m{…}, s/…/…/): `parts` delimited
     // parts from the delimiter at `at`, coloured from `start`.
     qsizetype quoteLike(qsizetype start, qsizetype at, int parts);
@@ -55,12 +44,6 @@ private:
     qsizetype dash(qsizetype i);
     qsizetype backslash(qsizetype i);
 
-    const SyntaxRules& m_rules;
-    Dialect m_dialect;
-    QByteArrayView m_line;
-    qsizetype m_n;
-    SyntaxCarry& m_carry;
-    SpanOut& m_out;
     qsizetype m_lineStart = -1; // the first byte of code, when the line did not start inside something
     bool m_commandStart = true; // Tcl: only blanks since the line's start or the last ';'
     bool m_valueDue = true; // Perl, Ruby: no value just before, so '/' starts a pattern

@@ -4,8 +4,6 @@
 // symbols.
 
 using namespace SyntaxScan;
-using Open = SyntaxCarry::Open;
-using Role = SyntaxRole;
 namespace F = SyntaxFeature;
 
 namespace {
@@ -39,13 +37,8 @@ qsizetype HashScanner::lineHead(qsizetype i)
         m_carry.depth = 2;
         return m_n;
     }
-    if (m_dialect == Dialect::docker) {
-        const qsizetype end = wordEnd(m_line, start);
-        if (m_out.wanted())
-            m_out.add(
-                start, end, m_rules.words.roleOf(view(m_line).substr(size_t(start), size_t(end - start))));
-        return end;
-    }
+    if (m_dialect == Dialect::docker)
+        return keyword(start, wordEnd(m_line, start));
     if (m_dialect == Dialect::make && start == 0 && m_line[0] != '#') {
         // A rule's targets: "all clean: deps", but not "x := 1" nor "a = b:c".
         for (qsizetype j = 0; j < m_n; ++j) {
@@ -69,22 +62,21 @@ qsizetype HashScanner::word(qsizetype i)
     if (m_dialect == Dialect::ruby && end < m_n && (m_line[end] == '?' || m_line[end] == '!')
         && (end + 1 >= m_n || m_line[end + 1] != '='))
         ++end;
-    const std::string_view text = view(m_line).substr(size_t(i), size_t(end - i));
+    const std::string_view name = text(i, end);
     if (m_dialect == Dialect::python && end < m_n && (m_line[end] == '"' || m_line[end] == '\'')
-        && isPythonPrefix(text)) {
+        && isPythonPrefix(name)) {
         m_out.add(i, end, Role::string); // joined to the string's own span
         return quote(end);
     }
     if (m_dialect == Dialect::perl && end < m_n
-        && (text == "m" || text == "s" || text == "qr" || text == "tr" || text == "y")) {
+        && (name == "m" || name == "s" || name == "qr" || name == "tr" || name == "y")) {
         const char delimiter = m_line[end];
-        const char before = i > 0 ? m_line[i - 1] : ' ';
+        const char prior = before(i);
         const bool bracket = delimiter == '{' || delimiter == '(' || delimiter == '[' || delimiter == '<';
         if ((delimiter == '/' || delimiter == '|' || delimiter == '!' || delimiter == '#'
-                || (bracket && text != "y"))
-            && before != '>' && before != '$' && before != '@' && before != '%' && before != '&'
-            && before != '{') {
-            const int parts = text == "s" || text == "tr" || text == "y" ? 2 : 1;
+                || (bracket && name != "y"))
+            && prior != '>' && prior != '$' && prior != '@' && prior != '%' && prior != '&' && prior != '{') {
+            const int parts = name == "s" || name == "tr" || name == "y" ? 2 : 1;
             return quoteLike(i, end, parts);
         }
     }
@@ -109,11 +101,7 @@ qsizetype HashScanner::word(qsizetype i)
             return end;
         }
     }
-    Role role = m_rules.words.roleOf(text);
-    if (role == Role::plain && m_rules.has(F::capitalisedTypes) && isCapitalised(text))
-        role = Role::type;
-    m_out.add(i, end, role);
-    return end;
+    return keyword(i, end);
 }
 
 qsizetype HashScanner::number(qsizetype i)
@@ -123,11 +111,10 @@ qsizetype HashScanner::number(qsizetype i)
     const bool words = m_dialect == Dialect::shell || m_dialect == Dialect::make
         || m_dialect == Dialect::docker || m_dialect == Dialect::cmake || m_dialect == Dialect::tcl;
     if (words) {
-        const char before = i > 0 ? m_line[i - 1] : ' ';
         const char after = end < m_n ? m_line[end] : ' ';
         const auto isBreak
             = [](char c) { return isShellBreak(c) || c == '=' || c == ',' || c == '[' || c == ']'; };
-        if (!isBreak(before) || !isBreak(after))
+        if (!isBreak(before(i)) || !isBreak(after))
             return end;
     }
     m_out.add(i, end, Role::number);
@@ -186,11 +173,8 @@ qsizetype HashScanner::at(qsizetype i)
 // Here-documents (<<EOF, <<-'EOF', <<~EOS) and PowerShell's <# #> comments.
 qsizetype HashScanner::angle(qsizetype i)
 {
-    if (m_dialect == Dialect::powershell && i + 1 < m_n && m_line[i + 1] == '#') {
-        openRaw(m_carry, Open::rawComment, "#>");
-        m_out.add(i, i + 2, Role::comment);
-        return finishRaw(m_line, i + 2, m_carry, Role::comment, m_out);
-    }
+    if (m_dialect == Dialect::powershell && nextIs(i, '#'))
+        return delimited(i, i + 2, Open::rawComment, "#>", Role::comment);
     const bool heredocs = m_dialect == Dialect::shell || m_dialect == Dialect::ruby
         || m_dialect == Dialect::perl || m_dialect == Dialect::terraform;
     if (!heredocs || !startsWith(m_line, i, "<<") || startsWith(m_line, i, "<<<"))
@@ -225,8 +209,8 @@ qsizetype HashScanner::symbol(qsizetype i)
     if ((m_dialect != Dialect::ruby && m_dialect != Dialect::elixir) || i + 1 >= m_n
         || !isWordStart(m_line[i + 1]))
         return i + 1;
-    const char before = i > 0 ? m_line[i - 1] : ' ';
-    if (!(isBlank(before) || before == '(' || before == '[' || before == ',' || before == '{'))
+    const char prior = before(i);
+    if (!(isBlank(prior) || prior == '(' || prior == '[' || prior == ',' || prior == '{'))
         return i + 1;
     const qsizetype end = wordEnd(m_line, i + 1);
     m_out.add(i, end, Role::number);
@@ -238,10 +222,7 @@ qsizetype HashScanner::dash(qsizetype i)
 {
     if (m_dialect != Dialect::powershell || i + 1 >= m_n || !isLetter(m_line[i + 1]))
         return i + 1;
-    const qsizetype end = wordEnd(m_line, i + 1);
-    if (m_out.wanted())
-        m_out.add(i, end, m_rules.words.roleOf(view(m_line).substr(size_t(i), size_t(end - i))));
-    return end;
+    return keyword(i, wordEnd(m_line, i + 1));
 }
 
 // In shells a backslash makes the next character plain, a quote included.

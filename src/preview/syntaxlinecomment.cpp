@@ -1,31 +1,21 @@
-#include "preview/syntaxrules.h"
+#include "preview/syntaxscanner.h"
 
 using namespace SyntaxScan;
-using Open = SyntaxCarry::Open;
-using Role = SyntaxRole;
 
 namespace {
 
 // Languages with a comment mark of their own and little else to tell: Erlang's %, Clojure's ;,
 // Fortran's !, OCaml's nesting (* *), Batch's REM and ::, and assembly's ; and #.
-class LineCommentScanner {
+class LineCommentScanner : LineScanner {
 public:
-    LineCommentScanner(const SyntaxRules& rules, QByteArrayView line, SyntaxCarry& carry, SpanOut& out)
-        : m_rules(rules)
-        , m_dialect(rules.dialect)
-        , m_line(line)
-        , m_n(line.size())
-        , m_carry(carry)
-        , m_out(out)
-    {
-    }
+    using LineScanner::LineScanner;
 
     void run(qsizetype i)
     {
         if (m_carry.open == Open::comment)
-            i = ocamlComment(i, i);
+            i = blockComment(i, i, '(', '*', ')', true);
         else if (m_carry.open == Open::string)
-            i = string(i, i, m_carry.quote);
+            i = quoted(i, i, m_carry.quote);
         else
             m_carry = {};
         const qsizetype first = skipBlanks(m_line, i);
@@ -42,25 +32,24 @@ public:
                 m_out.add(i, end, Role::number);
                 i = end;
             } else if (startsComment(i)) {
-                m_out.add(i, m_n, Role::comment);
-                return;
-            } else if (c == '(' && m_dialect == Dialect::ocaml && i + 1 < m_n && m_line[i + 1] == '*') {
+                i = toEnd(i, Role::comment);
+            } else if (c == '(' && m_dialect == Dialect::ocaml && nextIs(i, '*')) {
                 m_carry.depth = 1;
-                i = ocamlComment(i, i + 2);
+                i = blockComment(i, i + 2, '(', '*', ')', true);
             } else if ((c == '$' && m_dialect == Dialect::erlang)
                 || (c == '\\' && m_dialect == Dialect::clojure)) {
                 // Characters: Erlang's $a and $\n, Clojure's \a, which may be a quote.
-                const qsizetype end = std::min(m_n, i + (i + 1 < m_n && m_line[i + 1] == '\\' ? 3 : 2));
+                const qsizetype end = std::min(m_n, i + (nextIs(i, '\\') ? 3 : 2));
                 m_out.add(i, end, Role::number);
                 i = end;
             } else if (c == '"') {
-                i = string(i, i + 1, '"');
+                i = quoted(i, i + 1, '"');
             } else if (c == '\'' && m_dialect == Dialect::fortran) {
-                i = string(i, i + 1, '\'');
+                i = quoted(i, i + 1, '\'');
             } else if (c == '\'' && (m_dialect == Dialect::ocaml || m_dialect == Dialect::assembly)) {
                 // 'a' is a character, '\n' too; 'a alone is an OCaml type variable, as in 'a -> 'b.
                 qsizetype end = closingCharacter(m_line, i + 1, true);
-                if (end != i + 3 && !(i + 1 < m_n && m_line[i + 1] == '\\'))
+                if (end != i + 3 && !nextIs(i, '\\'))
                     end = -1;
                 if (end > 0)
                     m_out.add(i, end, Role::string);
@@ -114,50 +103,18 @@ private:
         }
     }
 
-    qsizetype string(qsizetype start, qsizetype i, char q)
+    qsizetype quoted(qsizetype start, qsizetype i, char q)
     {
         // Fortran and Batch have no escapes; Fortran doubles its quotes instead.
-        const bool escapes = m_dialect != Dialect::fortran && m_dialect != Dialect::batch;
-        const qsizetype end
-            = escapes ? closingQuote(m_line, i, q, true).end : closingDoubledQuote(m_line, i, q);
-        if (end < 0) {
-            m_out.add(start, m_n, Role::string);
-            // Erlang's, OCaml's and Clojure's strings go on over lines.
-            if (m_dialect == Dialect::erlang || m_dialect == Dialect::ocaml
-                || m_dialect == Dialect::clojure) {
-                m_carry.open = Open::string;
-                m_carry.quote = q;
-            } else {
-                m_carry = {};
-            }
-            return m_n;
+        if (m_dialect == Dialect::fortran || m_dialect == Dialect::batch) {
+            m_carry = {};
+            return close(start, closingDoubledQuote(m_line, i, q), Role::string);
         }
-        m_out.add(start, end, Role::string);
+        // Erlang's, OCaml's and Clojure's strings go on over lines, assembly's do not.
+        if (m_dialect != Dialect::assembly)
+            return string(start, i, q, true);
         m_carry = {};
-        return end;
-    }
-
-    qsizetype ocamlComment(qsizetype start, qsizetype i)
-    {
-        while (i + 1 < m_n) {
-            if (m_line[i] == '*' && m_line[i + 1] == ')') {
-                i += 2;
-                if (--m_carry.depth == 0) {
-                    m_out.add(start, i, Role::comment);
-                    m_carry = {};
-                    return i;
-                }
-            } else if (m_line[i] == '(' && m_line[i + 1] == '*' && m_carry.depth < 255) {
-                ++m_carry.depth;
-                i += 2;
-            } else {
-                ++i;
-            }
-        }
-        m_out.add(start, m_n, Role::comment);
-        m_carry.open = Open::comment;
-        m_carry.depth = std::max<quint8>(m_carry.depth, 1);
-        return m_n;
+        return close(start, closingQuote(m_line, i, q, true).end, Role::string);
     }
 
     qsizetype word(qsizetype i)
@@ -177,16 +134,9 @@ private:
             m_instructionDue = label;
             return end;
         }
-        m_out.add(i, end, m_rules.words.roleOf(view(m_line).substr(size_t(i), size_t(end - i))));
-        return end;
+        return keyword(i, end);
     }
 
-    const SyntaxRules& m_rules;
-    Dialect m_dialect;
-    QByteArrayView m_line;
-    qsizetype m_n;
-    SyntaxCarry& m_carry;
-    SpanOut& m_out;
     bool m_instructionDue = true; // assembly: the next word is the line's instruction, after any label
 };
 

@@ -1,8 +1,6 @@
-#include "preview/syntaxrules.h"
+#include "preview/syntaxscanner.h"
 
 using namespace SyntaxScan;
-using Open = SyntaxCarry::Open;
-using Role = SyntaxRole;
 
 namespace {
 
@@ -25,16 +23,9 @@ bool equalsIgnoringCase(std::string_view text, std::string_view lower)
 
 // HTML, XML, Vue and Svelte: tags, attributes, comments, entities, and script and style elements
 // coloured by their own languages.
-class MarkupScanner {
+class MarkupScanner : LineScanner {
 public:
-    MarkupScanner(const SyntaxRules& rules, QByteArrayView line, SyntaxCarry& carry, SpanOut& out)
-        : m_rules(rules)
-        , m_line(line)
-        , m_n(line.size())
-        , m_carry(carry)
-        , m_out(out)
-    {
-    }
+    using LineScanner::LineScanner;
 
     void run(qsizetype i)
     {
@@ -64,23 +55,17 @@ private:
             return m_n;
         if (m_line[i] == '&')
             return entity(i);
-        if (startsWith(m_line, i, "<!--")) {
-            openRaw(m_carry, Open::rawComment, "-->");
-            m_out.add(i, i + 4, Role::comment);
-            return finishRaw(m_line, i + 4, m_carry, Role::comment, m_out);
-        }
-        if (startsWith(m_line, i, "<![CDATA[")) {
-            openRaw(m_carry, Open::raw, "]]>");
-            m_out.add(i, i + 9, Role::string);
-            return finishRaw(m_line, i + 9, m_carry, Role::string, m_out);
-        }
+        if (startsWith(m_line, i, "<!--"))
+            return delimited(i, i + 4, Open::rawComment, "-->", Role::comment);
+        if (startsWith(m_line, i, "<![CDATA["))
+            return delimited(i, i + 9, Open::raw, "]]>", Role::string);
         if (i + 1 < m_n && (m_line[i + 1] == '!' || m_line[i + 1] == '?')) { // <!DOCTYPE …>, <?xml …?>
             const qsizetype close = find(m_line, i + 2, ">");
             const qsizetype end = close < 0 ? m_n : close + 1;
             m_out.add(i, end, Role::preprocessor);
             return end;
         }
-        const bool closing = i + 1 < m_n && m_line[i + 1] == '/';
+        const bool closing = nextIs(i, '/');
         const qsizetype nameAt = i + (closing ? 2 : 1);
         if (nameAt >= m_n || !isWordStart(m_line[nameAt]))
             return i + 1;
@@ -90,7 +75,7 @@ private:
         m_out.add(i, end, Role::tag);
         m_carry.open = Open::tag;
         if (!closing && m_rules.script && m_rules.style) {
-            const std::string_view name = view(m_line).substr(size_t(nameAt), size_t(end - nameAt));
+            const std::string_view name = text(nameAt, end);
             m_carry.embed = equalsIgnoringCase(name, "script") ? scriptEmbed
                 : equalsIgnoringCase(name, "style")            ? styleEmbed
                                                                : noEmbed;
@@ -124,7 +109,7 @@ private:
                 m_out.add(i, i + 1, Role::tag);
                 m_carry.open = Open::nothing;
                 return i + 1;
-            } else if (c == '/' && i + 1 < m_n && m_line[i + 1] == '>') {
+            } else if (c == '/' && nextIs(i, '>')) {
                 m_out.add(i, i + 2, Role::tag);
                 m_carry = {}; // <script/> holds no script
                 return i + 2;
@@ -142,8 +127,7 @@ private:
             } else {
                 qsizetype end = i;
                 while (end < m_n && !isBlank(m_line[end]) && m_line[end] != '=' && m_line[end] != '>'
-                    && m_line[end] != '"' && m_line[end] != '\''
-                    && !(m_line[end] == '/' && end + 1 < m_n && m_line[end + 1] == '>'))
+                    && m_line[end] != '"' && m_line[end] != '\'' && !(m_line[end] == '/' && nextIs(end, '>')))
                     ++end;
                 end = std::max(end, i + 1);
                 m_out.add(i, end, Role::attribute);
@@ -158,10 +142,8 @@ private:
     {
         const qsizetype close = find(m_line, i, std::string_view(&quote, 1));
         if (close < 0) {
-            m_out.add(start, m_n, Role::string);
-            m_carry.open = Open::attributeValue;
-            m_carry.quote = quote;
-            return m_n;
+            carryOpen(Open::attributeValue, quote);
+            return toEnd(start, Role::string);
         }
         m_out.add(start, close + 1, Role::string);
         m_carry.open = Open::tag;
@@ -191,12 +173,6 @@ private:
         m_carry = {};
         return close;
     }
-
-    const SyntaxRules& m_rules;
-    QByteArrayView m_line;
-    qsizetype m_n;
-    SyntaxCarry& m_carry;
-    SpanOut& m_out;
 };
 
 } // namespace

@@ -207,6 +207,21 @@ qsizetype numberEnd(QByteArrayView line, qsizetype i, bool quoteSeparators)
     return wordEnd(line, i);
 }
 
+qsizetype longBracket(QByteArrayView line, qsizetype i)
+{
+    if (i >= line.size() || line[i] != '[')
+        return 0;
+    qsizetype j = i + 1;
+    while (j < line.size() && line[j] == '=')
+        ++j;
+    return j < line.size() && line[j] == '[' ? j + 1 - i : 0;
+}
+
+std::string longCloser(qsizetype length)
+{
+    return ']' + std::string(size_t(length - 2), '=') + ']';
+}
+
 bool openRaw(SyntaxCarry& carry, SyntaxCarry::Open open, std::string_view delimiter)
 {
     if (delimiter.empty() || delimiter.size() > size_t(SyntaxCarry::delimiterCapacity))

@@ -264,6 +264,11 @@ qsizetype closingTriple(QByteArrayView line, qsizetype i, char quote, bool escap
 // fraction, an exponent and a suffix of letters.
 qsizetype numberEnd(QByteArrayView line, qsizetype i, bool quoteSeparators = false);
 
+// The length of the long bracket at `i` ('[', any '=', '[': "[[", "[==["), or 0; Lua's long strings
+// and CMake's bracket comments open with one. And what closes one of that length: "]]", "]==]".
+qsizetype longBracket(QByteArrayView line, qsizetype i);
+std::string longCloser(qsizetype length);
+
 // Sets the carry to a delimiter-closed state; false when the delimiter is too long to keep.
 bool openRaw(SyntaxCarry& carry, SyntaxCarry::Open open, std::string_view delimiter);
 inline std::string_view delimiterOf(const SyntaxCarry& carry)

@@ -1,8 +1,6 @@
-#include "preview/syntaxrules.h"
+#include "preview/syntaxscanner.h"
 
 using namespace SyntaxScan;
-using Open = SyntaxCarry::Open;
-using Role = SyntaxRole;
 
 namespace {
 
@@ -13,20 +11,14 @@ bool isIdentByte(char c)
 
 // Style sheets (CSS, SCSS, Less). The carry keeps the brace depth besides an open comment: at depth 0
 // names are selectors, inside a block they are properties or values.
-class CssScanner {
+class CssScanner : LineScanner {
 public:
-    CssScanner(QByteArrayView line, SyntaxCarry& carry, SpanOut& out)
-        : m_line(line)
-        , m_n(line.size())
-        , m_carry(carry)
-        , m_out(out)
-    {
-    }
+    using LineScanner::LineScanner;
 
     void run(qsizetype i)
     {
         if (m_carry.open == Open::comment)
-            i = comment(i, i);
+            i = searchedComment(i, i);
         else
             m_carry.open = Open::nothing;
         m_statement = true;
@@ -38,11 +30,10 @@ public:
             }
             if (isBlank(c)) {
                 ++i;
-            } else if (c == '/' && i + 1 < m_n && m_line[i + 1] == '*') {
-                i = comment(i, i + 2);
-            } else if (c == '/' && i + 1 < m_n && m_line[i + 1] == '/') {
-                m_out.add(i, m_n, Role::comment);
-                return;
+            } else if (c == '/' && nextIs(i, '*')) {
+                i = searchedComment(i, i + 2);
+            } else if (c == '/' && nextIs(i, '/')) {
+                i = toEnd(i, Role::comment);
             } else if (isDigit(c) || ((c == '.' || c == '-' || c == '+') && !m_selector && digitAfter(i))) {
                 i = number(i);
             } else if (isWordStart(c)
@@ -76,19 +67,6 @@ private:
                 return false;
         }
         return false;
-    }
-
-    qsizetype comment(qsizetype start, qsizetype i)
-    {
-        const qsizetype close = find(m_line, i, "*/");
-        if (close < 0) {
-            m_out.add(start, m_n, Role::comment);
-            m_carry.open = Open::comment;
-            return m_n;
-        }
-        m_out.add(start, close + 2, Role::comment);
-        m_carry.open = Open::nothing;
-        return close + 2;
     }
 
     qsizetype number(qsizetype i)
@@ -186,10 +164,6 @@ private:
         return i + 1;
     }
 
-    QByteArrayView m_line;
-    qsizetype m_n;
-    SyntaxCarry& m_carry;
-    SpanOut& m_out;
     bool m_statement = true; // at the start of a rule or a declaration
     bool m_selector = false;
     bool m_inValue = false; // past a declaration's ':'
@@ -197,7 +171,7 @@ private:
 
 } // namespace
 
-void scanCss(const SyntaxRules&, QByteArrayView line, qsizetype from, SyntaxCarry& carry, SpanOut& out)
+void scanCss(const SyntaxRules& rules, QByteArrayView line, qsizetype from, SyntaxCarry& carry, SpanOut& out)
 {
-    CssScanner(line, carry, out).run(from);
+    CssScanner(rules, line, carry, out).run(from);
 }
