@@ -18,6 +18,15 @@ bool isLfsPointer(const MappedText& text)
     return text.size() < 1024 && text.bytes(0, 64).startsWith("version https://git-lfs.github.com/spec/v1");
 }
 
+// The text of a file opened, or why it could not be.
+void take(PreviewContent& content, MappedText::Opened opened)
+{
+    if (auto* why = std::get_if<QString>(&opened))
+        content.message = *why;
+    else
+        content.text = std::get<std::shared_ptr<MappedText>>(std::move(opened));
+}
+
 } // namespace
 
 PreviewController::PreviewController(QThreadPool& pool, QObject* parent)
@@ -61,11 +70,7 @@ void PreviewController::show(const FileNode& file)
     if (descriptor < 0) {
         content->message = file.relativePath + QStringLiteral(" can't be read now.");
     } else {
-        MappedText::Opened opened = MappedText::adopt(descriptor, file.name);
-        if (auto* why = std::get_if<QString>(&opened))
-            content->message = *why;
-        else
-            content->text = std::get<std::shared_ptr<MappedText>>(std::move(opened));
+        take(*content, MappedText::adopt(descriptor, file.name));
     }
     if (content->text && isLfsPointer(*content->text))
         content->message
@@ -79,11 +84,7 @@ void PreviewController::showFile(const QString& path)
     auto content = std::make_shared<PreviewContent>();
     content->name = info.fileName();
     content->url = info.absoluteFilePath();
-    MappedText::Opened opened = MappedText::open(path);
-    if (auto* why = std::get_if<QString>(&opened))
-        content->message = *why;
-    else
-        content->text = std::get<std::shared_ptr<MappedText>>(std::move(opened));
+    take(*content, MappedText::open(path));
     present(std::move(content));
 }
 
