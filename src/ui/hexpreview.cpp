@@ -65,6 +65,12 @@ void HexPreview::updateRanges()
 {
     verticalScrollBar()->setPageStep(visibleRows());
     verticalScrollBar()->setRange(0, int(std::clamp<qint64>(rowCount() - visibleRows(), 0, INT_MAX)));
+    // A narrow panel scrolls sideways to the characters rather than cutting them off.
+    const int charWidth = QFontMetrics(font()).horizontalAdvance(u'0');
+    const int rowWidth = (m_offsetDigits + 2 + rowBytes * 3 + 2 + rowBytes + 1) * charWidth;
+    horizontalScrollBar()->setPageStep(viewport()->width());
+    horizontalScrollBar()->setSingleStep(charWidth * 4);
+    horizontalScrollBar()->setRange(0, std::max(0, rowWidth - viewport()->width()));
 }
 
 QString HexPreview::rowText(qint64 row) const
@@ -93,6 +99,7 @@ void HexPreview::paintEvent(QPaintEvent*)
     const QFontMetrics metrics(font());
     const int charWidth = metrics.horizontalAdvance(u'0');
     const int ascent = metrics.ascent() + 1;
+    painter.translate(-horizontalScrollBar()->value(), 0);
     const int hexLeft = (m_offsetDigits + 2) * charWidth;
     const int textLeft = hexLeft + (rowBytes * 3 + 2) * charWidth;
     const qint64 rows = rowCount();
