@@ -15,6 +15,13 @@
 #include <spawn.h>
 #include <sys/resource.h>
 #include <sys/wait.h>
+#include <vector>
+
+#if defined(__has_feature)
+#define KORVANE_CLANG_ASAN __has_feature(address_sanitizer)
+#else
+#define KORVANE_CLANG_ASAN 0
+#endif
 
 using namespace Qt::StringLiterals;
 
@@ -229,7 +236,19 @@ TEST(PreviewCommandTest, ALargeLogOpensWithoutBeingLoaded)
     const char* argv[] = { "sh", "-c", script.constData(), program.constData(), path.constData(),
         image.constData(), stateFile.constData(), nullptr };
     pid_t pid = 0;
-    ASSERT_EQ(posix_spawn(&pid, "/bin/sh", nullptr, nullptr, const_cast<char* const*>(argv), environ), 0);
+    // Leaks inside Qt's platform plugins are not ours; the unit tests check the program's own.
+    std::vector<QByteArray> variables { "ASAN_OPTIONS=detect_leaks=0" };
+    for (char** variable = environ; *variable; ++variable) {
+        if (!QByteArray(*variable).startsWith("ASAN_OPTIONS="))
+            variables.emplace_back(*variable);
+    }
+    std::vector<char*> environment;
+    for (QByteArray& variable : variables)
+        environment.push_back(variable.data());
+    environment.push_back(nullptr);
+    ASSERT_EQ(
+        posix_spawn(&pid, "/bin/sh", nullptr, nullptr, const_cast<char* const*>(argv), environment.data()),
+        0);
     int status = 0;
     rusage usage {};
     ASSERT_EQ(wait4(pid, &status, 0, &usage), pid);
@@ -238,8 +257,11 @@ TEST(PreviewCommandTest, ALargeLogOpensWithoutBeingLoaded)
     EXPECT_EQ(state[u"previewKind"_s].toString(), u"text"_s);
     EXPECT_TRUE(state[u"linesCounted"_s].toBool());
     EXPECT_GT(state[u"lines"_s].toInteger(), 2000000);
-    // Peak memory in KiB: far below the file's 200 MiB.
+    // Peak memory in KiB: far below the file's 200 MiB. The address sanitizer's own bookkeeping
+    // would swamp the figure, so it is measured without it.
+#if !defined(__SANITIZE_ADDRESS__) && !KORVANE_CLANG_ASAN
     EXPECT_LT(usage.ru_maxrss, 120 * 1024);
+#endif
 }
 
 // The window itself, with keys played from the environment, remembering nothing from another run;
