@@ -95,7 +95,10 @@ int main(int argc, char** argv)
         SyntaxCarries seen(syntax, source, count);
         for (const auto& [label, first] : screens)
             colourScreen(syntax, seen, lines, first, spans);
-        for (const auto& [label, first] : screens) {
+        for (const auto& screen : screens) {
+            // Named copies: clang before 16 lets no lambda capture a structured binding.
+            const char* const label = screen.first;
+            const qint64 first = screen.second;
             const Timing fresh = timed(
                 runs, [] {},
                 [&] {
