@@ -20,19 +20,35 @@ inline double cpuMilliseconds()
     return double(now.tv_sec) * 1e3 + double(now.tv_nsec) / 1e6;
 }
 
-template <typename Run> Timing milliseconds(int runs, const Run& run)
-{
-    std::vector<double> times, cpu;
-    for (int i = 0; i < runs; ++i) {
+// Times of the runs of one thing, gathered one at a time.
+class TimingSamples {
+public:
+    template <typename Run> void add(const Run& run)
+    {
         QElapsedTimer timer;
         const double cpuStart = cpuMilliseconds();
         timer.start();
-        run(i);
-        times.push_back(double(timer.nsecsElapsed()) / 1e6);
-        cpu.push_back(cpuMilliseconds() - cpuStart);
+        run();
+        m_times.push_back(double(timer.nsecsElapsed()) / 1e6);
+        m_cpu.push_back(cpuMilliseconds() - cpuStart);
     }
-    std::sort(times.begin(), times.end());
-    std::sort(cpu.begin(), cpu.end());
-    return { times[times.size() / 2], times[std::min(times.size() - 1, times.size() * 9 / 10)],
-        cpu[cpu.size() / 2] };
+
+    Timing timing()
+    {
+        std::sort(m_times.begin(), m_times.end());
+        std::sort(m_cpu.begin(), m_cpu.end());
+        return { m_times[m_times.size() / 2], m_times[std::min(m_times.size() - 1, m_times.size() * 9 / 10)],
+            m_cpu[m_cpu.size() / 2] };
+    }
+
+private:
+    std::vector<double> m_times, m_cpu;
+};
+
+template <typename Run> Timing milliseconds(int runs, const Run& run)
+{
+    TimingSamples samples;
+    for (int i = 0; i < runs; ++i)
+        samples.add([&] { run(i); });
+    return samples.timing();
 }

@@ -41,7 +41,16 @@ BoxMesh boxMesh()
             const float nearX = sx / 2, farX = -sx / 2, nearZ = sz / 2, farZ = -sz / 2;
             const QVector3D up(0, 1, 0), side(sx, 0, 0), front(0, 0, sz);
             const auto first = GLushort(mesh.vertices.size());
-            enum : GLushort { topFar, topSide, topNear, topFront, bottomSide, bottomNear, bottomFront };
+            enum : GLushort {
+                topFar,
+                topSide,
+                topNear,
+                topFront,
+                bottomSide,
+                bottomNear,
+                bottomFront,
+                bottomNearFront
+            };
             vertex({ farX, 1, farZ }, up); // ends the top's triangles
             vertex({ nearX, 1, farZ }, up);
             vertex({ nearX, 1, nearZ }, up);
@@ -49,13 +58,15 @@ BoxMesh boxMesh()
             vertex({ nearX, 0, farZ }, side); // ends the side's
             vertex({ nearX, 0, nearZ }, side);
             vertex({ farX, 0, nearZ }, front); // ends the front's
+            vertex({ nearX, 0, nearZ },
+                front); // the near foot again, for the front: each wall's foot rises alone
             const auto c = [&](GLushort corner) { return GLushort(first + corner); };
             triangle(c(topSide), c(topNear), c(topFar), up);
             triangle(c(topNear), c(topFront), c(topFar), up);
             triangle(c(topSide), c(topNear), c(bottomSide), side);
             triangle(c(topNear), c(bottomNear), c(bottomSide), side);
             triangle(c(topNear), c(topFront), c(bottomFront), front);
-            triangle(c(bottomNear), c(topNear), c(bottomFront), front);
+            triangle(c(bottomNearFront), c(topNear), c(bottomFront), front);
         }
     }
     return mesh;

@@ -2,6 +2,7 @@
 
 #include "scene/boxmesh_p.h"
 #include "scene/colorcontext.h"
+#include "scene/hiddenwalls.h"
 #include "scene/scenecontroller.h"
 #include "scene/shaders_p.h"
 
@@ -182,6 +183,7 @@ void Renderer::createGeometry()
     m_planeMesh = meshBuffer(planeMesh());
     glGenBuffers(1, &m_boxIndices);
     glGenBuffers(1, &m_boxInstances);
+    glGenBuffers(1, &m_hiddenWalls);
     glGenBuffers(1, &m_planeInstances);
     glGenBuffers(1, &m_lineBuffer);
 
@@ -190,6 +192,8 @@ void Renderer::createGeometry()
     glBindBuffer(GL_ELEMENT_ARRAY_BUFFER, m_boxIndices);
     glBufferData(GL_ELEMENT_ARRAY_BUFFER, GLsizeiptr(box.indices.size() * sizeof(GLushort)),
         box.indices.data(), GL_STATIC_DRAW);
+    glBindBuffer(GL_ARRAY_BUFFER, m_hiddenWalls);
+    floatAttribute(6, 2, sizeof(HiddenWalls::Hidden), 0, 1);
     m_planeArray = surfaceArray(m_planeMesh, m_planeInstances);
 
     glGenVertexArrays(1, &m_lineArray);
@@ -273,8 +277,8 @@ void Renderer::release()
 {
     if (!m_initialized)
         return;
-    const GLuint buffers[]
-        = { m_boxMesh, m_boxIndices, m_planeMesh, m_boxInstances, m_planeInstances, m_lineBuffer };
+    const GLuint buffers[] = { m_boxMesh, m_boxIndices, m_planeMesh, m_boxInstances, m_hiddenWalls,
+        m_planeInstances, m_lineBuffer };
     glDeleteBuffers(GLsizei(std::size(buffers)), buffers);
     const GLuint arrays[] = { m_boxArray, m_planeArray, m_lineArray, m_emptyArray };
     glDeleteVertexArrays(GLsizei(std::size(arrays)), arrays);
@@ -282,7 +286,8 @@ void Renderer::release()
     glDeleteFramebuffers(GLsizei(std::size(framebuffers)), framebuffers);
     const GLuint textures[] = { m_shadowTexture, m_shadeTexture };
     glDeleteTextures(GLsizei(std::size(textures)), textures);
-    m_boxMesh = m_boxIndices = m_planeMesh = m_boxInstances = m_planeInstances = m_lineBuffer = 0;
+    m_boxMesh = m_boxIndices = m_planeMesh = m_boxInstances = m_hiddenWalls = m_planeInstances = m_lineBuffer
+        = 0;
     m_boxArray = m_planeArray = m_lineArray = m_emptyArray = 0;
     m_shadowFramebuffer = m_shadeFramebuffer = m_shadowTexture = m_shadeTexture = 0;
     m_box.reset();
@@ -329,9 +334,31 @@ void Renderer::uploadBoxes(const SceneController& scene, int quarter)
     glBindBuffer(GL_ARRAY_BUFFER, m_boxInstances);
     glBufferData(
         GL_ARRAY_BUFFER, GLsizeiptr(boxes.size() * sizeof(SceneInstance)), boxes.data(), GL_DYNAMIC_DRAW);
-    glBindBuffer(GL_ARRAY_BUFFER, 0);
     m_boxCount = GLsizei(boxes.size());
     m_boxQuarter = quarter;
+    m_boxes = std::move(boxes);
+    uploadHiddenWalls(std::vector<HiddenWalls::Hidden>(m_boxes.size()));
+    m_hiddenFor.reset();
+}
+
+void Renderer::uploadHiddenWalls(const std::vector<HiddenWalls::Hidden>& heights)
+{
+    glBindBuffer(GL_ARRAY_BUFFER, m_hiddenWalls);
+    glBufferData(GL_ARRAY_BUFFER, GLsizeiptr(heights.size() * sizeof(HiddenWalls::Hidden)), heights.data(),
+        GL_DYNAMIC_DRAW);
+    glBindBuffer(GL_ARRAY_BUFFER, 0);
+}
+
+// The walls' hidden feet for this view, unless they are known already; all zero when walls are
+// drawn whole.
+void Renderer::hideWalls(const QMatrix4x4& viewProjection, QSize pixels)
+{
+    const std::pair view { m_cutWalls ? viewProjection : QMatrix4x4(), m_cutWalls ? pixels : QSize() };
+    if (m_hiddenFor == view)
+        return;
+    uploadHiddenWalls(m_cutWalls ? HiddenWalls::heights(m_boxes, viewProjection, pixels)
+                                 : std::vector<HiddenWalls::Hidden>(m_boxes.size()));
+    m_hiddenFor = view;
 }
 
 QMatrix4x4 Renderer::lightMatrix(const SceneController& scene) const
@@ -417,8 +444,10 @@ void Renderer::render(const SceneController& scene, QSize pixels, float devicePi
 
     const FrameView frame = frameView(scene, float(pixels.width()) / float(pixels.height()));
     // Buildings first: the lots they hide are then never shaded.
-    if (m_boxCount > 0)
+    if (m_boxCount > 0) {
+        hideWalls(frame.viewProjection, pixels);
         drawBoxes(scene, frame, camera.perspective ? -1 : quarter, plain ? nullptr : &devicePixelRatio);
+    }
     if (m_planeCount > 0)
         drawPlanes(scene.theme(), frame, shadows);
     if (const GLsizei lines = plain ? m_detailLines : m_lineCount; lines > 0)

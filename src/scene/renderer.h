@@ -1,5 +1,8 @@
 #pragma once
 
+#include "scene/entitynode.h"
+#include "scene/hiddenwalls.h"
+
 #include <QMatrix4x4>
 #include <QOpenGLFunctions_3_3_Core>
 #include <QSize>
@@ -8,6 +11,7 @@
 
 #include <memory>
 #include <optional>
+#include <vector>
 
 class QOpenGLShaderProgram;
 class SceneController;
@@ -55,6 +59,10 @@ public:
     // applies on a GPU.
     void setAdaptiveDetail(bool on) { m_adaptive = on; }
     bool adaptiveDetail() const { return m_adaptive; }
+    // The feet of walls that other buildings hide are left out, found anew for each view of the
+    // orthographic camera; most of what a dense city's walls would cost is behind other buildings.
+    // On by default; off only to compare, since the picture is the same.
+    void setWallCutting(bool on) { m_cutWalls = on; }
     bool softwareContext() const { return m_software; } // known once initialized
     // What draws: "llvmpipe (LLVM 15.0.6, 256 bits), OpenGL 4.5 (Core Profile) Mesa 22.3.6".
     const QString& driver() const { return m_driver; } // known once initialized
@@ -85,6 +93,8 @@ private:
     void drawLines(const FrameView& frame, GLsizei vertices);
     void upload(const SceneController& scene, int quarter);
     void uploadBoxes(const SceneController& scene, int quarter);
+    void uploadHiddenWalls(const std::vector<HiddenWalls::Hidden>& heights);
+    void hideWalls(const QMatrix4x4& viewProjection, QSize pixels);
     void drawShadows(const SceneController& scene);
     QMatrix4x4 lightMatrix(const SceneController& scene) const;
 
@@ -97,6 +107,7 @@ private:
     std::unique_ptr<QOpenGLShaderProgram> m_shadow;
     std::unique_ptr<QOpenGLShaderProgram> m_bake;
     GLuint m_boxMesh = 0, m_boxIndices = 0, m_planeMesh = 0;
+    GLuint m_hiddenWalls = 0; // a height for each box: how much of its walls' feet is not drawn
     GLuint m_boxInstances = 0, m_planeInstances = 0, m_lineBuffer = 0;
     GLuint m_boxArray = 0, m_planeArray = 0, m_lineArray = 0, m_emptyArray = 0;
     GLuint m_shadowTexture = 0, m_shadowFramebuffer = 0;
@@ -109,6 +120,9 @@ private:
     quint64 m_generation = 0;
     bool m_uploaded = false;
     int m_boxQuarter = -1; // the quarter of view the boxes are sorted for
+    std::vector<SceneInstance> m_boxes; // as uploaded, nearest first from that quarter
+    bool m_cutWalls = true;
+    std::optional<std::pair<QMatrix4x4, QSize>> m_hiddenFor; // the view the walls were cut for
     std::optional<quint64> m_shadowShape; // the shape generation the shade texture shows
     QVector4D m_shadeRect;
 };

@@ -15,6 +15,7 @@ layout(location = 2) in vec3 base;
 layout(location = 3) in vec3 size;
 layout(location = 4) in vec4 color;
 layout(location = 5) in vec2 flags; // storey lines, casts a shadow
+layout(location = 6) in vec2 hidden; // how high from their foot other buildings hide its walls, across x and z
 
 uniform mat4 viewProjection;
 uniform vec4 depthRow; // view depth as a dot product with the world position
@@ -32,7 +33,11 @@ flat out float vFaceFog; // the fog of the face's last corner, for the plain fac
 
 void main()
 {
-    vec3 world = base + corner * size;
+    vec3 whole = base + corner * size;
+    // The hidden foot of a wall is not drawn: its lower corners rise to where it starts to show.
+    vec3 world = whole;
+    if (normal.y == 0.0 && corner.y == 0.0)
+        world.y += min(abs(normal.x) > 0.5 ? hidden.x : hidden.y, size.y);
     gl_Position = viewProjection * vec4(world, 1.0);
     float sun = max(dot(normal, lightDirection), 0.0);
     float sky = 0.5 + 0.5 * normal.y;
@@ -41,7 +46,8 @@ void main()
     vColor = lit + sunTint * sun * 0.05;
     float depth = dot(depthRow, vec4(world, 1.0));
     vFog = (depth - fogRange.x) / (fogRange.y - fogRange.x); // clamped per fragment, for long faces
-    vFaceFog = clamp(vFog, 0.0, 1.0);
+    float wholeDepth = dot(depthRow, vec4(whole, 1.0)); // so that a face's fog stays as its wall is cut
+    vFaceFog = clamp((wholeDepth - fogRange.x) / (fogRange.y - fogRange.x), 0.0, 1.0);
     vStorey = world.y / storey;
     vLined = flags.x * (1.0 - abs(normal.y)); // walls only, never a roof that sits on a storey
 }
