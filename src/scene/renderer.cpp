@@ -353,11 +353,12 @@ void Renderer::uploadHiddenWalls(const std::vector<HiddenWalls::Hidden>& heights
 // drawn whole.
 void Renderer::hideWalls(const QMatrix4x4& viewProjection, QSize pixels)
 {
-    const std::pair view { m_cutWalls ? viewProjection : QMatrix4x4(), m_cutWalls ? pixels : QSize() };
+    const bool cut = m_cutWalls && m_software;
+    const std::pair view { cut ? viewProjection : QMatrix4x4(), cut ? pixels : QSize() };
     if (m_hiddenFor == view)
         return;
-    uploadHiddenWalls(m_cutWalls ? HiddenWalls::heights(m_boxes, viewProjection, pixels)
-                                 : std::vector<HiddenWalls::Hidden>(m_boxes.size()));
+    uploadHiddenWalls(cut ? HiddenWalls::heights(m_boxes, viewProjection, pixels)
+                          : std::vector<HiddenWalls::Hidden>(m_boxes.size()));
     m_hiddenFor = view;
 }
 

@@ -59,9 +59,10 @@ public:
     // applies on a GPU.
     void setAdaptiveDetail(bool on) { m_adaptive = on; }
     bool adaptiveDetail() const { return m_adaptive; }
-    // The feet of walls that other buildings hide are left out, found anew for each view of the
-    // orthographic camera; most of what a dense city's walls would cost is behind other buildings.
-    // On by default; off only to compare, since the picture is the same.
+    // On a software renderer, the feet of walls that other buildings hide are left out, found anew
+    // for each view of the orthographic camera: in a dense city, most of what its walls would cost
+    // is behind other buildings. A GPU throws that away for less than the finding costs. On by
+    // default; off only to compare, since the picture is the same.
     void setWallCutting(bool on) { m_cutWalls = on; }
     bool softwareContext() const { return m_software; } // known once initialized
     // What draws: "llvmpipe (LLVM 15.0.6, 256 bits), OpenGL 4.5 (Core Profile) Mesa 22.3.6".

@@ -331,7 +331,8 @@ void TextPreview::paintMinimap(QPainter& painter, const QRect& area)
     const QSize size(minimapColumns, area.height());
     if (first != m_minimapFirst || m_minimapImage.size() != size) {
         m_minimapFirst = first;
-        m_minimapImage = QImage(size, QImage::Format_ARGB32_Premultiplied);
+        // Written pixel by pixel as plain colours, faint ones too, then made ready to draw.
+        m_minimapImage = QImage(size, QImage::Format_ARGB32);
         m_minimapImage.fill(Qt::transparent);
         const qint64 lines = m_text->lineCount();
         QColor plain = m_theme.ink3;
