@@ -15,6 +15,12 @@ namespace {
 constexpr float wide = cellWidth, tall = cellHeight; // a cell's size
 constexpr float halfWide = wide / 2, halfTall = tall / 2;
 
+// A whole number of cells, within [low, high] however far off the screen (or not a number) it is.
+int cells(float count, int low, int high)
+{
+    return count >= float(high) ? high : count >= float(low) ? int(count) : low;
+}
+
 // A point on the screen in pixels, y downward, with its depth.
 struct ScreenPoint {
     float x, y, depth;
@@ -128,8 +134,8 @@ public:
                 rights[size_t(rightCount++)] = { dx / dy, rest / dy };
             // A level edge is the outline's top or bottom, which the rows below keep to.
         }
-        const int firstRow = std::max(int(std::ceil(top / tall)), 0);
-        const int lastRow = std::min(int(std::floor(bottom / tall)) - 1, m_rows - 1);
+        const int firstRow = cells(std::ceil(top / tall), 0, m_rows);
+        const int lastRow = cells(std::floor(bottom / tall) - 1, -1, m_rows - 1);
         for (int row = firstRow; row <= lastRow; ++row) {
             const float y = float(row) * tall + halfTall;
             float from = -std::numeric_limits<float>::infinity(), to = std::numeric_limits<float>::infinity();
@@ -140,8 +146,8 @@ public:
             if (!(from <= to))
                 continue;
             // Cell centres between the two bounds.
-            const int first = int(std::max(std::ceil((from - halfWide) / wide), 0.0f));
-            const int last = int(std::min(std::floor((to - halfWide) / wide), float(m_columns - 1)));
+            const int first = cells(std::ceil((from - halfWide) / wide), 0, m_columns);
+            const int last = cells(std::floor((to - halfWide) / wide), -1, m_columns - 1);
             float* line = m_depth.data() + size_t(row) * size_t(m_columns);
             std::array<float, 3> along; // each plane's highest at the row's first cell centre
             for (size_t p = 0; p < 3; ++p)
@@ -176,8 +182,8 @@ float hiddenHeight(const Grid& grid, const Face& wall, float height)
         return right > left ? foot0.y + (x - foot0.x) * slope : std::max(foot0.y, foot1.y);
     };
     float hidden = height;
-    const int firstColumn = std::max(int(std::floor(left / wide)), 0);
-    const int lastColumn = std::min(int(std::floor(right / wide)), grid.columns() - 1);
+    const int firstColumn = cells(std::floor(left / wide), 0, grid.columns());
+    const int lastColumn = cells(std::floor(right / wide), -1, grid.columns() - 1);
     for (int column = firstColumn; column <= lastColumn && hidden > 0; ++column) {
         const float x0 = std::max(float(column) * wide, left), x1 = std::min(float(column + 1) * wide, right);
         const float lowest = std::max(footAt(x0), footAt(x1)), highest = std::min(footAt(x0), footAt(x1));
@@ -185,7 +191,7 @@ float hiddenHeight(const Grid& grid, const Face& wall, float height)
         const float top = highest - rise * hidden;
         // Up from the cell holding the wall's lowest point, while the cells hide it.
         // Cells off the screen hide all.
-        int row = std::min(int(std::floor(lowest / tall)), grid.rows() - 1);
+        int row = cells(std::floor(lowest / tall), -1, grid.rows() - 1);
         float hiddenFrom = float(row + 1) * tall; // the hidden run reaches up to here
         const float nearestAtTop = wall.depth.lowest(float(column) * wide + halfWide, halfTall); // in row 0
         while (hiddenFrom > top) {

@@ -7,6 +7,7 @@
 #include <QVector3D>
 
 #include <cmath>
+#include <limits>
 #include <ostream>
 #include <random>
 #include <vector>
@@ -221,3 +222,29 @@ TEST(HiddenWalls, PerspectiveIsLeftWhole)
 }
 
 } // namespace
+
+// Boxes no layout makes (flat, inside out, not numbers, past any screen) are taken without harm: a
+// height is never below zero nor above the box's own.
+TEST(HiddenWalls, OddBoxesGiveHeightsWithinTheirBoxes)
+{
+    const float nan = std::numeric_limits<float>::quiet_NaN(), inf = std::numeric_limits<float>::infinity();
+    std::vector<SceneInstance> boxes = blocks(4, 0.8f, 0.15f, 2, 5);
+    boxes.push_back(box(0, 0, 0, 0, 0));
+    boxes.push_back(box(0.5f, 0.5f, -1, -1, -2));
+    boxes.push_back(box(nan, 0, 1, 1, 3));
+    boxes.push_back(box(0, 0, 1, 1, nan));
+    boxes.push_back(box(inf, -inf, 1, 1, 3));
+    boxes.push_back(box(1e30f, 1e30f, 1e30f, 1e30f, 1e30f));
+    boxes.push_back(box(-1, -1, 1e-30f, 1e-30f, 3));
+    for (const float yaw : { 0.0f, 0.7f, 2.9f }) {
+        const std::vector<SceneInstance> framed = blocks(4, 0.8f, 0.15f, 2, 5);
+        const auto hidden = HiddenWalls::heights(boxes, viewProjection({ yaw, 0.6f, 1 }, framed), pixels);
+        ASSERT_EQ(hidden.size(), boxes.size());
+        for (size_t i = 0; i < boxes.size(); ++i) {
+            for (const float h : { hidden[i].x, hidden[i].z }) {
+                EXPECT_GE(h, 0) << "box " << i;
+                EXPECT_TRUE(h == 0 || h <= boxes[i].size[1]) << "box " << i;
+            }
+        }
+    }
+}
