@@ -58,8 +58,8 @@ BoxMesh boxMesh()
             vertex({ nearX, 0, farZ }, side); // ends the side's
             vertex({ nearX, 0, nearZ }, side);
             vertex({ farX, 0, nearZ }, front); // ends the front's
-            vertex({ nearX, 0, nearZ },
-                front); // the near foot again, for the front: each wall's foot rises alone
+            // The near foot again, for the front: each side's foot rises on its own.
+            vertex({ nearX, 0, nearZ }, front);
             const auto c = [&](GLushort corner) { return GLushort(first + corner); };
             triangle(c(topSide), c(topNear), c(topFar), up);
             triangle(c(topNear), c(topFront), c(topFar), up);

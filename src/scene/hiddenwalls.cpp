@@ -72,11 +72,9 @@ Face makeFace(const std::array<ScreenPoint, 4>& corners)
     return face;
 }
 
-// The outline of a box on the screen, a convex polygon, either way round.
-struct Outline {
-    std::array<ScreenPoint, 8> points;
-    int count = 0;
-};
+// The outline of a box on the screen: a convex hexagon, either way round, which a box seen face on
+// or edge on folds into fewer sides with corners that coincide.
+using Outline = std::array<ScreenPoint, 6>;
 
 class Grid {
 public:
@@ -95,14 +93,14 @@ public:
     void cover(const Outline& shape, const std::array<Affine, 3>& planes)
     {
         const auto unseen = [](const Affine& plane) { return std::isinf(plane.c) && plane.c < 0; };
-        if (shape.count < 3 || std::all_of(planes.begin(), planes.end(), unseen))
+        if (std::all_of(planes.begin(), planes.end(), unseen))
             return;
         // Along a row at height y, each edge leaves the cells whose centres lie on one side of
         // slope y + offset: a left edge those before, a right edge those after.
         struct Bound {
             float slope, offset;
         };
-        std::array<Bound, 8> lefts, rights;
+        std::array<Bound, 6> lefts, rights;
         int leftCount = 0, rightCount = 0;
         // Each plane's highest over a cell, at the cell's centre; and its step from a cell to the next.
         std::array<Affine, 3> highest;
@@ -113,17 +111,16 @@ public:
             step[p] = plane.a * wide;
         }
         float area = 0;
-        for (int i = 0; i < shape.count; ++i) {
-            const ScreenPoint &p = shape.points[size_t(i)], &q = shape.points[size_t((i + 1) % shape.count)];
+        for (size_t i = 0; i < shape.size(); ++i) {
+            const ScreenPoint &p = shape[i], &q = shape[(i + 1) % shape.size()];
             area += p.x * q.y - q.x * p.y;
         }
         const float turn = area < 0 ? -1.0f : 1.0f; // the edge functions below take a left turn
-        float top = shape.points[0].y, bottom = top;
-        for (int i = 0; i < shape.count; ++i) {
+        float top = shape[0].y, bottom = top;
+        for (size_t i = 0; i < shape.size(); ++i) {
             // Inside is to the left of every edge: -dy x + dx y + dy x0 - dx y0 >= 0 all over a
             // cell, that is at its centre less |dy| half its width and |dx| half its height.
-            const ScreenPoint &from = shape.points[size_t(i)],
-                              &to = shape.points[size_t((i + 1) % shape.count)];
+            const ScreenPoint &from = shape[i], &to = shape[(i + 1) % shape.size()];
             const float dx = (to.x - from.x) * turn, dy = (to.y - from.y) * turn;
             const float rest = dy * from.x - dx * from.y - std::abs(dy) * halfWide - std::abs(dx) * halfTall;
             top = std::min(top, from.y);
@@ -287,19 +284,18 @@ std::vector<Hidden> heights(
         if (toward.y() > 0)
             planes[2] = farthest(face(roof));
         Outline shape;
-        shape.count = 6;
-        for (size_t k = 0; k < 6; ++k)
-            shape.points[k] = corners[size_t(around[k])];
+        for (size_t k = 0; k < shape.size(); ++k)
+            shape[k] = corners[size_t(around[k])];
         grid.cover(shape, planes);
     }
     for (size_t i = 0; i < boxes.size(); ++i) {
-        const float tall = boxes[i].size[1];
-        if (!(tall > 0))
+        const float boxHeight = boxes[i].size[1];
+        if (!(boxHeight > 0))
             continue;
         if (seen[i].x)
-            result[i].x = hiddenHeight(grid, *seen[i].x, tall);
+            result[i].x = hiddenHeight(grid, *seen[i].x, boxHeight);
         if (seen[i].z)
-            result[i].z = hiddenHeight(grid, *seen[i].z, tall);
+            result[i].z = hiddenHeight(grid, *seen[i].z, boxHeight);
     }
     return result;
 }
