@@ -86,7 +86,9 @@ int main(int argc, char** argv)
             std::fprintf(stderr, "%s has no syntax to colour.\n", argv[i]);
             return 1;
         }
-        const SyntaxCarries::Lines source = [&](qint64 l) { return lines[size_t(l)]; };
+        const SyntaxCarries::Lines source = [&](qint64 l) {
+            return QByteArray::fromRawData(lines[size_t(l)].data(), lines[size_t(l)].size());
+        };
         std::vector<SyntaxSpan> spans;
         size_t sink = 0;
 

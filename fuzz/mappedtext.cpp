@@ -52,7 +52,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
         for (qint64 at = start; at < next; ++at)
             require(text->lineAt(at) == i);
 
-        const QByteArrayView line = text->line(i);
+        const QByteArray line = text->line(i);
         require(line.data() == begin + start || (line.isEmpty() && start == text->size()));
         require(line.data() + line.size() <= end);
         require(!line.contains('\n'));
@@ -64,7 +64,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
         require(
             line.size() == MappedText::shownLineBytes || rest.isEmpty() || rest == "\n" || rest == "\r\n");
 
-        const QByteArrayView shorter = text->line(i, limit);
+        const QByteArray shorter = text->line(i, limit);
         require(shorter.size() <= limit && line.startsWith(shorter));
 
         checkShown(line);

@@ -16,7 +16,7 @@
 class SyntaxCarries {
 public:
     // A line of the text without its line break; the view must stay valid until the next call.
-    using Lines = std::function<QByteArrayView(qint64 line)>;
+    using Lines = std::function<QByteArray(qint64 line)>;
 
     static constexpr qint64 checkpointSpacing = 256;
     static constexpr qint64 longestWalk = 20000;

@@ -127,7 +127,7 @@ void PreviewController::present(std::shared_ptr<PreviewContent> content)
             text->indexLines([&cancel] { return cancel->isCancelled(); }, report);
             if ((!drawing && !parts) || cancel->isCancelled())
                 return found;
-            const QByteArray bytes(text->bytes(0, text->size()).data(), text->size());
+            const QByteArray bytes = text->bytes(0, text->size());
             if (drawing) {
                 if (std::optional<Drawing> read = readDrawing(name.toUtf8(), bytes))
                     found.drawing = std::make_shared<const Drawing>(std::move(*read));

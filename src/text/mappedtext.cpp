@@ -1,15 +1,26 @@
 #include "text/mappedtext.h"
 
+#include "text/textneedle.h"
+
 #include <QFileInfo>
 
 #include <algorithm>
+#include <cerrno>
 #include <cstring>
+
+#include <sys/stat.h>
+#include <unistd.h>
 
 namespace {
 
 // Read at once however large the file, so that its first screen needs no worker.
 constexpr qint64 firstBlockBytes = 256 << 10;
 constexpr qint64 blockBytes = 4 << 20;
+// A line of a large file is read this much at a time until its break turns up.
+constexpr qint64 lineReadBytes = 1 << 10;
+// Small reads of a large file are served from the last block read, this large: the lines of a
+// screen, or of the minimap, lie together.
+constexpr qint64 cacheBytes = 64 << 10;
 
 } // namespace
 
@@ -23,7 +34,7 @@ MappedText::Opened MappedText::open(const QString& path)
     text->m_file.setFileName(path);
     if (!text->m_file.open(QIODevice::ReadOnly))
         return info.fileName() + QStringLiteral(" cannot be read: ") + text->m_file.errorString() + u'.';
-    return map(std::move(text), info.fileName());
+    return start(std::move(text), info.fileName());
 }
 
 MappedText::Opened MappedText::adopt(int descriptor, const QString& name)
@@ -31,26 +42,26 @@ MappedText::Opened MappedText::adopt(int descriptor, const QString& name)
     std::shared_ptr<MappedText> text(new MappedText);
     if (!text->m_file.open(descriptor, QIODevice::ReadOnly, QFileDevice::AutoCloseHandle))
         return name + QStringLiteral(" cannot be read: ") + text->m_file.errorString() + u'.';
-    return map(std::move(text), name);
+    return start(std::move(text), name);
 }
 
-MappedText::Opened MappedText::map(std::shared_ptr<MappedText> text, const QString& name)
+MappedText::Opened MappedText::start(std::shared_ptr<MappedText> text, const QString& name)
 {
     text->m_size = text->m_file.size();
     if (text->m_size <= readWholeBytes) {
-        // Read rather than mapped: a file cut short while it is shown would fault the map.
         text->m_bytes = text->m_file.readAll();
-        text->m_data = text->m_bytes.constData();
         text->m_size = text->m_bytes.size();
     } else {
-        text->m_data = reinterpret_cast<const char*>(text->m_file.map(0, text->m_size));
-        if (!text->m_data)
-            return name + QStringLiteral(" cannot be mapped: ") + text->m_file.errorString() + u'.';
+        text->m_handle = text->m_file.handle();
     }
-    const qint64 first = text->m_size <= indexAtOnceBytes ? text->m_size : firstBlockBytes;
-    text->indexBlock(QByteArrayView(text->m_data, first), 0, text->m_starts);
-    text->m_indexedTo = first;
-    if (first == text->m_size)
+    const QByteArray first
+        = text->bytes(0, text->m_size <= indexAtOnceBytes ? text->m_size : firstBlockBytes);
+    if (text->m_handle >= 0 && first.isEmpty())
+        return name + QStringLiteral(" cannot be read: ") + QString::fromLocal8Bit(std::strerror(errno))
+            + u'.';
+    text->indexBlock(first, 0, text->m_starts);
+    text->m_indexedTo = first.size();
+    if (text->m_indexedTo == text->m_size)
         text->finishIndex();
     return text;
 }
@@ -59,7 +70,6 @@ std::shared_ptr<MappedText> MappedText::fromBytes(QByteArray bytes)
 {
     std::shared_ptr<MappedText> text(new MappedText);
     text->m_bytes = std::move(bytes);
-    text->m_data = text->m_bytes.constData();
     text->m_size = text->m_bytes.size();
     text->indexBlock(text->m_bytes, 0, text->m_starts);
     text->m_indexedTo = text->m_size;
@@ -69,10 +79,42 @@ std::shared_ptr<MappedText> MappedText::fromBytes(QByteArray bytes)
 
 MappedText::~MappedText() = default;
 
-QByteArrayView MappedText::bytes(qint64 offset, qint64 length) const
+QByteArray MappedText::bytes(qint64 offset, qint64 length) const
 {
     offset = std::clamp<qint64>(offset, 0, m_size);
-    return QByteArrayView(m_data + offset, std::clamp<qint64>(length, 0, m_size - offset));
+    length = std::clamp<qint64>(length, 0, m_size - offset);
+    if (m_handle < 0)
+        return QByteArray::fromRawData(m_bytes.constData() + offset, length);
+    if (length > cacheBytes)
+        return readAt(offset, length);
+    std::lock_guard lock(m_lock);
+    // What the file has lost since the block was read is not served from it.
+    struct stat now { };
+    if (::fstat(m_handle, &now) == 0 && now.st_size < m_cacheAt + m_cache.size())
+        m_cache.truncate(std::max<qint64>(0, now.st_size - m_cacheAt));
+    if (offset < m_cacheAt || offset + length > m_cacheAt + m_cache.size()) {
+        m_cache = readAt(offset, cacheBytes);
+        m_cacheAt = offset;
+    }
+    return QByteArray(m_cache.constData() + (offset - m_cacheAt),
+        std::min<qint64>(length, m_cacheAt + m_cache.size() - offset));
+}
+
+QByteArray MappedText::readAt(qint64 offset, qint64 length) const
+{
+    QByteArray read(length, Qt::Uninitialized);
+    qint64 done = 0;
+    while (done < length) {
+        const ssize_t got
+            = ::pread(m_handle, read.data() + done, size_t(length - done), off_t(offset + done));
+        if (got < 0 && errno == EINTR)
+            continue;
+        if (got <= 0) // the end, come early if the file was cut short, or an error: what was read
+            break;
+        done += got;
+    }
+    read.truncate(done);
+    return read;
 }
 
 qint64 MappedText::lineCount() const
@@ -96,18 +138,63 @@ qint64 MappedText::lineAt(qint64 offset) const
     return std::max<qint64>(0, qint64(after - m_starts.begin()) - 1);
 }
 
-QByteArrayView MappedText::line(qint64 line, qint64 limit) const
+QByteArray MappedText::line(qint64 line, qint64 limit) const
 {
     const qint64 start = lineStart(line);
+    // The line and the byte after it, which tells whether a '\r' at the limit begins its break.
     const qint64 span = std::min(limit, m_size - start);
-    // An empty file is not mapped, and memchr must not be given its null pointer even for no bytes.
-    const void* newline = span > 0 ? std::memchr(m_data + start, '\n', size_t(span)) : nullptr;
-    qint64 length = newline ? static_cast<const char*>(newline) - (m_data + start) : span;
+    QByteArray bytes;
+    qsizetype length = -1;
+    for (qint64 want = m_handle < 0 ? span + 1 : std::min(span + 1, lineReadBytes); length < 0;) {
+        bytes = this->bytes(start, want);
+        length = bytes.indexOf('\n');
+        if (length >= 0 || want > span || bytes.size() < want)
+            break;
+        want = std::min(want * 4, span + 1);
+    }
+    if (length < 0 || length > span)
+        length = std::min<qsizetype>(bytes.size(), span);
     // The '\r' of a "\r\n" is part of the break, even when the limit falls between the two.
-    if (length > 0 && start + length < m_size && m_data[start + length] == '\n'
-        && m_data[start + length - 1] == '\r')
+    if (length > 0 && length < bytes.size() && bytes.at(length) == '\n' && bytes.at(length - 1) == '\r')
         --length;
-    return QByteArrayView(m_data + start, length);
+    if (m_handle < 0) // still the text's own bytes, not a copy
+        return QByteArray::fromRawData(bytes.constData(), length);
+    bytes.truncate(length);
+    return bytes;
+}
+
+qint64 MappedText::indexOf(const TextNeedle& needle, qint64 from) const
+{
+    if (m_handle < 0)
+        return from > m_size ? -1 : needle.indexIn(m_bytes, from);
+    // Blocks overlap by a needle less a byte, so that a match across two is found in the second.
+    const qint64 overlap = needle.byteLength() - 1, block = std::max(blockBytes, 2 * needle.byteLength());
+    for (qint64 at = std::max<qint64>(from, 0); at < m_size; at += block - overlap) {
+        const QByteArray read = bytes(at, block);
+        if (const qsizetype found = needle.indexIn(read, 0); found >= 0)
+            return at + found;
+        if (read.size() < block)
+            break;
+    }
+    return -1;
+}
+
+qint64 MappedText::lastIndexOf(const TextNeedle& needle, qint64 before) const
+{
+    const qint64 block = std::max(blockBytes, 2 * needle.byteLength());
+    for (qint64 end = std::min(before, m_size); end > 0;) {
+        const qint64 begin = std::max<qint64>(0, end - block);
+        // Matches that start before the end, however far they run past it.
+        const QByteArray read = bytes(begin, end - begin + needle.byteLength() - 1);
+        qsizetype last = -1;
+        for (qsizetype at = needle.indexIn(read, 0); at >= 0 && begin + at < end;
+             at = needle.indexIn(read, at + 1))
+            last = at;
+        if (last >= 0)
+            return begin + last;
+        end = begin;
+    }
+    return -1;
 }
 
 void MappedText::indexBlock(QByteArrayView block, qint64 offset, std::deque<qint64>& starts) const
@@ -126,7 +213,7 @@ void MappedText::indexLines(const std::function<bool()>& cancelled, const std::f
 {
     if (indexed())
         return;
-    // Only this worker reads through the file; the main thread reads the map.
+    // Only this worker reads through the file; the main thread reads at given offsets.
     QFile& file = m_file;
     if (!file.seek(m_indexedTo))
         return finishIndex();

@@ -245,8 +245,7 @@ void PreviewPanel::rebuild()
         = Preview::shownKind(content->kind, content->name, panels.hexMode(), panels.rawSource());
     m_shownKind = kind;
     const std::shared_ptr<MappedText>& text = content->text;
-    const auto whole
-        = [&text] { return QByteArray::fromRawData(text->bytes(0, text->size()).data(), text->size()); };
+    const auto whole = [&text] { return text->bytes(0, text->size()); };
     switch (kind) {
     case PreviewKind::text:
         m_text->setText(text, content->name);

@@ -13,8 +13,6 @@ namespace {
 constexpr int tabWidth = 4;
 constexpr int minimapColumns = 72;
 constexpr int textPadding = 10;
-// A search back through a file goes this far at a time.
-constexpr qint64 backBlockBytes = 1 << 20;
 // Without a bytewise needle, lines are decoded one by one, this many at most a step.
 constexpr qint64 decodedSearchLines = 200000;
 
@@ -147,33 +145,22 @@ std::optional<qint64> TextPreview::findHit(qint64 from, int step) const
         }
         return std::nullopt;
     }
-    // The needle is found in the mapped bytes, without decoding them.
-    const QByteArrayView all = m_text->bytes(0, m_text->size());
+    // The needle is found in the bytes, without decoding them.
     const qint64 start = from >= lines ? m_text->size() : m_text->lineStart(from);
     if (step > 0) {
-        const qsizetype at = from >= lines ? -1 : needle.indexIn(all, start);
+        const qint64 at = from >= lines ? -1 : m_text->indexOf(needle, start);
         // A hit beyond the lines counted so far has no line number yet.
         if (at < 0 || (!m_text->indexed() && at >= m_text->lineStart(lines - 1)))
             return std::nullopt;
         return m_text->lineAt(at);
     }
-    for (qint64 end = start; end > 0;) {
-        const qint64 begin = std::max<qint64>(0, end - backBlockBytes);
-        const QByteArrayView block = all.sliced(0, std::min(all.size(), end + needle.byteLength() - 1));
-        qsizetype last = -1;
-        for (qsizetype at = needle.indexIn(block, begin); at >= 0 && at < end;
-             at = needle.indexIn(block, at + 1))
-            last = at;
-        if (last >= 0)
-            return m_text->lineAt(last);
-        end = begin;
-    }
-    return std::nullopt;
+    const qint64 at = m_text->lastIndexOf(needle, start);
+    return at < 0 ? std::nullopt : std::optional(m_text->lineAt(at));
 }
 
 std::vector<TextPreview::Piece> TextPreview::pieces(qint64 line)
 {
-    const QByteArrayView bytes = m_text->line(line);
+    const QByteArray bytes = m_text->line(line);
     m_spans.clear();
     if (!m_syntax->isPlain()) {
         SyntaxCarry carry = m_carries->carryAt(line);
@@ -184,7 +171,7 @@ std::vector<TextPreview::Piece> TextPreview::pieces(qint64 line)
     const auto add = [&](qsizetype from, qsizetype to, SyntaxRole role) {
         if (to <= from)
             return;
-        QString text = MappedText::shown(bytes.sliced(from, to - from));
+        QString text = MappedText::shown(QByteArrayView(bytes).sliced(from, to - from));
         for (qsizetype i = 0; i < text.size(); ++i) {
             if (text[i] != u'\t')
                 continue;
@@ -339,7 +326,7 @@ void TextPreview::paintMinimap(QPainter& painter, const QRect& area)
         plain.setAlphaF(0.7f);
         for (int row = 0; row < size.height() && first + row < lines; ++row) {
             auto* pixels = reinterpret_cast<QRgb*>(m_minimapImage.scanLine(row));
-            const QByteArrayView bytes = m_text->line(first + row, minimapColumns * 2);
+            const QByteArray bytes = m_text->line(first + row, minimapColumns * 2);
             m_spans.clear();
             if (!m_syntax->isPlain()) {
                 SyntaxCarry carry = m_carries->carryAt(first + row);

@@ -1,4 +1,5 @@
 #include "text/mappedtext.h"
+#include "text/textneedle.h"
 
 #include <QFile>
 #include <QTemporaryDir>
@@ -120,6 +121,65 @@ TEST(MappedTextTest, AHugeSparseFileIsReadOnlyWhereAsked)
     EXPECT_EQ(text->bytes(size, 16).size(), 0);
     // A line with no break in it is handed out only as far as a line is shown.
     EXPECT_EQ(text->line(0).size(), MappedText::shownLineBytes);
+}
+
+// A large file, read as it is shown, cut short on the disk while it is open (a log rotated in place):
+// what is gone reads as nothing, what is left as before, and nothing faults.
+TEST(MappedTextTest, ALargeFileCutShortWhileOpenGivesFewerBytes)
+{
+    QTemporaryDir dir;
+    QFile file(dir.filePath(u"rotated.log"_qs));
+    ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+    QByteArray all;
+    for (int i = 0; all.size() <= MappedText::readWholeBytes + (1 << 20); ++i)
+        all += "entry " + QByteArray::number(i) + " of the log\n";
+    file.write(all);
+    file.close();
+    const auto text = mapped(file.fileName());
+    ASSERT_TRUE(text);
+    text->indexLines([] { return false; });
+    const qint64 last = text->lineCount() - 1;
+    ASSERT_GT(last, 1000);
+    EXPECT_EQ(text->line(last), "entry " + QByteArray::number(last) + " of the log");
+
+    ASSERT_TRUE(QFile::resize(file.fileName(), 1 << 20));
+    EXPECT_EQ(text->line(last), "");
+    EXPECT_EQ(text->bytes(text->size() - 100, 100), "");
+    EXPECT_EQ(text->line(10), "entry 10 of the log");
+    const std::optional<TextNeedle> needle = TextNeedle::make(QString(u"entry " + QString::number(last)));
+    ASSERT_TRUE(needle);
+    EXPECT_EQ(text->indexOf(*needle, 0), -1);
+    EXPECT_EQ(text->lastIndexOf(*needle, text->size()), -1);
+}
+
+// A bytewise search through a large file reads it a block at a time: a match across two blocks is
+// found, forward and back, and so are the first and the last of several.
+TEST(MappedTextTest, ALargeFileIsSearchedAcrossItsBlocks)
+{
+    QTemporaryDir dir;
+    QFile file(dir.filePath(u"big.txt"_qs));
+    ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+    QByteArray all(MappedText::readWholeBytes + (3 << 20), 'x');
+    for (qsizetype at = 4095; at < all.size(); at += 4096)
+        all[at] = '\n';
+    const qint64 across = (4 << 20) - 3; // over the first block's end
+    const qint64 later = all.size() - 10;
+    all.replace(across, 6, "Needle");
+    all.replace(later, 6, "needle");
+    file.write(all);
+    file.close();
+    const auto text = mapped(file.fileName());
+    ASSERT_TRUE(text);
+    text->indexLines([] { return false; });
+    const std::optional<TextNeedle> needle = TextNeedle::make(u"needle");
+    ASSERT_TRUE(needle && needle->bytewise());
+    EXPECT_EQ(text->indexOf(*needle, 0), across);
+    EXPECT_EQ(text->indexOf(*needle, across + 1), later);
+    EXPECT_EQ(text->indexOf(*needle, later + 1), -1);
+    EXPECT_EQ(text->lastIndexOf(*needle, text->size()), later);
+    EXPECT_EQ(text->lastIndexOf(*needle, later), across);
+    EXPECT_EQ(text->lastIndexOf(*needle, across), -1);
+    EXPECT_TRUE(text->line(text->lineAt(across)).contains("Needle"));
 }
 
 TEST(MappedTextTest, APipeOrAFolderIsRefusedInOneSentence)

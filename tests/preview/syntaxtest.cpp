@@ -384,7 +384,7 @@ TEST(SyntaxCarriesTest, MatchesColouringFromTheTopInAnyOrder)
     const QList<QByteArray> lines = commentedText(2000);
     const std::vector<SyntaxCarry> expected = carriesFromTheTop(syntax, lines);
     SyntaxCarries carries(
-        syntax, [&](qint64 l) { return QByteArrayView(lines[l]); }, lines.size());
+        syntax, [&](qint64 l) { return lines[l]; }, lines.size());
     int open = 0;
     for (const qint64 line : { 1999, 3, 700, 256, 255, 1000, 1001, 1002, 2, 1536, 1537, 2000, 0, 769 }) {
         EXPECT_TRUE(carries.carryAt(line) == expected[size_t(line)]) << line;
@@ -402,7 +402,7 @@ TEST(SyntaxCarriesTest, FarLinesStartAfreshAtTheirCheckpoint)
     QList<QByteArray> lines(60000, "x");
     lines[0] = "/* never closes";
     SyntaxCarries carries(
-        syntax, [&](qint64 l) { return QByteArrayView(lines[l]); }, lines.size());
+        syntax, [&](qint64 l) { return lines[l]; }, lines.size());
     EXPECT_EQ(carries.carryAt(19000).open, SyntaxCarry::Open::comment); // within reach: exact
     EXPECT_EQ(carries.carryAt(59999).open, SyntaxCarry::Open::nothing);
     EXPECT_EQ(carries.lastWalk(), 59999 % SyntaxCarries::checkpointSpacing);
@@ -414,7 +414,7 @@ TEST(SyntaxCarriesTest, InvalidateForgetsTheOldText)
     const Syntax& syntax = Syntax::forFile(u"a.c");
     QList<QByteArray> lines(1000, "x");
     SyntaxCarries carries(
-        syntax, [&](qint64 l) { return QByteArrayView(lines[l]); }, lines.size());
+        syntax, [&](qint64 l) { return lines[l]; }, lines.size());
     EXPECT_EQ(carries.carryAt(900).open, SyntaxCarry::Open::nothing);
     lines[10] = "/* opens";
     lines.resize(2000, "y");
