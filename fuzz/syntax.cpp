@@ -6,6 +6,7 @@
 #include "model/language.h"
 #include "preview/syntaxcarries.h"
 
+#include <QByteArray>
 #include <QByteArrayView>
 
 #include <algorithm>
@@ -127,7 +128,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
     const auto linesUpTo = [&lines](const qint64& known) {
         return [&lines, &known](qint64 line) {
             require(line >= 0 && line < known);
-            return lines[size_t(line)];
+            const QByteArrayView bytes = lines[size_t(line)];
+            return QByteArray::fromRawData(bytes.data(), bytes.size());
         };
     };
     const quint32 seed = quint32(size) * 2654435761u ^ data[size - 1] ^ quint32(data[size / 2]) << 8;
